@@ -1,0 +1,21 @@
+# Warnings and platform definitions shared by every target of the project.
+
+add_library(ovx_compile_options INTERFACE)
+
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+  target_compile_options(ovx_compile_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Wcast-align
+    -Woverloaded-virtual -Wimplicit-fallthrough)
+endif()
+
+if(WIN32)
+  # Unicode Win32 entry points, Windows 7 as the oldest supported system.
+  target_compile_definitions(ovx_compile_options INTERFACE
+    UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
+endif()
+
+# Marks an object library as part of OvxComponent, so that OVX_API exports its symbols.
+function(ovx_component_part target)
+  target_compile_definitions(${target} PRIVATE OVX_BUILDING_COMPONENT)
+  target_link_libraries(${target} PUBLIC ovx_compile_options)
+endfunction()

@@ -1,0 +1,43 @@
+# Third-party libraries. On Linux they come from Debian's packages (the libzip package's
+# CMake config names the zipcmp, zipmerge and ziptool programs, so those packages are
+# needed too). For Windows, scripts/build-windows-deps.sh cross-builds libzip and pugixml
+# into a prefix that the windows preset passes as CMAKE_PREFIX_PATH. GoogleTest is built
+# from Debian's sources on both.
+
+find_package(libzip CONFIG)
+find_package(pugixml CONFIG)
+if(NOT libzip_FOUND OR NOT pugixml_FOUND)
+  if(CMAKE_CROSSCOMPILING AND WIN32)
+    message(FATAL_ERROR "libzip or pugixml for Windows not found in CMAKE_PREFIX_PATH "
+      "(${CMAKE_PREFIX_PATH}). Build them with: scripts/build-windows-deps.sh build/windows-deps/prefix")
+  else()
+    message(FATAL_ERROR "libzip or pugixml not found: run scripts/install-deps.sh")
+  endif()
+endif()
+find_package(Threads REQUIRED)
+
+if(TARGET pugixml::pugixml)
+  set(OVX_PUGIXML_TARGET pugixml::pugixml)
+else()
+  set(OVX_PUGIXML_TARGET pugixml::static)
+endif()
+
+# The Windows programs and the DLL share one C++ runtime: the MinGW runtime DLLs are
+# copied beside them, so every module of a process uses the same libstdc++ and heap.
+if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  set(OVX_MINGW_RUNTIME_DLLS)
+  foreach(dll libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
+                    OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT IS_ABSOLUTE "${path}" OR NOT EXISTS "${path}")
+      find_file(path_${dll} ${dll} PATHS /usr/x86_64-w64-mingw32/lib NO_CMAKE_FIND_ROOT_PATH)
+      set(path "${path_${dll}}")
+    endif()
+    if(NOT EXISTS "${path}")
+      message(FATAL_ERROR "MinGW runtime ${dll} not found")
+    endif()
+    list(APPEND OVX_MINGW_RUNTIME_DLLS "${path}")
+  endforeach()
+  file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  file(COPY ${OVX_MINGW_RUNTIME_DLLS} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+endif()

@@ -1,0 +1,12 @@
+#!/bin/sh
+# Starts or stops the one persistent wineserver of a test run, in the prefix given by
+# WINEPREFIX. "start" also creates the prefix on first use.
+set -eu
+: "${WINEPREFIX:?WINEPREFIX must name the test prefix}"
+here=$(dirname "$0")
+
+case "${1:-}" in
+  start) "$here/wine-run.sh" --prepare-only ;;
+  stop) wineserver -k 2>/dev/null || true ;;
+  *) echo "usage: $0 start|stop" >&2; exit 2 ;;
+esac

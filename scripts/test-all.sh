@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Builds and tests everything on both platforms: natively on Linux, and as the Windows
+# x64 DLL under Wine. Installs what the machine lacks first. Exits non-zero when any
+# step of either platform fails; both platforms run either way.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh || exit 1
+
+failed=()
+run() {
+  local platform=$1
+  shift
+  echo "== $platform: $*"
+  "$@" || { failed+=("$platform"); return 1; }
+}
+
+linux() {
+  run linux cmake --preset linux &&
+    run linux cmake --build --preset linux &&
+    run linux ctest --preset linux
+}
+
+windows() {
+  run windows scripts/build-windows-deps.sh build/windows-deps/prefix &&
+    run windows cmake --preset windows &&
+    run windows cmake --build --preset windows &&
+    run windows ctest --preset windows
+  # The wine.stop fixture ends the wineserver; make sure of it even after a failure.
+  WINEPREFIX="$PWD/build/windows/wineprefix" wineserver -k 2>/dev/null || true
+}
+
+linux
+windows
+
+if ((${#failed[@]})); then
+  echo "FAILED: ${failed[*]}"
+  exit 1
+fi
+echo "All tests passed on Linux and Windows."
