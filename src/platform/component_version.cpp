@@ -1,0 +1,9 @@
+#include "platform/component_version.h"
+
+namespace OvxComponent {
+
+OvxUtils::Version GetComponentVersion() {
+    return {OVX_VERSION_MAJOR, OVX_VERSION_MINOR, OVX_VERSION_PATCH, OVX_VERSION_TWEAK};
+}
+
+}  // namespace OvxComponent

@@ -1,0 +1,89 @@
+#include "platform/any.h"
+#include "platform/guid.h"
+#include "platform/singleton.h"
+#include "platform/thread_lock.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace OvxUtils;
+
+class Counter : public ThreadLock {
+public:
+    void Add() {
+        WriteLock guard(*this);
+        ++m_value;
+    }
+    long Get() const {
+        ReadLock guard(*this);
+        return m_value;
+    }
+
+private:
+    long m_value = 0;
+};
+
+TEST(ThreadLock, GuardsAnObjectThatIsItsOwnLock) {
+    Counter counter;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int i = 0; i < 10000; ++i) {
+                counter.Add();
+                (void)counter.Get();
+            }
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(counter.Get(), 40000);
+}
+
+class Registry {
+public:
+    static int constructed;
+    int entries = 0;
+
+private:
+    friend class Singleton<Registry>;
+    Registry() { ++constructed; }
+};
+int Registry::constructed = 0;
+
+TEST(Singleton, CreatesOnceAndStartsAfreshAfterRelease) {
+    std::vector<std::thread> threads;
+    std::vector<Registry*> seen(8);
+    for (std::size_t t = 0; t < seen.size(); ++t)
+        threads.emplace_back([&, t] { seen[t] = &Singleton<Registry>::GetInstance(); });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(Registry::constructed, 1);
+    for (Registry* r : seen) EXPECT_EQ(r, seen[0]);
+
+    Singleton<Registry>::GetInstance().entries = 5;
+    Singleton<Registry>::ReleaseInstance(false);
+    EXPECT_FALSE(Singleton<Registry>::IsReleased());
+    EXPECT_EQ(Singleton<Registry>::GetInstance().entries, 0);
+    EXPECT_EQ(Registry::constructed, 2);
+    Singleton<Registry>::ReleaseInstance(true);
+    EXPECT_TRUE(Singleton<Registry>::IsReleased());
+}
+
+TEST(Any, CopiesAndComparesTypedValues) {
+    const Guid id = Guid::Generate();
+    const Any a = id;
+    Any b = a;
+    EXPECT_EQ(a, b);
+    ASSERT_NE(b.Get<Guid>(), nullptr);
+    EXPECT_EQ(*b.Get<Guid>(), id);
+    EXPECT_EQ(b.Get<std::vector<Guid>>(), nullptr);
+
+    b = std::vector<Guid>{id};
+    EXPECT_FALSE(a == b);
+    EXPECT_EQ(b.Get<std::vector<Guid>>()->size(), 1u);
+    EXPECT_EQ(Any(), Any());
+    EXPECT_FALSE(Any() == a);
+}
+
+}  // namespace
