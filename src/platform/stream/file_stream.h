@@ -1,0 +1,35 @@
+// FileStream: a Stream into a file, as used for log files.
+//
+// Every Write goes to the system at once as one write call, so a line written in one call
+// lands whole and other processes can read the file while it is open (on Windows it is
+// shared for reading, writing and deletion; on POSIX systems the descriptor is not
+// inherited by child processes). Nothing is buffered, so Flush has nothing to do.
+#pragma once
+
+#include "platform/cstring.h"
+#include "platform/stream/stream.h"
+
+#include <memory>
+
+namespace OvxUtils {
+
+class OVX_API FileStream final : public Stream {
+public:
+    // Creates the file or empties it; null when it cannot be opened (for example when
+    // its folder does not exist).
+    static std::shared_ptr<Stream> Create(const CString& path);
+
+    ~FileStream() override;
+    FileStream(const FileStream&) = delete;
+    FileStream& operator=(const FileStream&) = delete;
+
+    bool Write(const void* data, std::size_t size) override;
+
+private:
+    class Handle;  // the open file, defined per platform
+    explicit FileStream(std::unique_ptr<Handle> handle);
+
+    std::unique_ptr<Handle> m_handle;
+};
+
+}  // namespace OvxUtils

@@ -1,0 +1,8 @@
+// The out-of-line destructor keeps Stream's vtable in the component.
+#include "platform/stream/stream.h"
+
+namespace OvxUtils {
+
+Stream::~Stream() = default;
+
+}  // namespace OvxUtils

@@ -1,0 +1,40 @@
+// File: whole-file operations on the disk. Expected failures (a missing file, no access)
+// give false or an empty optional, never an exception.
+#pragma once
+
+#include "platform/cstring.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace OvxUtils::SystemIO::File {
+
+// True for a file (after following a link); a folder is not a file.
+OVX_API bool Exists(const CString& path);
+
+// True when no file is at path afterwards, so deleting a missing file succeeds. A folder
+// is never deleted (false). On Windows a read-only file is deleted as well.
+OVX_API bool Delete(const CString& path);
+
+// Copies the content, the last write time and the read-only state, as Windows copies a
+// file. Without overwrite an existing target fails and stays as it was; copying a file
+// onto itself fails.
+OVX_API bool Copy(const CString& from, const CString& to, bool overwrite);
+
+// Full paths of the files called name (compared with CString::CompareNoCase) in folder
+// and, with recursive, in all its subfolders, in Folder::Visit order.
+OVX_API std::vector<CString> Find(const CString& folder, const CString& name, bool recursive);
+
+// Last write time of a file or folder in 100 ns ticks since 1601-01-01 UTC (the Windows
+// FILETIME scale, on every platform).
+OVX_API std::optional<std::uint64_t> GetLastWriteTime(const CString& path);
+OVX_API bool SetLastWriteTime(const CString& path, std::uint64_t ticks);
+
+OVX_API std::optional<std::string> ReadAllBytes(const CString& path);
+// Creates the file or replaces its content.
+OVX_API bool WriteAllBytes(const CString& path, std::string_view bytes);
+
+}  // namespace OvxUtils::SystemIO::File

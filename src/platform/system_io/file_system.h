@@ -1,0 +1,40 @@
+// The operating-system primitives under File and Folder, implemented once per platform
+// (file_system_posix.cpp, file_system_win.cpp). Those files also define the File
+// functions that are a single system call on each platform (times, whole-file reads and
+// writes, copying). Internal to the component.
+#pragma once
+
+#include "platform/cstring.h"
+
+#include <optional>
+#include <vector>
+
+namespace OvxUtils::SystemIO::Detail {
+
+enum class EntryType { None, File, Folder, Other };
+
+struct EntryInfo {
+    EntryType type = EntryType::None;  // what the path leads to, links followed
+    bool isLink = false;               // the path itself is a symbolic link or junction
+};
+
+struct FolderEntry {
+    CString name;
+    bool isFolder = false;  // links followed
+    bool isLink = false;
+};
+
+EntryInfo GetEntryInfo(const CString& path);
+
+// The entries of one folder without "." and "..", in the order the system lists them;
+// nullopt when the folder cannot be read.
+std::optional<std::vector<FolderEntry>> ReadFolder(const CString& path);
+
+// Creates one folder level; true when a folder is at path afterwards.
+bool CreateFolder(const CString& path);
+
+// Removes a file, a link or an empty folder without following links (on Windows also
+// when read-only); true when nothing is at path afterwards.
+bool RemoveEntry(const CString& path);
+
+}  // namespace OvxUtils::SystemIO::Detail

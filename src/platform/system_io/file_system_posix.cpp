@@ -1,0 +1,195 @@
+// File-system primitives on POSIX systems. Paths go to the system as UTF-8; a name on
+// disk that is not UTF-8 is listed with U+FFFD in place of its bad bytes, so it cannot be
+// reached again through these functions.
+#include "platform/system_io/file.h"
+#include "platform/system_io/file_system.h"
+#include "platform/system_io/path.h"
+#include "platform/system_io/posix_io.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace OvxUtils::SystemIO {
+
+namespace {
+
+// Seconds from 1601-01-01 to 1970-01-01, and FILETIME ticks per second.
+constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+struct DirCloser {
+    void operator()(DIR* dir) const { ::closedir(dir); }
+};
+using UniqueDir = std::unique_ptr<DIR, DirCloser>;
+
+bool StatPath(const CString& path, struct stat& st) { return ::stat(path.ToUtf8().c_str(), &st) == 0; }
+
+Detail::EntryType TypeOf(const struct stat& st) {
+    if (S_ISREG(st.st_mode)) return Detail::EntryType::File;
+    if (S_ISDIR(st.st_mode)) return Detail::EntryType::Folder;
+    return Detail::EntryType::Other;
+}
+
+}  // namespace
+
+namespace Detail {
+
+UniqueFd OpenFd(const CString& path, int flags, int mode) {
+    const std::string native = path.ToUtf8();
+    int fd;
+    do {
+        fd = ::open(native.c_str(), flags | O_CLOEXEC, mode);
+    } while (fd < 0 && errno == EINTR);
+    return UniqueFd(fd);
+}
+
+bool WriteAll(int fd, const void* data, std::size_t size) {
+    const auto* next = static_cast<const char*>(data);
+    while (size > 0) {
+        const ssize_t written = ::write(fd, next, size);
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        next += written;
+        size -= static_cast<std::size_t>(written);
+    }
+    return true;
+}
+
+EntryInfo GetEntryInfo(const CString& path) {
+    const std::string native = path.ToUtf8();
+    struct stat st {};
+    if (::lstat(native.c_str(), &st) != 0) return {};
+    EntryInfo info;
+    info.isLink = S_ISLNK(st.st_mode);
+    if (info.isLink && ::stat(native.c_str(), &st) != 0) return info;
+    info.type = TypeOf(st);
+    return info;
+}
+
+std::optional<std::vector<FolderEntry>> ReadFolder(const CString& path) {
+    UniqueDir dir(::opendir(path.ToUtf8().c_str()));
+    if (!dir) return std::nullopt;
+    std::vector<FolderEntry> entries;
+    errno = 0;
+    while (const dirent* entry = ::readdir(dir.get())) {
+        const char* name = entry->d_name;
+        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+        FolderEntry item{CString::FromUtf8(name)};
+        if (entry->d_type == DT_DIR) {
+            item.isFolder = true;
+        } else if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+            const EntryInfo info = GetEntryInfo(Path::Combine(path, item.name));
+            item.isFolder = info.type == EntryType::Folder;
+            item.isLink = info.isLink;
+        }
+        entries.push_back(std::move(item));
+        errno = 0;
+    }
+    if (errno != 0) return std::nullopt;
+    return entries;
+}
+
+bool CreateFolder(const CString& path) {
+    if (::mkdir(path.ToUtf8().c_str(), 0777) == 0) return true;
+    return errno == EEXIST && GetEntryInfo(path).type == EntryType::Folder;
+}
+
+bool RemoveEntry(const CString& path) {
+    const std::string native = path.ToUtf8();
+    struct stat st {};
+    if (::lstat(native.c_str(), &st) != 0) return errno == ENOENT;
+    const int result = S_ISDIR(st.st_mode) ? ::rmdir(native.c_str()) : ::unlink(native.c_str());
+    return result == 0 || errno == ENOENT;
+}
+
+}  // namespace Detail
+
+namespace File {
+
+bool Copy(const CString& from, const CString& to, bool overwrite) {
+    const Detail::UniqueFd source = Detail::OpenFd(from, O_RDONLY);
+    struct stat sourceStat {};
+    if (!source.IsValid() || ::fstat(source.Get(), &sourceStat) != 0 || !S_ISREG(sourceStat.st_mode)) {
+        return false;
+    }
+    struct stat targetStat {};
+    if (StatPath(to, targetStat) && targetStat.st_dev == sourceStat.st_dev &&
+        targetStat.st_ino == sourceStat.st_ino) {
+        return false;
+    }
+    const int mode = static_cast<int>(sourceStat.st_mode & 07777);
+    const Detail::UniqueFd target =
+        Detail::OpenFd(to, O_WRONLY | O_CREAT | (overwrite ? O_TRUNC : O_EXCL), mode);
+    if (!target.IsValid()) return false;
+
+    auto buffer = std::make_unique<char[]>(128 * 1024);
+    bool ok = true;
+    for (;;) {
+        const ssize_t got = ::read(source.Get(), buffer.get(), 128 * 1024);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) {
+            ok = got == 0;
+            break;
+        }
+        if (!Detail::WriteAll(target.Get(), buffer.get(), static_cast<std::size_t>(got))) {
+            ok = false;
+            break;
+        }
+    }
+    const struct timespec times[2] = {{0, UTIME_OMIT}, sourceStat.st_mtim};
+    ok = ok && ::fchmod(target.Get(), static_cast<mode_t>(mode)) == 0 && ::futimens(target.Get(), times) == 0;
+    if (!ok) ::unlink(to.ToUtf8().c_str());
+    return ok;
+}
+
+std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {
+    struct stat st {};
+    if (!StatPath(path, st)) return std::nullopt;
+    const std::int64_t seconds = static_cast<std::int64_t>(st.st_mtim.tv_sec) + kEpochOffsetSeconds;
+    if (seconds < 0) return std::nullopt;
+    return static_cast<std::uint64_t>(seconds) * kTicksPerSecond +
+           static_cast<std::uint64_t>(st.st_mtim.tv_nsec / 100);
+}
+
+bool SetLastWriteTime(const CString& path, std::uint64_t ticks) {
+    const auto seconds = static_cast<std::int64_t>(ticks / kTicksPerSecond) - kEpochOffsetSeconds;
+    struct timespec times[2] = {{0, UTIME_OMIT}, {}};
+    times[1].tv_sec = static_cast<time_t>(seconds);
+    times[1].tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
+    return ::utimensat(AT_FDCWD, path.ToUtf8().c_str(), times, 0) == 0;
+}
+
+std::optional<std::string> ReadAllBytes(const CString& path) {
+    const Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY);
+    struct stat st {};
+    if (!fd.IsValid() || ::fstat(fd.Get(), &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
+    std::string bytes;
+    std::size_t used = 0;
+    bytes.resize(S_ISREG(st.st_mode) && st.st_size > 0 ? static_cast<std::size_t>(st.st_size) + 1 : 4096);
+    for (;;) {
+        if (used == bytes.size()) bytes.resize(bytes.size() * 2);
+        const ssize_t got = ::read(fd.Get(), bytes.data() + used, bytes.size() - used);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return std::nullopt;
+        if (got == 0) break;
+        used += static_cast<std::size_t>(got);
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
+bool WriteAllBytes(const CString& path, std::string_view bytes) {
+    const Detail::UniqueFd fd = Detail::OpenFd(path, O_WRONLY | O_CREAT | O_TRUNC);
+    return fd.IsValid() && Detail::WriteAll(fd.Get(), bytes.data(), bytes.size());
+}
+
+}  // namespace File
+
+}  // namespace OvxUtils::SystemIO

@@ -1,0 +1,208 @@
+// File-system primitives on Windows, on the wide Win32 calls. Every path goes through
+// ToWin32Path, so paths beyond MAX_PATH work.
+#include "platform/system_io/file.h"
+#include "platform/system_io/file_system.h"
+#include "platform/system_io/path.h"
+#include "platform/system_io/win32_io.h"
+
+#include <algorithm>
+#include <limits>
+#include <string>
+
+namespace OvxUtils::SystemIO {
+
+namespace {
+
+using Detail::UniqueFileHandle;
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+bool StartsWith(const std::wstring& text, const wchar_t* prefix) { return text.rfind(prefix, 0) == 0; }
+
+UniqueFileHandle Open(const CString& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+    return UniqueFileHandle(::CreateFileW(Detail::ToWin32Path(path).GetString(), access, share, nullptr,
+                                          disposition, flags, nullptr));
+}
+
+// Symbolic links and junctions are name surrogates; other reparse points (deduplicated
+// or cloud files) behave as ordinary files and folders.
+bool IsLinkTag(DWORD attributes, DWORD reparseTag) {
+    return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(reparseTag);
+}
+
+bool IsLink(const CString& path, DWORD attributes) {
+    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) return false;
+    const UniqueFileHandle handle = Open(path, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING,
+                                         FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS);
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    if (!handle.IsValid() ||
+        !::GetFileInformationByHandleEx(handle.Get(), FileAttributeTagInfo, &info, sizeof(info))) {
+        return true;  // unknown, so never walked into or emptied
+    }
+    return IsLinkTag(attributes, info.ReparseTag);
+}
+
+bool IsSameFile(const CString& a, const CString& b) {
+    const UniqueFileHandle first =
+        Open(a, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    const UniqueFileHandle second =
+        Open(b, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    BY_HANDLE_FILE_INFORMATION x{}, y{};
+    return first.IsValid() && second.IsValid() && ::GetFileInformationByHandle(first.Get(), &x) &&
+           ::GetFileInformationByHandle(second.Get(), &y) &&
+           x.dwVolumeSerialNumber == y.dwVolumeSerialNumber && x.nFileIndexHigh == y.nFileIndexHigh &&
+           x.nFileIndexLow == y.nFileIndexLow;
+}
+
+}  // namespace
+
+namespace Detail {
+
+CString ToWin32Path(const CString& path) {
+    std::wstring out(path.View());
+    if (StartsWith(out, L"\\\\?\\")) return path;
+    std::replace(out.begin(), out.end(), L'/', L'\\');
+    if (out.size() < 248) return CString(std::wstring_view(out));
+
+    // The prefix turns off all parsing, so the path must be absolute and free of "." and
+    // ".." first; GetFullPathNameW has no length limit.
+    std::wstring full(out.size() + MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length =
+            ::GetFullPathNameW(out.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+        if (length == 0) return CString(std::wstring_view(out));
+        if (length < full.size()) {
+            full.resize(length);
+            break;
+        }
+        full.resize(length);
+    }
+    if (StartsWith(full, L"\\\\?\\") || StartsWith(full, L"\\\\.\\")) return CString(std::wstring_view(full));
+    if (StartsWith(full, L"\\\\")) return CString(std::wstring_view(L"\\\\?\\UNC" + full.substr(1)));
+    return CString(std::wstring_view(L"\\\\?\\" + full));
+}
+
+bool WriteAll(HANDLE file, const void* data, std::size_t size) {
+    const auto* next = static_cast<const char*>(data);
+    while (size > 0) {
+        const DWORD chunk =
+            static_cast<DWORD>(std::min<std::size_t>(size, std::numeric_limits<DWORD>::max()));
+        DWORD written = 0;
+        if (!::WriteFile(file, next, chunk, &written, nullptr) || written == 0) return false;
+        next += written;
+        size -= written;
+    }
+    return true;
+}
+
+EntryInfo GetEntryInfo(const CString& path) {
+    const DWORD attributes = ::GetFileAttributesW(ToWin32Path(path).GetString());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return {};
+    EntryInfo info;
+    info.type = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? EntryType::Folder : EntryType::File;
+    info.isLink = IsLink(path, attributes);
+    return info;
+}
+
+std::optional<std::vector<FolderEntry>> ReadFolder(const CString& path) {
+    WIN32_FIND_DATAW data{};
+    const UniqueFindHandle find(::FindFirstFileExW(ToWin32Path(Path::Combine(path, L"*")).GetString(),
+                                                   FindExInfoBasic, &data, FindExSearchNameMatch, nullptr,
+                                                   FIND_FIRST_EX_LARGE_FETCH));
+    std::vector<FolderEntry> entries;
+    if (!find.IsValid()) {
+        // An empty drive root lists nothing at all, not even "." and "..".
+        if (::GetLastError() == ERROR_FILE_NOT_FOUND) return entries;
+        return std::nullopt;
+    }
+    do {
+        const std::wstring_view name = data.cFileName;
+        if (name == L"." || name == L"..") continue;
+        FolderEntry entry{CString(name)};
+        entry.isFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        entry.isLink = IsLinkTag(data.dwFileAttributes, data.dwReserved0);
+        entries.push_back(std::move(entry));
+    } while (::FindNextFileW(find.Get(), &data));
+    if (::GetLastError() != ERROR_NO_MORE_FILES) return std::nullopt;
+    return entries;
+}
+
+bool CreateFolder(const CString& path) {
+    if (::CreateDirectoryW(ToWin32Path(path).GetString(), nullptr)) return true;
+    return ::GetLastError() == ERROR_ALREADY_EXISTS && GetEntryInfo(path).type == EntryType::Folder;
+}
+
+bool RemoveEntry(const CString& path) {
+    const CString native = ToWin32Path(path);
+    const DWORD attributes = ::GetFileAttributesW(native.GetString());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        const DWORD error = ::GetLastError();
+        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    }
+    const bool readOnly = (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+    if (readOnly) {
+        const DWORD writable = attributes & ~FILE_ATTRIBUTE_READONLY;
+        ::SetFileAttributesW(native.GetString(), writable != 0 ? writable : FILE_ATTRIBUTE_NORMAL);
+    }
+    // A directory link or junction is removed like an empty folder; its target stays.
+    const bool removed = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ::RemoveDirectoryW(native.GetString())
+                                                                      : ::DeleteFileW(native.GetString());
+    if (removed) return true;
+    if (readOnly) ::SetFileAttributesW(native.GetString(), attributes);
+    return false;
+}
+
+}  // namespace Detail
+
+namespace File {
+
+bool Copy(const CString& from, const CString& to, bool overwrite) {
+    if (IsSameFile(from, to)) return false;
+    return ::CopyFileW(Detail::ToWin32Path(from).GetString(), Detail::ToWin32Path(to).GetString(),
+                       overwrite ? FALSE : TRUE) != FALSE;
+}
+
+std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!::GetFileAttributesExW(Detail::ToWin32Path(path).GetString(), GetFileExInfoStandard, &data)) {
+        return std::nullopt;
+    }
+    return (static_cast<std::uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
+           data.ftLastWriteTime.dwLowDateTime;
+}
+
+bool SetLastWriteTime(const CString& path, std::uint64_t ticks) {
+    const UniqueFileHandle handle =
+        Open(path, FILE_WRITE_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    FILETIME time{static_cast<DWORD>(ticks & 0xFFFFFFFFu), static_cast<DWORD>(ticks >> 32)};
+    return handle.IsValid() && ::SetFileTime(handle.Get(), nullptr, nullptr, &time);
+}
+
+std::optional<std::string> ReadAllBytes(const CString& path) {
+    const UniqueFileHandle file =
+        Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
+    LARGE_INTEGER size{};
+    if (!file.IsValid() || !::GetFileSizeEx(file.Get(), &size)) return std::nullopt;
+    std::string bytes(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
+    std::size_t used = 0;
+    for (;;) {
+        if (used == bytes.size()) bytes.resize(bytes.size() * 2);
+        const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - used, 1u << 30));
+        DWORD got = 0;
+        if (!::ReadFile(file.Get(), bytes.data() + used, chunk, &got, nullptr)) return std::nullopt;
+        if (got == 0) break;
+        used += got;
+    }
+    bytes.resize(used);
+    return bytes;
+}
+
+bool WriteAllBytes(const CString& path, std::string_view bytes) {
+    const UniqueFileHandle file =
+        Open(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    return file.IsValid() && Detail::WriteAll(file.Get(), bytes.data(), bytes.size());
+}
+
+}  // namespace File
+
+}  // namespace OvxUtils::SystemIO

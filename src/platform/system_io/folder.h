@@ -1,0 +1,39 @@
+// Folder: creating, listing and deleting folders on the disk.
+//
+// Listings are deterministic on every platform: depth first, the entries of each folder
+// sorted by CString ordinal order (UTF-16 code units). Symbolic links and junctions to
+// folders are listed but never entered, so a walk cannot loop or leave the tree.
+#pragma once
+
+#include "platform/cstring.h"
+
+#include <functional>
+#include <vector>
+
+namespace OvxUtils::SystemIO::Folder {
+
+// True for a folder (after following a link).
+OVX_API bool Exists(const CString& path);
+
+// Creates every missing level; true when the folder exists afterwards.
+OVX_API bool EnsureExists(const CString& path);
+
+// Deletes everything under folder and, with deleteFolderItself, the folder too. Links
+// inside are removed without touching their targets; on Windows read-only entries are
+// deleted as well. A missing folder counts as deleted (true). When folder is itself a
+// link, deleteFolderItself removes only the link, otherwise the content of its target is
+// deleted. False when anything that should be gone remains.
+OVX_API bool DeleteRecursive(const CString& folder, bool deleteFolderItself);
+
+// Full paths, in Visit order.
+OVX_API std::vector<CString> GetFiles(const CString& path, bool recursive);
+OVX_API std::vector<CString> GetSubfolders(const CString& path, bool recursive);
+
+// Calls visitor for each entry of path (with recursive, for each entry of the whole
+// tree), passing the full path and whether it is a folder. A folder is visited before its
+// content. The visitor returns false to end the walk. Returns false when path or one of
+// its subfolders could not be read; the walk still goes on with the rest.
+using Visitor = std::function<bool(const CString& path, bool isFolder)>;
+OVX_API bool Visit(const CString& path, bool recursive, const Visitor& visitor);
+
+}  // namespace OvxUtils::SystemIO::Folder

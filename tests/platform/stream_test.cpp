@@ -1,0 +1,98 @@
+#include "platform/stream/file_stream.h"
+#include "platform/stream/memory_stream.h"
+#include "platform/system_io/file.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+using OvxUtils::FileStream;
+using OvxUtils::MemoryStream;
+using OvxUtils::Stream;
+namespace File = OvxUtils::SystemIO::File;
+using OvxTest::TempFolder;
+
+bool WriteText(Stream& stream, std::string_view text) { return stream.Write(text.data(), text.size()); }
+
+std::filesystem::path FsPath(const CString& path) {
+#if defined(_WIN32)
+    return std::filesystem::path(std::wstring(path.View()));
+#else
+    return std::filesystem::path(path.ToUtf8());
+#endif
+}
+
+TEST(FileStream, WritesExactBytesAndTruncatesOnCreate) {
+    TempFolder temp;
+    const CString path = temp / u"log ☃.txt";
+    ASSERT_TRUE(File::WriteAllBytes(path, "old content that must disappear"));
+
+    const std::string binary("\0\xFF\r\n", 4);
+    {
+        const auto stream = FileStream::Create(path);
+        ASSERT_NE(stream, nullptr);
+        EXPECT_TRUE(WriteText(*stream, "first line\r\n"));
+        EXPECT_TRUE(WriteText(*stream, binary));
+        EXPECT_TRUE(stream->Write(nullptr, 0));
+        EXPECT_TRUE(WriteText(*stream, "\xC3\xBC\n"));
+        EXPECT_TRUE(stream->Flush());
+    }
+    EXPECT_EQ(File::ReadAllBytes(path), "first line\r\n" + binary + "\xC3\xBC\n");
+}
+
+TEST(FileStream, OthersReadTheFileWhileItIsOpen) {
+    TempFolder temp;
+    const CString path = temp / u"shared.log";
+    const auto stream = FileStream::Create(path);
+    ASSERT_NE(stream, nullptr);
+
+    ASSERT_TRUE(WriteText(*stream, "one\n"));
+    EXPECT_EQ(File::ReadAllBytes(path), "one\n");
+    ASSERT_TRUE(WriteText(*stream, "two\n"));
+    // An ordinary reader as another program would open it, sharing only reading and writing.
+    std::ifstream reader(FsPath(path), std::ios::binary);
+    ASSERT_TRUE(reader.is_open());
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "one\ntwo\n");
+    reader.close();
+
+    // Log rotation deletes the file of a running writer.
+    EXPECT_TRUE(File::Delete(path));
+    EXPECT_TRUE(WriteText(*stream, "three\n"));
+}
+
+TEST(FileStream, CreateFailsWhereNoFileCanBe) {
+    TempFolder temp;
+    EXPECT_EQ(FileStream::Create(temp / u"missing folder/log.txt"), nullptr);
+    EXPECT_FALSE(File::Exists(temp / u"missing folder/log.txt"));
+    EXPECT_EQ(FileStream::Create(temp.Path()), nullptr);
+    EXPECT_EQ(FileStream::Create(u""), nullptr);
+}
+
+TEST(MemoryStream, CollectsBytesBehindTheStreamInterface) {
+    const auto memory = std::make_shared<MemoryStream>();
+    const std::shared_ptr<Stream> stream = memory;
+    EXPECT_TRUE(WriteText(*stream, std::string_view("a\0b", 3)));
+    EXPECT_TRUE(WriteText(*stream, "c"));
+    EXPECT_TRUE(stream->Flush());
+    EXPECT_EQ(memory->Bytes(), std::string("a\0bc", 4));
+}
+
+// A host's own stream, derived across the library boundary.
+class RefusingStream : public Stream {
+public:
+    bool Write(const void*, std::size_t) override { return false; }
+};
+
+TEST(Stream, HostStreamsDeriveFromTheExportedBase) {
+    const std::shared_ptr<Stream> stream = std::make_shared<RefusingStream>();
+    EXPECT_FALSE(WriteText(*stream, "x"));
+    EXPECT_TRUE(stream->Flush());
+}
+
+}  // namespace

@@ -1,0 +1,439 @@
+#include "platform/stream/file_stream.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <vector>
+
+#if defined(_WIN32)
+#include "platform/system_io/win32_io.h"
+
+#include <windows.h>
+#else
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+namespace Path = OvxUtils::SystemIO::Path;
+namespace File = OvxUtils::SystemIO::File;
+namespace Folder = OvxUtils::SystemIO::Folder;
+using OvxTest::TempFolder;
+using Paths = std::vector<CString>;
+
+// The path with '/' written as this platform's separator, so one table serves both.
+CString Native(const CString& path) {
+    CString::StringType units = path.Str();
+    for (auto& unit : units) {
+        if (unit == '/') unit = Path::Separator();
+    }
+    return CString(CString::ViewType(units));
+}
+
+void MakeReadOnly(const CString& path) {
+#if defined(_WIN32)
+    ASSERT_TRUE(::SetFileAttributesW(path.GetString(), FILE_ATTRIBUTE_READONLY));
+#else
+    ASSERT_EQ(::chmod(path.ToUtf8().c_str(), 0444), 0);
+#endif
+}
+
+// Creates a symbolic link; false when this system does not let the test make one.
+bool MakeLink(const CString& link, const CString& target, bool toFolder) {
+#if defined(_WIN32)
+    const DWORD kind = toFolder ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
+    constexpr DWORD kAllowUnprivileged = 0x2;
+    if (!::CreateSymbolicLinkW(link.GetString(), target.GetString(), kind | kAllowUnprivileged) &&
+        !::CreateSymbolicLinkW(link.GetString(), target.GetString(), kind)) {
+        return false;
+    }
+    // Wine 8 reports success without creating anything.
+    const DWORD attributes = ::GetFileAttributesW(link.GetString());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+#else
+    (void)toFolder;
+    return ::symlink(target.ToUtf8().c_str(), link.ToUtf8().c_str()) == 0;
+#endif
+}
+
+std::uint64_t NowTicks() {
+    using namespace std::chrono;
+    const auto sinceUnixEpoch = duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
+    return static_cast<std::uint64_t>(sinceUnixEpoch / 100) + 116444736000000000ull;
+}
+
+// --- Path -------------------------------------------------------------------------------
+
+TEST(Path, CombineJoinsWithOneSeparator) {
+    struct Case {
+        const char16_t *a, *b, *expected;
+    } cases[] = {
+        {u"a", u"b", u"a/b"},
+        {u"a/", u"b", u"a/b"},
+        {u"/", u"b", u"/b"},
+        {u"", u"b", u"b"},
+        {u"a", u"", u"a"},
+        {u"a", u"/abs/x", u"/abs/x"},
+        {u"my folder", u"Ünïcødé ☃ 𝄞.txt", u"my folder/Ünïcødé ☃ 𝄞.txt"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Path::Combine(Native(c.a), Native(c.b)), Native(c.expected))
+            << CString(c.a) << " + " << CString(c.b);
+    }
+    EXPECT_EQ(Path::Combine(u"a", u"", Native(u"c/d")), Native(u"a/c/d"));
+    EXPECT_EQ(Path::Combine(Native(u"a/"), u"b", u"c"), Native(u"a/b/c"));
+#if defined(_WIN32)
+    // Either separator ends a part; drive and share roots replace what comes before.
+    EXPECT_EQ(Path::Combine(u"a/", u"b"), CString(u"a/b"));
+    EXPECT_EQ(Path::Combine(u"C:\\x", u"D:\\y"), CString(u"D:\\y"));
+    EXPECT_EQ(Path::Combine(u"C:\\x", u"\\\\server\\share"), CString(u"\\\\server\\share"));
+    EXPECT_EQ(Path::Combine(u"C:", u"x"), CString(u"C:x"));
+#else
+    EXPECT_EQ(Path::Combine(u"a", u"b\\c"), CString(u"a/b\\c"));
+#endif
+}
+
+TEST(Path, SplitsIntoFolderNameAndExtension) {
+    struct Case {
+        const char16_t *path, *folder, *name, *ext;
+    } cases[] = {
+        {u"a/b/c.txt", u"a/b", u"c.txt", u".txt"},
+        {u"a/b/", u"a/b", u"", u""},
+        {u"c.txt", u"", u"c.txt", u".txt"},
+        {u"/c", u"/", u"c", u""},
+        {u"/", u"/", u"", u""},
+        {u"x.d/name", u"x.d", u"name", u""},
+        {u"a/archive.tar.gz", u"a", u"archive.tar.gz", u".gz"},
+        {u"a/.profile", u"a", u".profile", u".profile"},
+        {u"ü ☃/𝄞 x.Ärger", u"ü ☃", u"𝄞 x.Ärger", u".Ärger"},
+    };
+    for (const auto& c : cases) {
+        const CString path = Native(c.path);
+        EXPECT_EQ(Path::GetFolderName(path), Native(c.folder)) << path;
+        EXPECT_EQ(Path::GetFileName(path), CString(c.name)) << path;
+        EXPECT_EQ(Path::GetExtension(path), CString(c.ext)) << path;
+    }
+#if defined(_WIN32)
+    struct WinCase {
+        const char16_t *path, *folder, *name;
+    } winCases[] = {
+        {u"C:\\c.txt", u"C:\\", u"c.txt"},
+        {u"C:\\a/b", u"C:\\a", u"b"},
+        {u"C:name", u"C:", u"name"},
+        {u"\\\\server\\share\\f.txt", u"\\\\server\\share\\", u"f.txt"},
+        {u"\\\\server\\share", u"\\\\server\\share", u""},
+        {u"\\\\?\\C:\\a\\b", u"\\\\?\\C:\\a", u"b"},
+        {u"\\\\?\\UNC\\server\\share\\f", u"\\\\?\\UNC\\server\\share\\", u"f"},
+    };
+    for (const auto& c : winCases) {
+        EXPECT_EQ(Path::GetFolderName(c.path), CString(c.folder)) << CString(c.path);
+        EXPECT_EQ(Path::GetFileName(c.path), CString(c.name)) << CString(c.path);
+    }
+#endif
+}
+
+TEST(Path, IsRootedKnowsThePlatformRoots) {
+    EXPECT_TRUE(Path::IsRooted(Native(u"/a")));
+    EXPECT_FALSE(Path::IsRooted(u"a/b"));
+    EXPECT_FALSE(Path::IsRooted(u""));
+#if defined(_WIN32)
+    EXPECT_TRUE(Path::IsRooted(u"C:\\a"));
+    EXPECT_TRUE(Path::IsRooted(u"c:a"));
+    EXPECT_TRUE(Path::IsRooted(u"//server/share"));
+    EXPECT_TRUE(Path::IsRooted(u"\\\\?\\C:\\a"));
+#else
+    EXPECT_FALSE(Path::IsRooted(u"C:\\a"));
+#endif
+}
+
+TEST(Path, SetExtensionReplacesOrAppends) {
+    struct Case {
+        const char16_t *path, *ext, *expected;
+    } cases[] = {
+        {u"x/installed_copy", u"OrvexExtension", u"x/installed_copy.OrvexExtension"},
+        {u"x/package.zip", u".OrvexExtension", u"x/package.OrvexExtension"},
+        {u"x.d/name", u"txt", u"x.d/name.txt"},
+        {u"a.tar.gz", u"zip", u"a.tar.zip"},
+        {u"a.txt", u"", u"a"},
+        {u"a.txt", u".", u"a"},
+        {u"a/b/", u"txt", u"a/b/"},
+        {u"𝄞 ☃", u"Ünï", u"𝄞 ☃.Ünï"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Path::SetExtension(Native(c.path), c.ext), Native(c.expected)) << CString(c.path);
+    }
+}
+
+TEST(Path, HasExtensionIgnoresCaseAndTheDot) {
+    struct Case {
+        const char16_t *path, *ext;
+        bool expected;
+    } cases[] = {
+        {u"p.OrvexExtension", u"OrvexExtension", true},
+        {u"p.ORVEXEXTENSION", u".orvexextension", true},
+        {u"a.zip", u"OrvexExtension", false},
+        {u"p.OrvexExtension.zip", u"OrvexExtension", false},
+        {u"p.OrvexExtension.zip", u"zip", true},
+        {u"x.OrvexExtension/name", u"OrvexExtension", false},
+        {u"p.ÄRGER", u"ärger", true},
+        {u"p.OrvexExtensions", u"OrvexExtension", false},
+        {u"name", u"", true},
+        {u"name.txt", u"", false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Path::HasExtension(Native(c.path), c.ext), c.expected)
+            << CString(c.path) << " / " << CString(c.ext);
+    }
+}
+
+#if defined(_WIN32)
+TEST(Path, Win32FormKeepsLongPathsWhole) {
+    using OvxUtils::SystemIO::Detail::ToWin32Path;
+    const CString longName(300, L'x');
+    struct Case {
+        CString path, expected;
+    } cases[] = {
+        {u"C:/a/b", u"C:\\a\\b"},
+        {u"a/b", u"a\\b"},
+        {u"C:\\" + longName, u"\\\\?\\C:\\" + longName},
+        {u"C:/" + longName + u"/./sub/../f", u"\\\\?\\C:\\" + longName + u"\\f"},
+        {u"//server/share/" + longName, u"\\\\?\\UNC\\server\\share\\" + longName},
+        {u"\\\\?\\C:\\" + longName + u"/x", u"\\\\?\\C:\\" + longName + u"/x"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(ToWin32Path(c.path), c.expected);
+
+    const CString relative = ToWin32Path(u"rel/" + longName);
+    EXPECT_TRUE(relative.StartsWith(u"\\\\?\\")) << relative;
+    EXPECT_TRUE(relative.EndsWith(u"\\rel\\" + longName)) << relative;
+}
+#endif
+
+// --- Files and folders on disk ----------------------------------------------------------
+
+TEST(FileSystem, NonAsciiNamesWithSpacesRoundTrip) {
+    TempFolder temp;
+    const CString name = u"Dätä ☃ 𝄞.txt";
+    const CString file =
+        temp.WriteFile(CString(u"Ünïcødé ☃ 𝄞/") + name, std::string_view("content\r\n\0x", 11));
+    const CString folder = temp / u"Ünïcødé ☃ 𝄞";
+
+    EXPECT_TRUE(File::Exists(file));
+    EXPECT_FALSE(File::Exists(folder));
+    EXPECT_TRUE(Folder::Exists(folder));
+    EXPECT_FALSE(Folder::Exists(file));
+    EXPECT_EQ(File::ReadAllBytes(file), std::string("content\r\n\0x", 11));
+    EXPECT_EQ(Folder::GetFiles(temp.Path(), true), Paths{file});
+    EXPECT_EQ(Folder::GetSubfolders(temp.Path(), false), Paths{folder});
+    EXPECT_EQ(File::Find(temp.Path(), u"dÄtÄ ☃ 𝄞.TXT", true), Paths{file});
+
+    EXPECT_FALSE(File::Delete(folder));
+    EXPECT_TRUE(Folder::Exists(folder));
+    EXPECT_TRUE(File::Delete(file));
+    EXPECT_FALSE(File::Exists(file));
+    EXPECT_TRUE(File::Delete(file));  // nothing left to delete
+}
+
+TEST(FileSystem, PathsLongerThan260Work) {
+    TempFolder temp;
+    CString folder = temp.Path();
+    for (const char16_t letter : std::u16string_view(u"abcde")) {
+        folder = Path::Combine(folder, CString(60, static_cast<CString::XCHAR>(letter)) + u" Ünï");
+    }
+    const CString file = Path::Combine(folder, u"file with a rather long name ☃.OrvexExtension");
+    ASSERT_GT(file.GetLength(), 330);
+
+    ASSERT_TRUE(Folder::EnsureExists(folder));
+    ASSERT_TRUE(File::WriteAllBytes(file, "long"));
+    EXPECT_TRUE(File::Exists(file));
+    EXPECT_EQ(File::ReadAllBytes(file), "long");
+    EXPECT_EQ(File::Find(temp.Path(), Path::GetFileName(file), true), Paths{file});
+
+    const std::uint64_t ticks = 132'539'328'001'234'567ull;  // 2021-01-01 00:00:00.1234567 UTC
+    ASSERT_TRUE(File::SetLastWriteTime(file, ticks));
+    EXPECT_EQ(File::GetLastWriteTime(file), ticks);
+    const CString copy = Path::SetExtension(file, u"zip");
+    ASSERT_TRUE(File::Copy(file, copy, false));
+    EXPECT_EQ(File::ReadAllBytes(copy), "long");
+
+    const CString logPath = Path::Combine(folder, u"log.txt");
+    {
+        const auto log = OvxUtils::FileStream::Create(logPath);
+        ASSERT_NE(log, nullptr);
+        EXPECT_TRUE(log->Write("line\n", 5));
+    }
+    EXPECT_EQ(File::ReadAllBytes(logPath), "line\n");
+    EXPECT_EQ(Folder::GetFiles(folder, false), (Paths{file, copy, logPath}));
+
+    const CString top = Folder::GetSubfolders(temp.Path(), false).at(0);
+    EXPECT_TRUE(Folder::DeleteRecursive(top, true));
+    EXPECT_FALSE(Folder::Exists(top));
+}
+
+TEST(FileSystem, WalksDepthFirstInOrdinalOrder) {
+    TempFolder temp;
+    // Ordinal order of UTF-16 units: 'B' < 'a' < "a.txt" < 'b', and U+1D11E (a surrogate
+    // pair, 0xD834) before U+FF21, which UTF-8 byte order would reverse.
+    const CString upperB = temp.WriteFile(u"B.txt", "");
+    const CString deep = temp.WriteFile(u"a/sub/X.DAT", "");
+    const CString aFile = temp.WriteFile(u"a/z.dat", "");
+    const CString aTxt = temp.WriteFile(u"a.txt", "");
+    const CString bFile = temp.WriteFile(u"b/x.dat", "");
+    const CString clef = temp.WriteFile(u"𝄞", "");
+    const CString fullwidthA = temp.WriteFile(u"\uFF21", "");
+    ASSERT_TRUE(Folder::EnsureExists(temp / u"c/empty"));
+
+    EXPECT_EQ(Folder::GetFiles(temp.Path(), true),
+              (Paths{upperB, deep, aFile, aTxt, bFile, clef, fullwidthA}));
+    EXPECT_EQ(Folder::GetFiles(temp.Path(), false), (Paths{upperB, aTxt, clef, fullwidthA}));
+    EXPECT_EQ(Folder::GetSubfolders(temp.Path(), true),
+              (Paths{temp / u"a", temp / u"a/sub", temp / u"b", temp / u"c", temp / u"c/empty"}));
+    EXPECT_EQ(Folder::GetSubfolders(temp.Path(), false), (Paths{temp / u"a", temp / u"b", temp / u"c"}));
+    EXPECT_EQ(File::Find(temp.Path(), u"x.dat", true), (Paths{deep, bFile}));
+    EXPECT_EQ(File::Find(temp.Path(), u"x.dat", false), Paths{});
+    EXPECT_EQ(File::Find(temp.Path(), u"sub", true), Paths{});  // folders are not files
+
+    Paths visited;
+    EXPECT_TRUE(Folder::Visit(temp.Path(), true, [&](const CString& path, bool) {
+        visited.push_back(path);
+        return visited.size() < 3;
+    }));
+    EXPECT_EQ(visited, (Paths{upperB, temp / u"a", temp / u"a/sub"}));
+
+    EXPECT_FALSE(Folder::Visit(temp / u"missing", true, [](const CString&, bool) { return true; }));
+    EXPECT_EQ(Folder::GetFiles(upperB, false), Paths{});
+}
+
+TEST(FileSystem, EnsureExistsCreatesEveryLevel) {
+    TempFolder temp;
+    EXPECT_TRUE(Folder::EnsureExists(temp / u"x/y z/ü/"));
+    EXPECT_TRUE(Folder::Exists(temp / u"x/y z/ü"));
+    EXPECT_TRUE(Folder::EnsureExists(temp / u"x/y z"));
+    const CString file = temp.WriteFile(u"file", "");
+    EXPECT_FALSE(Folder::EnsureExists(Path::Combine(file, u"sub")));
+}
+
+TEST(FileSystem, DeleteRecursiveRemovesNestedAndReadOnlyContent) {
+    TempFolder temp;
+    const CString root = temp / u"root";
+    temp.WriteFile(u"root/a/b/c/deep.txt", "x");
+    MakeReadOnly(temp.WriteFile(u"root/a/read-only.txt", "x"));
+    MakeReadOnly(temp.WriteFile(u"root/top read-only ☃.txt", "x"));
+    ASSERT_TRUE(Folder::EnsureExists(temp / u"root/empty"));
+#if defined(_WIN32)
+    MakeReadOnly(temp / u"root/a/b");
+#endif
+
+    EXPECT_TRUE(Folder::DeleteRecursive(root, false));
+    EXPECT_TRUE(Folder::Exists(root));
+    EXPECT_EQ(Folder::GetFiles(root, true), Paths{});
+    EXPECT_EQ(Folder::GetSubfolders(root, true), Paths{});
+
+    temp.WriteFile(u"root/again.txt", "x");
+    EXPECT_TRUE(Folder::DeleteRecursive(root, true));
+    EXPECT_FALSE(Folder::Exists(root));
+    EXPECT_TRUE(Folder::DeleteRecursive(root, true));  // already gone
+    EXPECT_TRUE(Folder::DeleteRecursive(root, false));
+}
+
+TEST(FileSystem, DeleteRecursiveLeavesLinkTargetsAlone) {
+    TempFolder temp;
+    const CString outside = temp / u"outside";
+    const CString kept = temp.WriteFile(u"outside/kept.txt", "keep");
+    const CString tree = temp / u"tree";
+    temp.WriteFile(u"tree/own.txt", "x");
+    const CString folderLink = temp / u"tree/folder link";
+    const CString fileLink = temp / u"tree/file link";
+    if (!MakeLink(folderLink, outside, true) || !MakeLink(fileLink, kept, false)) {
+        GTEST_SKIP() << "no symbolic links here: Windows needs a privilege or developer mode, "
+                        "and Wine 8 has no reparse points";
+    }
+
+    // Listed, but never walked into.
+    EXPECT_EQ(Folder::GetSubfolders(tree, true), Paths{folderLink});
+    EXPECT_EQ(Folder::GetFiles(tree, true), (Paths{fileLink, temp / u"tree/own.txt"}));
+
+    EXPECT_TRUE(Folder::DeleteRecursive(tree, true));
+    EXPECT_FALSE(Folder::Exists(tree));
+    EXPECT_EQ(File::ReadAllBytes(kept), "keep");
+
+    // A link handed over itself goes, its target stays.
+    const CString link = temp / u"link";
+    ASSERT_TRUE(MakeLink(link, outside, true));
+    EXPECT_TRUE(Folder::DeleteRecursive(link, true));
+    EXPECT_FALSE(Folder::Exists(link));
+    EXPECT_EQ(Folder::GetFiles(outside, false), Paths{kept});
+}
+
+TEST(FileSystem, DeleteRecursiveReportsWhatRemains) {
+    TempFolder temp;
+    const CString root = temp / u"root";
+    temp.WriteFile(u"root/a/gone.txt", "x");
+    const CString locked = temp.WriteFile(u"root/b/locked.txt", "x");
+#if defined(_WIN32)
+    // A handle that does not share deletion keeps the file.
+    HANDLE handle =
+        ::CreateFileW(locked.GetString(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(handle, INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(Folder::DeleteRecursive(root, true));
+    ::CloseHandle(handle);
+#else
+    if (::geteuid() == 0) GTEST_SKIP() << "root may delete inside a read-only folder";
+    ASSERT_EQ(::chmod((temp / u"root/b").ToUtf8().c_str(), 0555), 0);
+    EXPECT_FALSE(Folder::DeleteRecursive(root, true));
+    ASSERT_EQ(::chmod((temp / u"root/b").ToUtf8().c_str(), 0755), 0);
+#endif
+    EXPECT_EQ(Folder::GetFiles(root, true), Paths{locked});
+    EXPECT_TRUE(Folder::DeleteRecursive(root, true));
+}
+
+TEST(FileSystem, LastWriteTimeUsesTheFiletimeScale) {
+    TempFolder temp;
+    const std::uint64_t before = NowTicks();
+    const CString file = temp.WriteFile(u"file.txt", "x");
+    const auto written = File::GetLastWriteTime(file);
+    ASSERT_TRUE(written.has_value());
+    constexpr std::uint64_t kMinute = 60ull * 10'000'000;
+    EXPECT_GT(*written, before - kMinute);
+    EXPECT_LT(*written, NowTicks() + kMinute);
+
+    for (const std::uint64_t ticks :
+         {132'539'328'001'234'567ull, 116'444'736'000'000'000ull, 125'911'584'009'999'999ull}) {
+        ASSERT_TRUE(File::SetLastWriteTime(file, ticks));
+        EXPECT_EQ(File::GetLastWriteTime(file), ticks);
+    }
+    EXPECT_TRUE(File::GetLastWriteTime(temp.Path()).has_value());
+    EXPECT_EQ(File::GetLastWriteTime(temp / u"missing"), std::nullopt);
+    EXPECT_FALSE(File::SetLastWriteTime(temp / u"missing", 132'539'328'000'000'000ull));
+}
+
+TEST(FileSystem, CopyKeepsContentAndTime) {
+    TempFolder temp;
+    const CString source = temp.WriteFile(u"source.bin", std::string("a\0b", 3));
+    const std::uint64_t ticks = 130'000'000'001'234'567ull;
+    ASSERT_TRUE(File::SetLastWriteTime(source, ticks));
+    const CString target = temp / u"target ☃.bin";
+
+    ASSERT_TRUE(File::Copy(source, target, false));
+    EXPECT_EQ(File::ReadAllBytes(target), std::string("a\0b", 3));
+    EXPECT_EQ(File::GetLastWriteTime(target), ticks);
+
+    ASSERT_TRUE(File::WriteAllBytes(source, "new"));
+    EXPECT_FALSE(File::Copy(source, target, false));
+    EXPECT_EQ(File::ReadAllBytes(target), std::string("a\0b", 3));
+    EXPECT_TRUE(File::Copy(source, target, true));
+    EXPECT_EQ(File::ReadAllBytes(target), "new");
+
+    EXPECT_FALSE(File::Copy(source, source, true));
+    EXPECT_EQ(File::ReadAllBytes(source), "new");
+    EXPECT_FALSE(File::Copy(temp / u"missing", target, true));
+    EXPECT_FALSE(File::Copy(source, temp / u"missing/target", true));
+    EXPECT_EQ(File::ReadAllBytes(temp / u"missing"), std::nullopt);
+    EXPECT_EQ(File::ReadAllBytes(temp.Path()), std::nullopt);
+}
+
+}  // namespace

@@ -1,0 +1,27 @@
+// A fresh folder per test, removed with everything in it when the test ends.
+#pragma once
+
+#include "platform/cstring.h"
+
+#include <string_view>
+
+namespace OvxTest {
+
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const CString& Path() const { return m_path; }
+    // Path() joined with a relative path written with '/' separators.
+    CString operator/(const CString& relative) const;
+    // Writes a file (creating its folders) and returns its full path.
+    CString WriteFile(const CString& relative, std::string_view bytes) const;
+
+private:
+    CString m_path;
+};
+
+}  // namespace OvxTest
