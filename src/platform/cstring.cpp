@@ -23,6 +23,8 @@ char32_t NextCodePoint(UnitView text, std::size_t& i) {
     return unit;
 }
 
+char32_t AsciiLower(char32_t c) { return (c >= u'A' && c <= u'Z') ? c + (u'a' - u'A') : c; }
+
 // Folded code points compare by their UTF-16 form, so that CompareNoCase orders strings
 // without cased letters exactly as Compare does.
 char32_t Utf16SortKey(char32_t cp) {
@@ -61,6 +63,11 @@ int CString::CompareNoCase(const CString& other) const {
     const UnitView a = m_str, b = other.m_str;
     std::size_t i = 0, j = 0;
     while (i < a.size() && j < b.size()) {
+        if (a[i] < 0x80 && b[j] < 0x80) {  // ASCII needs no table
+            const char32_t la = AsciiLower(a[i++]), lb = AsciiLower(b[j++]);
+            if (la != lb) return la < lb ? -1 : 1;
+            continue;
+        }
         const char32_t ca = OvxUtils::Unicode::SimpleFold(NextCodePoint(a, i));
         const char32_t cb = OvxUtils::Unicode::SimpleFold(NextCodePoint(b, j));
         if (ca != cb) {

@@ -14,6 +14,7 @@
 #include <iosfwd>
 #include <string>
 #include <string_view>
+#include <utility>
 
 class OVX_API CString {
 public:
@@ -34,6 +35,7 @@ public:
     CString(std::wstring_view text);
 #endif
     CString(const XCHAR* units, int length);
+    explicit CString(StringType&& units) noexcept : m_str(std::move(units)) {}
     CString(int count, XCHAR unit);
 
     // UTF-8 in and out; malformed input decodes as U+FFFD per bad sequence.

@@ -28,7 +28,7 @@ void AppendUtf8(std::string& out, char32_t cp) {
     }
 }
 
-void AppendUtf16(CString& out, char32_t cp) {
+void AppendUtf16(CString::StringType& out, char32_t cp) {
     using X = CString::XCHAR;
     if (cp < 0x10000) {
         out += static_cast<X>(cp);
@@ -103,7 +103,8 @@ std::string Utf8Encode(const CString& text) {
 }
 
 CString Utf8Decode(std::string_view utf8) {
-    CString out;
+    CString::StringType out;
+    out.reserve(utf8.size());
     std::size_t pos = 0;
     bool valid = true;
     while (pos < utf8.size()) {
@@ -113,7 +114,7 @@ CString Utf8Decode(std::string_view utf8) {
         for (; pos < run; ++pos) out += static_cast<CString::XCHAR>(utf8[pos]);
         if (pos < utf8.size()) AppendUtf16(out, DecodeOne(utf8, pos, valid));
     }
-    return out;
+    return CString(std::move(out));
 }
 
 bool IsValidUtf8(std::string_view utf8) {
