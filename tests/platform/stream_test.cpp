@@ -1,5 +1,4 @@
 #include "platform/stream/file_stream.h"
-#include "platform/stream/memory_stream.h"
 #include "platform/system_io/file.h"
 #include "support/temp_folder.h"
 
@@ -13,7 +12,6 @@
 namespace {
 
 using OvxUtils::FileStream;
-using OvxUtils::MemoryStream;
 using OvxUtils::Stream;
 namespace File = OvxUtils::SystemIO::File;
 using OvxTest::TempFolder;
@@ -72,15 +70,6 @@ TEST(FileStream, CreateFailsWhereNoFileCanBe) {
     EXPECT_FALSE(File::Exists(temp / u"missing folder/log.txt"));
     EXPECT_EQ(FileStream::Create(temp.Path()), nullptr);
     EXPECT_EQ(FileStream::Create(u""), nullptr);
-}
-
-TEST(MemoryStream, CollectsBytesBehindTheStreamInterface) {
-    const auto memory = std::make_shared<MemoryStream>();
-    const std::shared_ptr<Stream> stream = memory;
-    EXPECT_TRUE(WriteText(*stream, std::string_view("a\0b", 3)));
-    EXPECT_TRUE(WriteText(*stream, "c"));
-    EXPECT_TRUE(stream->Flush());
-    EXPECT_EQ(memory->Bytes(), std::string("a\0bc", 4));
 }
 
 // A host's own stream, derived across the library boundary.

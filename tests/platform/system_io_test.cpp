@@ -137,20 +137,6 @@ TEST(Path, SplitsIntoFolderNameAndExtension) {
 #endif
 }
 
-TEST(Path, IsRootedKnowsThePlatformRoots) {
-    EXPECT_TRUE(Path::IsRooted(Native(u"/a")));
-    EXPECT_FALSE(Path::IsRooted(u"a/b"));
-    EXPECT_FALSE(Path::IsRooted(u""));
-#if defined(_WIN32)
-    EXPECT_TRUE(Path::IsRooted(u"C:\\a"));
-    EXPECT_TRUE(Path::IsRooted(u"c:a"));
-    EXPECT_TRUE(Path::IsRooted(u"//server/share"));
-    EXPECT_TRUE(Path::IsRooted(u"\\\\?\\C:\\a"));
-#else
-    EXPECT_FALSE(Path::IsRooted(u"C:\\a"));
-#endif
-}
-
 TEST(Path, SetExtensionReplacesOrAppends) {
     struct Case {
         const char16_t *path, *ext, *expected;
