@@ -2,7 +2,11 @@
 // its own lock; ReadLock and WriteLock hold it for a scope.
 #pragma once
 
+#include "platform/ovx_export.h"
+
+#if !defined(_WIN32)
 #include <shared_mutex>
+#endif
 
 namespace OvxUtils {
 
@@ -17,19 +21,27 @@ public:
 };
 
 // Not recursive: a thread that holds the lock must not take it again.
-class ThreadLock : public Lockable {
+class OVX_API ThreadLock : public Lockable {
 public:
     ThreadLock() = default;
+    ~ThreadLock() override;
     ThreadLock(const ThreadLock&) = delete;
     ThreadLock& operator=(const ThreadLock&) = delete;
 
-    void LockRead() const override { m_mutex.lock_shared(); }
-    void UnlockRead() const override { m_mutex.unlock_shared(); }
-    void LockWrite() const override { m_mutex.lock(); }
-    void UnlockWrite() const override { m_mutex.unlock(); }
+    void LockRead() const override;
+    void UnlockRead() const override;
+    void LockWrite() const override;
+    void UnlockWrite() const override;
 
 private:
+#if defined(_WIN32)
+    // An SRWLOCK, kept as its one pointer so that this header needs no windows.h. The
+    // MinGW std::shared_mutex sits on winpthread's rwlock, which lets writers overlap
+    // under contention.
+    mutable void* m_srwLock = nullptr;
+#else
     mutable std::shared_mutex m_mutex;
+#endif
 };
 
 class ReadLock {
