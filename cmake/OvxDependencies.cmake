@@ -16,6 +16,12 @@ if(NOT libzip_FOUND OR NOT pugixml_FOUND)
 endif()
 find_package(Threads REQUIRED)
 
+# The Windows libzip is a static library; its header must not declare dllimport then.
+get_target_property(libzip_type libzip::zip TYPE)
+if(libzip_type STREQUAL "STATIC_LIBRARY")
+  set_property(TARGET libzip::zip APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS ZIP_STATIC)
+endif()
+
 if(TARGET pugixml::pugixml)
   set(OVX_PUGIXML_TARGET pugixml::pugixml)
 else()

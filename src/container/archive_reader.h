@@ -1,0 +1,50 @@
+// ArchiveReader: a ZIP archive opened read-only, whose entries have all been checked.
+//
+// Opening refuses archives that are not ZIP files or are damaged, that hold more entries
+// than the cap, and any entry that is unsafe to extract: a name EntryName refuses, a name
+// that repeats another (also when they differ only in letter case, or when one is a file
+// and the other a folder), a symbolic link or other special file, an encrypted entry, or a
+// compression method other than stored or deflated. Reads count inflated bytes against an
+// InflateBudget. Internal; owned by ZipContainer, used by one thread at a time.
+#pragma once
+
+#include "container/archive_entry.h"
+#include "container/container_limits.h"
+#include "container/inflate_budget.h"
+#include "container/result.h"
+#include "container/zip_handles.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace VdcContainer {
+
+class ArchiveReader {
+public:
+    static Result<std::unique_ptr<ArchiveReader>> Open(const CString& path, const ContainerLimits& limits);
+
+    zip_t* Archive() const { return m_archive.get(); }
+    const std::vector<ArchiveEntry>& Entries() const { return m_entries; }
+    // The entry of exactly this name, or null.
+    const ArchiveEntry* Find(std::string_view utf8) const;
+
+    using Sink = std::function<Result<void>(std::string_view chunk)>;
+    // Inflates the whole entry into sink, checking its CRC and size at the end. Fails when
+    // the entry inflates to more than maxEntrySize bytes or the budget runs out.
+    Result<void> Read(const ArchiveEntry& entry, InflateBudget& budget, std::uint64_t maxEntrySize,
+                      const Sink& sink) const;
+    Result<std::string> ReadAll(const ArchiveEntry& entry, InflateBudget& budget, std::uint64_t maxEntrySize) const;
+
+private:
+    ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entries);
+
+    UniqueZip m_archive;
+    std::vector<ArchiveEntry> m_entries;
+    std::map<std::string, std::size_t, std::less<>> m_byName;
+};
+
+}  // namespace VdcContainer

@@ -1,0 +1,27 @@
+// ContainerLimits: the caps that keep a hostile package from exhausting memory or disk.
+//
+// Sizes are counted on the bytes actually inflated while an operation runs (one opening,
+// one extraction), never on the sizes that the archive's headers claim, which a hostile
+// archive can fake.
+#pragma once
+
+#include <cstdint>
+
+namespace VdcContainer {
+
+struct ContainerLimits {
+    // Bytes of the package file itself.
+    std::uint64_t maxPackageSize = 1ull << 30;
+    // Entries in the archive, folders included.
+    std::uint64_t maxEntries = 20'000;
+    // Bytes inflated by one operation, over all entries it reads.
+    std::uint64_t maxTotalSize = 1ull << 30;
+    // Bytes inflated per byte of compressed data of one entry, once the entry has inflated
+    // more than ratioFreeSize bytes; smaller entries cannot make a bomb.
+    std::uint64_t maxCompressionRatio = 200;
+    std::uint64_t ratioFreeSize = 1ull << 20;
+    // Bytes of one XML entry (manifest, metadata, root files).
+    std::uint64_t maxXmlSize = 16ull << 20;
+};
+
+}  // namespace VdcContainer

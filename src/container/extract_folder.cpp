@@ -1,0 +1,116 @@
+// ExtractFolder.
+#include "container/extract_folder.h"
+
+#include "container/archive_reader.h"
+#include "container/staging_folder.h"
+#include "container/zip_container.h"
+#include "container/zip_container_subtype_base.h"
+#include "platform/stream/file_stream.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace VdcContainer {
+
+namespace {
+
+namespace SystemIO = OvxUtils::SystemIO;
+
+// Seconds from 1601-01-01 to 1970-01-01, and file-time ticks per second.
+constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+struct Selected {
+    const ArchiveEntry* entry;
+    std::string_view relative;  // the name below the extracted folder
+};
+
+CString NativePath(const CString& root, std::string_view relative) {
+    CString::StringType units = CString::FromUtf8(relative).Str();
+    for (auto& unit : units) {
+        if (unit == u'/') unit = SystemIO::Path::Separator();
+    }
+    return SystemIO::Path::Combine(root, CString(std::move(units)));
+}
+
+Result<std::vector<Selected>> Select(const ArchiveReader& reader, const CString& folderName) {
+    std::string prefix = folderName.ToUtf8();
+    while (!prefix.empty() && (prefix.back() == '/' || prefix.back() == '\\')) prefix.pop_back();
+    if (!prefix.empty()) {
+        auto name = EntryName::Parse(prefix + "/");
+        if (!name) return Error{u"the folder name is not valid: " + name.ErrorText()};
+        prefix = name->Utf8();
+    }
+    std::vector<Selected> selected;
+    for (const ArchiveEntry& entry : reader.Entries()) {
+        const std::string& name = entry.name.Utf8();
+        if (name.size() > prefix.size() && name.starts_with(prefix)) {
+            selected.push_back({&entry, std::string_view(name).substr(prefix.size())});
+        }
+    }
+    if (!prefix.empty() && selected.empty()) return Error{u"the package has no folder " + Quoted(prefix)};
+    return selected;
+}
+
+Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, const CString& root,
+                          InflateBudget& budget, std::uint64_t maxEntrySize) {
+    const CString path = NativePath(root, item.relative);
+    if (item.entry->name.IsFolder()) {
+        if (!SystemIO::Folder::EnsureExists(path)) return Error{u"cannot create the folder " + path};
+        return {};
+    }
+    if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(path))) {
+        return Error{u"cannot create the folder of " + path};
+    }
+    std::shared_ptr<OvxUtils::Stream> stream = OvxUtils::FileStream::Create(path);
+    if (!stream) return Error{u"cannot create " + path};
+    auto read = reader.Read(*item.entry, budget, maxEntrySize, [&](std::string_view chunk) -> Result<void> {
+        if (!stream->Write(chunk.data(), chunk.size())) return Error{u"cannot write " + path};
+        return {};
+    });
+    stream.reset();
+    if (!read) return read;
+    if (item.entry->modified) {
+        SystemIO::File::SetLastWriteTime(
+            path, static_cast<std::uint64_t>((*item.entry->modified + kEpochOffsetSeconds) * kTicksPerSecond));
+    }
+    return {};
+}
+
+}  // namespace
+
+Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName, const CString& targetFolder) {
+    const ArchiveReader* reader = container.Reader();
+    if (!reader) return Error{container.IsOpen() ? u"the package has not been saved yet" : u"the container is not open"};
+    auto selected = Select(*reader, folderName);
+    if (!selected) return selected.TakeError();
+
+    const ContainerLimits& limits = container.GetLimits();
+    std::uint64_t claimed = 0;
+    for (const Selected& item : *selected) {
+        claimed = item.entry->claimedSize > UINT64_MAX - claimed ? UINT64_MAX : claimed + item.entry->claimedSize;
+    }
+    if (claimed > limits.maxTotalSize) {
+        return Error{u"the package claims more than the cap of " + DecimalText(limits.maxTotalSize) + u" bytes"};
+    }
+
+    auto staging = StagingFolder::Create(targetFolder);
+    if (!staging) return staging.TakeError();
+    InflateBudget budget(limits);
+    for (const Selected& item : *selected) {
+        if (auto extracted = ExtractEntry(*reader, item, (*staging)->Path(), budget, limits.maxTotalSize); !extracted) {
+            return extracted;
+        }
+    }
+    return (*staging)->CommitInto();
+}
+
+Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
+                           const CString& targetFolder) {
+    return ExtractFolder(container.Container(), folderName, targetFolder);
+}
+
+}  // namespace VdcContainer

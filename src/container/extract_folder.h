@@ -1,0 +1,25 @@
+// ExtractFolder: writes a container's entries to disk, safely.
+#pragma once
+
+#include "container/result.h"
+#include "platform/cstring.h"
+
+namespace VdcContainer {
+
+class ZipContainer;
+class ZipContainerSubtypeBase;
+
+// Extracts the entries below folderName ("content", or empty for the whole container)
+// into targetFolder, with folderName's own part of each name left out. The container's
+// names were checked when it was opened (ArchiveReader); here every byte inflated counts
+// against the container's limits, and CRC and sizes are checked at the end of each entry.
+// Everything is written into a staging folder beside the target first and moved into
+// place only when all entries are out, so a failed extraction leaves the target as it
+// was. The target may exist; an entry that exists there already fails the extraction.
+// Only what the container holds as saved is extracted.
+OVX_API Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName,
+                                   const CString& targetFolder);
+OVX_API Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
+                                   const CString& targetFolder);
+
+}  // namespace VdcContainer

@@ -1,0 +1,27 @@
+// InflateBudget: counts the bytes that one operation inflates and stops it at the caps of
+// ContainerLimits. Internal; one per opening or extraction, used by one thread.
+#pragma once
+
+#include "container/archive_entry.h"
+#include "container/container_limits.h"
+#include "container/result.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace VdcContainer {
+
+class InflateBudget {
+public:
+    explicit InflateBudget(const ContainerLimits& limits) : m_limits(limits) {}
+
+    // Accounts for chunk more bytes of entry, which has inflated entryBytes in all so far.
+    Result<void> Add(const ArchiveEntry& entry, std::uint64_t entryBytes, std::size_t chunk);
+    std::uint64_t Total() const { return m_total; }
+
+private:
+    ContainerLimits m_limits;
+    std::uint64_t m_total = 0;
+};
+
+}  // namespace VdcContainer

@@ -1,0 +1,22 @@
+// The few file operations that the container needs beyond SystemIO, implemented once per
+// platform (native_io_posix.cpp, native_io_win.cpp). Internal.
+#pragma once
+
+#include "platform/cstring.h"
+
+#include <string>
+
+namespace VdcContainer::NativeIO {
+
+// The path as libzip's file functions take it: UTF-8, and on Windows with the long-path
+// prefix when the path needs it.
+std::string ZipPath(const CString& path);
+
+// Renames a file or folder. A file at to is replaced; a folder at to must not exist (on
+// POSIX systems an empty one is replaced). True on success.
+bool Move(const CString& from, const CString& to);
+
+// True where the file system ignores letter case in names (Windows).
+bool PathsIgnoreCase();
+
+}  // namespace VdcContainer::NativeIO

@@ -1,0 +1,8 @@
+// SubtypeInfo: its destructor anchors the class's virtual table in the component.
+#include "container/subtype_info.h"
+
+namespace VdcContainer {
+
+SubtypeInfo::~SubtypeInfo() = default;
+
+}  // namespace VdcContainer

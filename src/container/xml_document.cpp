@@ -1,0 +1,90 @@
+// XmlNS::Document over a pugixml document.
+#include "container/xml_document.h"
+
+#include "container/xml_scope.h"
+#include "platform/data_encoding.h"
+
+#include <pugixml.hpp>
+
+#include <unordered_map>
+
+namespace VdcContainer::XmlNS {
+
+struct Document::Impl {
+    pugi::xml_document document;
+    mutable std::unordered_map<pugi::xml_node_struct*, std::unique_ptr<Node>> nodes;
+};
+
+namespace {
+
+// Character data is kept exactly as written (no line-end normalisation), so text that
+// this library writes reads back unchanged; a whitespace-only text of an element without
+// children is kept too.
+constexpr unsigned kParseOptions =
+    (pugi::parse_default & ~pugi::parse_eol) | pugi::parse_doctype | pugi::parse_ws_pcdata_single;
+
+struct DepthCheck final : pugi::xml_tree_walker {
+    bool for_each(pugi::xml_node&) override {
+        tooDeep = depth() >= Document::kMaxDepth;
+        return !tooDeep;
+    }
+    bool tooDeep = false;
+};
+
+struct StringWriter final : pugi::xml_writer {
+    void write(const void* data, size_t size) override { bytes.append(static_cast<const char*>(data), size); }
+    std::string bytes;
+};
+
+}  // namespace
+
+Document::Document(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
+Document::~Document() = default;
+
+std::unique_ptr<Document> Document::Create(const ElementDef& root) {
+    auto impl = std::make_unique<Impl>();
+    pugi::xml_node element = impl->document.append_child(Scope::Join(root.ns.prefix, root.localName).c_str());
+    if (!root.ns.uri.empty()) {
+        const std::string declaration = root.ns.prefix.empty() ? std::string("xmlns") : "xmlns:" + root.ns.prefix;
+        element.append_attribute(declaration.c_str()).set_value(root.ns.uri.c_str());
+    }
+    return std::unique_ptr<Document>(new Document(std::move(impl)));
+}
+
+Result<std::unique_ptr<Document>> Document::Parse(std::string_view bytes, std::uint64_t maxSize) {
+    if (bytes.size() > maxSize) return Error{u"is larger than the cap of " + DecimalText(maxSize) + u" bytes"};
+    if (!OvxUtils::DataEncoding::IsValidUtf8(bytes)) return Error{u"is not UTF-8"};
+    auto impl = std::make_unique<Impl>();
+    const pugi::xml_parse_result parsed =
+        impl->document.load_buffer(bytes.data(), bytes.size(), kParseOptions, pugi::encoding_utf8);
+    if (!parsed) {
+        return Error{u"is not well-formed XML: " + CString::FromUtf8(parsed.description()) + u" at byte " +
+                     DecimalText(static_cast<unsigned long long>(parsed.offset))};
+    }
+    for (const pugi::xml_node child : impl->document.children()) {
+        if (child.type() == pugi::node_doctype) return Error{u"declares a document type, which is not allowed"};
+    }
+    DepthCheck depthCheck;
+    impl->document.traverse(depthCheck);
+    if (depthCheck.tooDeep) return Error{u"nests elements deeper than " + DecimalText(kMaxDepth) + u" levels"};
+    return std::unique_ptr<Document>(new Document(std::move(impl)));
+}
+
+Node& Document::Root() { return *Wrap(m_impl->document.document_element().internal_object()); }
+
+const Node& Document::Root() const { return *Wrap(m_impl->document.document_element().internal_object()); }
+
+std::string Document::ToBytes() const {
+    StringWriter writer;
+    writer.bytes = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    m_impl->document.save(writer, "  ", pugi::format_indent | pugi::format_no_declaration, pugi::encoding_utf8);
+    return std::move(writer.bytes);
+}
+
+Node* Document::Wrap(pugi::xml_node_struct* node) const {
+    std::unique_ptr<Node>& wrapper = m_impl->nodes[node];
+    if (!wrapper) wrapper.reset(new Node(this, node));
+    return wrapper.get();
+}
+
+}  // namespace VdcContainer::XmlNS

@@ -1,0 +1,230 @@
+// Hostile archives, crafted here, must be refused when opened or extracted, with nothing
+// written outside the target and the target left as it was.
+#include "container/extract_folder.h"
+#include "container/zip_container.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "support/temp_folder.h"
+#include "zip_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace VdcContainer;
+using OvxTest::ZipBuilder;
+namespace SystemIO = OvxUtils::SystemIO;
+
+enum class Stage { Open, Extract };
+
+struct HostileCase {
+    const char* label;
+    std::function<std::string()> archive;
+    std::u16string error;
+    Stage stage = Stage::Open;
+    ContainerLimits limits = ContainerLimits();
+};
+
+// Test names in CTest's listing.
+void PrintTo(const HostileCase& hostile, std::ostream* out) { *out << hostile.label; }
+
+std::string Named(const char* name) { return ZipBuilder::Package().Add(name, "payload").Build(); }
+
+// Text that deflates to about half its size, generated so that no two runs differ.
+std::string Noise(std::size_t size) {
+    std::string text(size, ' ');
+    std::uint32_t state = 12345;
+    for (char& c : text) {
+        state = state * 1103515245u + 12345u;
+        c = static_cast<char>('a' + (state >> 16) % 16);
+    }
+    return text;
+}
+
+ContainerLimits Limits(void (*change)(ContainerLimits&)) {
+    ContainerLimits limits;
+    change(limits);
+    return limits;
+}
+
+const std::vector<HostileCase> kCases = {
+    {"ParentSegment", [] { return Named("../escaped.txt"); }, u"entry \"../escaped.txt\" has a \"..\" segment"},
+    {"InnerParentSegment", [] { return Named("content/../../escaped.txt"); },
+     u"entry \"content/../../escaped.txt\" has a \"..\" segment"},
+    {"Absolute", [] { return Named("/tmp/escaped.txt"); }, u"entry \"/tmp/escaped.txt\" is an absolute path"},
+    {"DriveLetter", [] { return Named("C:/escaped.txt"); }, u"entry \"C:/escaped.txt\" starts with a drive letter"},
+    {"Unc", [] { return Named("//server/share/escaped.txt"); },
+     u"entry \"//server/share/escaped.txt\" is a UNC or device path"},
+    {"DevicePrefix", [] { return Named("\\\\?\\C:\\escaped.txt"); },
+     u"entry \"\\\\?\\C:\\escaped.txt\" is a UNC or device path"},
+    {"AlternateDataStream", [] { return Named("content/a.txt:hidden"); },
+     u"entry \"content/a.txt:hidden\" holds a ':' (an alternate data stream)"},
+    {"ReservedName", [] { return Named("content/CON"); }, u"entry \"content/CON\" uses a reserved Windows device name"},
+    {"ReservedNameWithExtension", [] { return Named("content/nul.txt"); },
+     u"entry \"content/nul.txt\" uses a reserved Windows device name"},
+    {"ReservedPortName", [] { return Named("Com1.log"); }, u"entry \"Com1.log\" uses a reserved Windows device name"},
+    {"TrailingDot", [] { return Named("content/evil."); },
+     u"entry \"content/evil.\" has a segment ending in a dot or a space"},
+    {"TrailingSpace", [] { return Named("content /evil.txt"); },
+     u"entry \"content /evil.txt\" has a segment ending in a dot or a space"},
+    {"Backslash", [] { return Named("content\\..\\escaped.txt"); },
+     u"entry \"content\\..\\escaped.txt\" uses a backslash as separator"},
+    {"ControlCharacter",
+     [] {
+         std::string zip = Named("content/aX.txt");
+         OvxTest::PatchName(zip, "content/aX.txt", "content/a\x01.txt");
+         return zip;
+     },
+     u"entry \"content/a\x01.txt\" holds a control character"},
+    {"Duplicate",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.txt", "one").Add("content/b.txt", "two").Build();
+         OvxTest::PatchName(zip, "content/b.txt", "content/a.txt");
+         return zip;
+     },
+     u"entry \"content/a.txt\" appears twice"},
+    {"DuplicateInOtherCase",
+     [] { return ZipBuilder::Package().Add("content/Readme.txt", "one").Add("content/README.TXT", "two").Build(); },
+     u"entries \"content/Readme.txt\" and \"content/README.TXT\" differ only in letter case"},
+    {"FileAndFolder", [] { return ZipBuilder::Package().Add("content/a", "file").Add("content/A/b.txt", "x").Build(); },
+     u"entry \"content/a\" is both a file and a folder"},
+    {"SymbolicLink", [] { return ZipBuilder::Package().Add("content/link", "/etc/passwd").UnixMode(0120777).Build(); },
+     u"entry \"content/link\" is a symbolic link"},
+    {"Device", [] { return ZipBuilder::Package().Add("content/fifo", "").UnixMode(0010644).Build(); },
+     u"entry \"content/fifo\" is a special file (a device, pipe or socket)"},
+    {"TooManyEntries",
+     [] {
+         ZipBuilder builder = ZipBuilder::Package();
+         for (int i = 0; i < 10; ++i) builder.Add("content/" + std::to_string(i), "x");
+         return builder.Build();
+     },
+     u"the archive holds more than the cap of 10 entries", Stage::Open,
+     Limits([](ContainerLimits& l) { l.maxEntries = 10; })},
+    {"StatedEntryCountOverCap",
+     [] {
+         std::string zip = Named("content/a.txt");
+         OvxTest::PatchStatedEntryCount(zip, 60'000);
+         return zip;
+     },
+     u"the archive holds more than the cap of 20000 entries"},
+    {"CompressedSizeBeyondFile",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
+         OvxTest::PatchCompressedSize(zip, "content/a.txt", 0x7FFFFFFF);
+         return zip;
+     },
+     u"entry \"content/a.txt\" is damaged: it claims more data than the file holds"},
+    {"Encrypted",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
+         OvxTest::PatchFlags(zip, "content/a.txt", 1);
+         return zip;
+     },
+     u"entry \"content/a.txt\" is encrypted"},
+    {"Truncated", [] { std::string zip = Named("content/a.txt"); return zip.substr(0, zip.size() / 2); },
+     u"the file is not a ZIP archive, or it is truncated"},
+    {"NotZip", [] { return std::string("just some text, not an archive"); },
+     u"the file is not a ZIP archive, or it is truncated"},
+    {"NoMimeType", [] { return ZipBuilder().Add("content/a.txt", "x").Build(); }, u"the package has no mimetype entry"},
+    {"RatioBombWithLyingHeader",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/bomb.bin", std::string(8 << 20, '\0')).Build();
+         OvxTest::PatchUncompressedSize(zip, "content/bomb.bin", 1000);
+         return zip;
+     },
+     u"entry \"content/bomb.bin\" inflates to more than 200 times its compressed size", Stage::Extract},
+    {"TotalSizeWithLyingHeaders",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.bin", Noise(700'000)).Add("content/b.bin", Noise(700'000)).Build();
+         OvxTest::PatchUncompressedSize(zip, "content/a.bin", 100);
+         OvxTest::PatchUncompressedSize(zip, "content/b.bin", 100);
+         return zip;
+     },
+     u"the package inflates to more than the cap of 1048576 bytes", Stage::Extract,
+     Limits([](ContainerLimits& l) { l.maxTotalSize = 1 << 20; })},
+    {"ClaimedSizeOverCap", [] { return ZipBuilder::Package().Add("content/a.bin", Noise(2 << 20)).Build(); },
+     u"the package claims more than the cap of 1048576 bytes", Stage::Extract,
+     Limits([](ContainerLimits& l) { l.maxTotalSize = 1 << 20; })},
+    {"CrcMismatch",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
+         OvxTest::PatchCrc(zip, "content/a.txt", 0x12345678);
+         return zip;
+     },
+     u"entry \"content/a.txt\" is damaged: its CRC does not match its data", Stage::Extract},
+    {"StoredDataChanged",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world", true).Build();
+         OvxTest::PatchData(zip, "content/a.txt", 0, "J");
+         return zip;
+     },
+     u"entry \"content/a.txt\" is damaged: its CRC does not match its data", Stage::Extract},
+    {"SizeLargerThanData",
+     [] {
+         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
+         OvxTest::PatchUncompressedSize(zip, "content/a.txt", 20);
+         return zip;
+     },
+     u"entry \"content/a.txt\" is damaged: its size differs from what its header says", Stage::Extract},
+};
+
+// Every file and folder below root, relative, '/' between segments.
+std::vector<std::string> Tree(const CString& root) {
+    std::vector<std::string> paths;
+    SystemIO::Folder::Visit(root, true, [&](const CString& path, bool) {
+        std::string relative = path.Mid(root.GetLength() + 1).ToUtf8();
+        for (char& c : relative) c = c == '\\' ? '/' : c;
+        paths.push_back(relative);
+        return true;
+    });
+    return paths;
+}
+
+class HostileArchiveTest : public testing::TestWithParam<HostileCase> {};
+
+TEST_P(HostileArchiveTest, IsRefusedAndWritesNothing) {
+    const HostileCase& hostile = GetParam();
+    OvxTest::TempFolder temp;
+    const CString package = temp.WriteFile(u"package.zip", hostile.archive());
+    temp.WriteFile(u"target/keep.txt", "as it was");
+
+    auto container = ZipContainer::Open(package, ZipFile::OpenMode::ReadOnly, hostile.limits);
+    if (hostile.stage == Stage::Open) {
+        ASSERT_FALSE(container);
+        EXPECT_EQ(container.ErrorText(), CString(hostile.error));
+    } else {
+        ASSERT_TRUE(container) << container.ErrorText();
+        const auto intoExisting = ExtractFolder(*container, u"", temp / u"target");
+        EXPECT_EQ(intoExisting.ErrorText(), CString(hostile.error));
+        const auto intoNew = ExtractFolder(*container, u"", temp / u"new/folder");
+        EXPECT_EQ(intoNew.ErrorText(), CString(hostile.error));
+    }
+    EXPECT_EQ(Tree(temp.Path()), (std::vector<std::string>{"package.zip", "target", "target/keep.txt"}));
+    EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / u"target/keep.txt"), "as it was");
+}
+
+INSTANTIATE_TEST_SUITE_P(Archives, HostileArchiveTest, testing::ValuesIn(kCases),
+                         [](const testing::TestParamInfo<HostileCase>& param) { return std::string(param.param.label); });
+
+TEST(HostileArchiveTest, UnusualButSafeNamesExtract) {
+    const std::vector<std::string> names = {"content/a..b.txt", "content/.hidden", "content/CONSOLE.txt",
+                                            "content/com10.txt", "content/\xC3\x9C" "ber \xE2\x98\x83.txt"};
+    ZipBuilder builder = ZipBuilder::Package();
+    for (const std::string& name : names) builder.Add(name, name);
+    OvxTest::TempFolder temp;
+    auto container = ZipContainer::Open(temp.WriteFile(u"package.zip", builder.Build()), ZipFile::OpenMode::ReadOnly);
+    ASSERT_TRUE(container) << container.ErrorText();
+
+    ASSERT_TRUE(ExtractFolder(*container, u"content", temp / u"out")) << "extraction failed";
+    for (const std::string& name : names) {
+        const CString relative = CString::FromUtf8(name.substr(std::string("content/").size()));
+        EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / (u"out/" + relative)), name);
+    }
+}
+
+}  // namespace
