@@ -1,0 +1,109 @@
+// ExtensionContainerInfo: the metadata record of one extension package.
+//
+// The package container attaches one record to every package it opens or packs; the
+// extension manager reads it to decide whether, and which version of, an extension to
+// unpack and load. A record is a plain value: it is copied freely, takes no lock and
+// belongs to whoever holds it. All of its state is the ExtensionData, the InstanceID and
+// the DerivedFrom list; the setters that take text never fail on what they cannot read,
+// and only AddFeatureRequirement refuses its input.
+#pragma once
+
+#include "extensions/format/extension_data.h"
+#include "platform/array_view.h"
+#include "platform/guid.h"
+
+#include <memory>
+#include <vector>
+
+namespace OvxComponent {
+
+class OVX_API ExtensionContainerInfo {
+public:
+    ExtensionContainerInfo();
+    ExtensionContainerInfo(const ExtensionContainerInfo&);
+    ExtensionContainerInfo(ExtensionContainerInfo&&) noexcept;
+    ExtensionContainerInfo& operator=(const ExtensionContainerInfo&);
+    ExtensionContainerInfo& operator=(ExtensionContainerInfo&&) noexcept;
+    virtual ~ExtensionContainerInfo();
+
+    virtual std::unique_ptr<ExtensionContainerInfo> Clone() const;
+    // A copy that the caller may change and hand back to the container.
+    std::unique_ptr<ExtensionContainerInfo> Modify() const;
+
+    OvxUtils::Version GetVersion() const;
+    void SetVersion(OvxUtils::Version version);
+    // The components joined by "."; "0" for a version without components.
+    CString GetVersionAsString() const;
+
+    CString GetExtensionType() const;
+    CString GetSubformatAsString() const;
+    void SetSubformatAsString(CString subformat);
+
+    OvxUtils::Guid GetDocumentID() const;
+    void SetDocumentID(const OvxUtils::Guid& id);
+    const OvxUtils::Guid& GetInstanceID() const;
+    void SetInstanceID(const OvxUtils::Guid& id);
+    const std::vector<OvxUtils::Guid>& GetDerivedFrom() const;
+    void SetDerivedFrom(std::vector<OvxUtils::Guid> ids);
+
+    // Views stay valid until the record changes.
+    OvxUtils::array_view<const ExtensionAppSupport> GetAppList() const;
+    void SetAppList(OvxUtils::array_view<const ExtensionAppSupport> apps);
+    // Application texts joined by ",", for example Atlas,Cinder.
+    CString GetApplistAsString() const;
+    // Reads the text of GetApplistAsString; names that are not applications are skipped.
+    bool SetApplist(const CString& text);
+
+    OvxUtils::VersionRange GetAppVersion() const;
+    bool SetAppVersion(OvxUtils::VersionRange range);
+    OvxUtils::VersionRange GetWinVersion() const;
+    bool SetWinVersion(OvxUtils::VersionRange range);
+    // A bound's version text, or "*" when the bound is absent.
+    CString GetAppMinVersionAsString() const;
+    CString GetAppMaxVersionAsString() const;
+    CString GetWinMinVersionAsString() const;
+    CString GetWinMaxVersionAsString() const;
+    // Replaces the whole range. An empty text or "*" leaves that bound absent; other texts
+    // are read leniently (Version::Parse). Whether min is below max is not checked.
+    bool SetAppMinMaxVersion(const CString& min, const CString& max);
+    bool SetWinMinMaxVersion(const CString& min, const CString& max);
+
+    OvxUtils::array_view<const OvxUtils::runtime_bits> GetPlatformSupport() const;
+    bool SetPlatformSupport(OvxUtils::array_view<const OvxUtils::runtime_bits> platforms);
+    // Reads a text such as x32,x64; names that are not platforms are skipped.
+    bool SetPlatformSupport(const CString& text);
+    CString GetPlatformSupportAsString() const;
+
+    // All keywords as one string, joined by "," language by language.
+    MultiLanguageString GetKeywords() const;
+    // Splits value at "," into the keywords.
+    bool SetKeywords(const MultiLanguageString& value);
+
+    MultiLanguageString GetNotes() const;
+    bool SetNotes(MultiLanguageString notes);
+    CString GetCreatorTool() const;
+    bool SetCreatorTool(CString tool);
+
+    OvxUtils::array_view<const std::vector<CString>> GetFeatureRequirements() const;
+    // One text per group, its names joined by ",".
+    std::vector<CString> GetFeatureRequirementsAsStrings() const;
+    // Appends one any-of group, which may be empty. False, with nothing added, when a name
+    // contains ",", since the group's text form could not hold it.
+    bool AddFeatureRequirement(OvxUtils::array_view<const CString> group);
+    // Splits text at "," into the names of one new group.
+    bool AddFeatureRequirementFromString(const CString& text);
+    // Replaces all groups, one per text. On a failure, the groups added before it stay.
+    bool SetAllFeatureRequirements(OvxUtils::array_view<const CString> groups);
+    bool ClearAllFeatureRequirements();
+
+    const ExtensionRequirements& GetRequirements() const;
+    ExtensionData& data();
+    const ExtensionData& data() const;
+
+private:
+    ExtensionData m_data;
+    OvxUtils::Guid m_instanceID;
+    std::vector<OvxUtils::Guid> m_derivedFrom;
+};
+
+}  // namespace OvxComponent

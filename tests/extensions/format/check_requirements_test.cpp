@@ -1,0 +1,170 @@
+#include "extensions/format/check_requirements.h"
+
+#include "extensions/format/extension_container_info.h"
+#include "platform/component_version.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+using namespace OvxComponent;
+using OvxUtils::runtime_bits;
+using OvxUtils::Version;
+
+// A host that runs as one application and offers some features, and records every
+// question it is asked.
+struct Host {
+    std::vector<ExtensionAppSupport> runningAs{ExtensionAppSupport::Atlas};
+    std::vector<CString> offered;
+    std::vector<ExtensionAppSupport> appsAsked;
+    std::vector<CString> featuresAsked;
+
+    bool Check(const ExtensionRequirements& requirements) {
+        return CheckRequirements(
+            requirements,
+            [this](CString name) {
+                featuresAsked.push_back(name);
+                return std::find(offered.begin(), offered.end(), name) != offered.end();
+            },
+            [this](ExtensionAppSupport app) {
+                appsAsked.push_back(app);
+                return std::find(runningAs.begin(), runningAs.end(), app) != runningAs.end();
+            });
+    }
+};
+
+// Requirements that the test host meets; each test spoils one of them.
+ExtensionContainerInfo Fitting() {
+    ExtensionContainerInfo info;
+    info.SetApplist(u"Atlas");
+    info.SetPlatformSupport(u"x64");
+    return info;
+}
+
+TEST(CheckRequirements, NothingListedNeverFits) {
+    Host host;
+    EXPECT_FALSE(host.Check(ExtensionContainerInfo().GetRequirements()));
+    EXPECT_TRUE(host.Check(Fitting().GetRequirements()));
+
+    struct Case {
+        const char16_t* apps;
+        const char16_t* platforms;
+        bool fits;
+    } cases[] = {
+        {u"Atlas", u"", false}, {u"", u"x64", false}, {u"Atlas", u"x32", false}, {u"Atlas", u"x32,x64", true},
+    };
+    for (const Case& c : cases) {
+        ExtensionContainerInfo info;
+        info.SetApplist(c.apps);
+        info.SetPlatformSupport(CString(c.platforms));
+        EXPECT_EQ(host.Check(info.GetRequirements()), c.fits) << CString(c.apps) << " " << CString(c.platforms);
+    }
+}
+
+TEST(CheckRequirements, ApplicationSearchStopsAtTheFirstMatch) {
+    ExtensionContainerInfo info = Fitting();
+    info.SetApplist(u"Beacon,Cinder,Delta,Cinder");
+    Host host;
+    host.runningAs = {ExtensionAppSupport::Cinder};
+    EXPECT_TRUE(host.Check(info.GetRequirements()));
+    EXPECT_EQ(host.appsAsked, (std::vector{ExtensionAppSupport::Beacon, ExtensionAppSupport::Cinder}));
+
+    Host elsewhere;
+    elsewhere.runningAs = {};
+    EXPECT_FALSE(elsewhere.Check(info.GetRequirements()));
+    EXPECT_EQ(elsewhere.appsAsked.size(), 4u);
+}
+
+// The suite range against 18.0.0.448; the Windows range against bounds far below and far
+// above any running system.
+TEST(CheckRequirements, RangesIncludeTheirMinimumAndExcludeTheirMaximum) {
+    ASSERT_EQ(GetComponentVersion(), (Version{18, 0, 0, 448}));
+    struct Case {
+        bool suite;
+        const char16_t *min, *max;
+        bool fits;
+    } cases[] = {
+        {true, u"18.0.0.448", u"*", true},
+        {true, u"18", u"18.0.0.448", false},
+        {true, u"18.0.0.449", u"*", false},
+        {true, u"*", u"18.0.0.449", true},
+        {true, u"*", u"18.0.0.448.0", false},
+        {true, u"18.0.0.448.0.0", u"18.0.0.448.0.1", true},
+        {true, u"-1", u"*", true},  // components compare as signed numbers
+        {false, u"1.0", u"*", true},
+        {false, u"100000.0", u"*", false},
+        {false, u"*", u"100000.0", true},
+        {false, u"*", u"1.0", false},
+    };
+    for (const Case& c : cases) {
+        ExtensionContainerInfo info = Fitting();
+        c.suite ? info.SetAppMinMaxVersion(c.min, c.max) : info.SetWinMinMaxVersion(c.min, c.max);
+        Host host;
+        EXPECT_EQ(host.Check(info.GetRequirements()), c.fits)
+            << (c.suite ? "suite " : "windows ") << CString(c.min) << " " << CString(c.max);
+    }
+}
+
+TEST(CheckRequirements, EveryFeatureGroupNeedsOneOfferedName) {
+    struct Case {
+        std::vector<CString> groups;
+        std::vector<CString> offered;
+        bool fits;
+        std::vector<CString> asked;
+    } cases[] = {
+        {{}, {}, true, {}},
+        {{u""}, {u""}, false, {}},
+        {{u"a,b"}, {u"b"}, true, {u"a", u"b"}},
+        {{u"a,b"}, {u"a", u"b"}, true, {u"a"}},
+        {{u"a", u"c,d"}, {u"a", u"d"}, true, {u"a", u"c", u"d"}},
+        {{u"a", u"c", u"a"}, {u"a"}, false, {u"a", u"c"}},
+    };
+    for (const Case& c : cases) {
+        ExtensionContainerInfo info = Fitting();
+        info.SetAllFeatureRequirements(c.groups);
+        Host host;
+        host.offered = c.offered;
+        EXPECT_EQ(host.Check(info.GetRequirements()), c.fits) << ::testing::PrintToString(c.groups);
+        EXPECT_EQ(host.featuresAsked, c.asked) << ::testing::PrintToString(c.groups);
+    }
+}
+
+TEST(CheckRequirements, StopsAtTheFirstFailingStep) {
+    const auto spoil = [](void (*change)(ExtensionContainerInfo&)) {
+        ExtensionContainerInfo info = Fitting();
+        info.AddFeatureRequirementFromString(u"feature");
+        change(info);
+        return info.GetRequirements();
+    };
+    struct Case {
+        const char* step;
+        ExtensionRequirements requirements;
+        std::size_t appsAsked;
+        std::size_t featuresAsked;
+    } cases[] = {
+        {"windows", spoil([](ExtensionContainerInfo& i) { i.SetWinMinMaxVersion(u"100000", u"*"); }), 0, 0},
+        {"platform", spoil([](ExtensionContainerInfo& i) { i.SetPlatformSupport(u"x32"); }), 0, 0},
+        {"application", spoil([](ExtensionContainerInfo& i) { i.SetApplist(u"Beacon"); }), 1, 0},
+        {"suite", spoil([](ExtensionContainerInfo& i) { i.SetAppMinMaxVersion(u"19", u"*"); }), 1, 0},
+    };
+    for (const Case& c : cases) {
+        Host host;
+        host.offered = {u"feature"};
+        EXPECT_FALSE(host.Check(c.requirements)) << c.step;
+        EXPECT_EQ(host.appsAsked.size(), c.appsAsked) << c.step;
+        EXPECT_EQ(host.featuresAsked.size(), c.featuresAsked) << c.step;
+    }
+}
+
+TEST(CheckRequirements, AnEmptyPredicateAnswersNo) {
+    ExtensionContainerInfo info = Fitting();
+    EXPECT_FALSE(CheckRequirements(info.GetRequirements(), nullptr, nullptr));
+    EXPECT_TRUE(CheckRequirements(info.GetRequirements(), nullptr, [](ExtensionAppSupport) { return true; }));
+    info.AddFeatureRequirementFromString(u"a");
+    EXPECT_FALSE(CheckRequirements(info.GetRequirements(), nullptr, [](ExtensionAppSupport) { return true; }));
+}
+
+}  // namespace
