@@ -62,7 +62,7 @@ ExtensionContainerInfo& ExtensionContainerInfo::operator=(const ExtensionContain
 ExtensionContainerInfo& ExtensionContainerInfo::operator=(ExtensionContainerInfo&&) noexcept = default;
 ExtensionContainerInfo::~ExtensionContainerInfo() = default;
 
-std::unique_ptr<ExtensionContainerInfo> ExtensionContainerInfo::Clone() const {
+std::unique_ptr<VdcContainer::SubtypeInfo> ExtensionContainerInfo::Clone() const {
     return std::make_unique<ExtensionContainerInfo>(*this);
 }
 

@@ -6,8 +6,13 @@
 // belongs to whoever holds it. All of its state is the ExtensionData, the InstanceID and
 // the DerivedFrom list; the setters that take text never fail on what they cannot read,
 // and only AddFeatureRequirement refuses its input.
+//
+// Serialize and Deserialize map the record to and from the container metadata,
+// extension.xml and requirements.xml; the container calls them when it saves or opens a
+// package. Neither reports a message: false is the whole answer.
 #pragma once
 
+#include "container/subtype_info.h"
 #include "extensions/format/extension_data.h"
 #include "platform/array_view.h"
 #include "platform/guid.h"
@@ -17,16 +22,23 @@
 
 namespace OvxComponent {
 
-class OVX_API ExtensionContainerInfo {
+class OVX_API ExtensionContainerInfo : public VdcContainer::SubtypeInfo {
 public:
     ExtensionContainerInfo();
     ExtensionContainerInfo(const ExtensionContainerInfo&);
     ExtensionContainerInfo(ExtensionContainerInfo&&) noexcept;
     ExtensionContainerInfo& operator=(const ExtensionContainerInfo&);
     ExtensionContainerInfo& operator=(ExtensionContainerInfo&&) noexcept;
-    virtual ~ExtensionContainerInfo();
+    ~ExtensionContainerInfo() override;
 
-    virtual std::unique_ptr<ExtensionContainerInfo> Clone() const;
+    // Writes the record; an all-zero InstanceID is replaced by a new one first, and kept.
+    // False only when requirements.xml cannot be added or written.
+    bool Serialize(VdcContainer::Metadata::Container& metadata, VdcContainer::XmlNS::Node& root,
+                   VdcContainer::AddRootFileDelegate addRootFile) override;
+    // Reads and checks the record. On false the record is left partly filled.
+    bool Deserialize(const VdcContainer::Metadata::Container& metadata, const VdcContainer::XmlNS::Node& root,
+                     VdcContainer::ReadRootFileDelegate readRootFile) override;
+    std::unique_ptr<VdcContainer::SubtypeInfo> Clone() const override;
     // A copy that the caller may change and hand back to the container.
     std::unique_ptr<ExtensionContainerInfo> Modify() const;
 
@@ -101,6 +113,11 @@ public:
     const ExtensionData& data() const;
 
 private:
+    bool WriteRequirements(VdcContainer::XmlNS::Node& root) const;
+    // Refuses any child other than require_must, and, deliberately in this version of the
+    // format, any feature requirement: its group is added, then reading stops with false.
+    bool ReadRequirements(const VdcContainer::XmlNS::Node& root);
+
     ExtensionData m_data;
     OvxUtils::Guid m_instanceID;
     std::vector<OvxUtils::Guid> m_derivedFrom;

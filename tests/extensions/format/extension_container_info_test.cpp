@@ -105,7 +105,10 @@ TEST(ExtensionContainerInfo, CopiesCarryEveryMemberAndStayIndependent) {
     info.data().EntryPoints.push_back({MultiLanguageString(u"Name"), MultiLanguageString(u"Short"),
                                        ExtensionEntryPointType::Menu, u"value", CString(u"guid")});
 
-    for (const auto& copy : {info.Clone(), info.Modify()}) {
+    std::unique_ptr<VdcContainer::SubtypeInfo> clone = info.Clone();
+    std::unique_ptr<ExtensionContainerInfo> modified = info.Modify();
+    for (ExtensionContainerInfo* copy : {dynamic_cast<ExtensionContainerInfo*>(clone.get()), modified.get()}) {
+        ASSERT_NE(copy, nullptr);
         EXPECT_EQ(copy->data(), info.data());
         EXPECT_EQ(copy->GetInstanceID(), info.GetInstanceID());
         EXPECT_EQ(copy->GetDerivedFrom(), info.GetDerivedFrom());

@@ -1,0 +1,21 @@
+#include "extensions/format/extension_container_class.h"
+
+#include "extensions/format/extension_container_info.h"
+#include "extensions/format/extension_container_schema.h"
+
+namespace OvxComponent {
+
+VdcContainer::SubtypeClass ExtensionContainerClass::operator()() const {
+    VdcContainer::SubtypeClass subtypeClass;
+    subtypeClass.mimeTypes = {ExtensionContainerSchema::mimeType};
+    subtypeClass.mainRootFile.name = ExtensionContainerSchema::configFile;
+    subtypeClass.mainRootFile.rootElement = ExtensionContainerSchema::xml::extension_root_node;
+    subtypeClass.mainRootFile.mimeType = ExtensionContainerSchema::mainRootFileMimeType;
+    subtypeClass.factory = [](const VdcContainer::Metadata::Container&, const VdcContainer::XmlNS::Node&,
+                              VdcContainer::ReadRootFileDelegate) -> std::unique_ptr<VdcContainer::SubtypeInfo> {
+        return std::make_unique<ExtensionContainerInfo>();
+    };
+    return subtypeClass;
+}
+
+}  // namespace OvxComponent

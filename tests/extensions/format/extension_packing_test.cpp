@@ -1,0 +1,102 @@
+#include "extensions/format/extension_packing.h"
+
+#include "container/zip_container.h"
+#include "extension_package_builder.h"
+#include "extensions/format/extension_container_schema.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using namespace OvxComponent;
+using VdcContainer::ZipFile::OpenMode;
+
+ExtensionContainerOpener CreateAt(const CString& path, int* calls = nullptr) {
+    return [path, calls] {
+        if (calls) ++*calls;
+        return ExtensionContainer::Open(path, OpenMode::Create).Value();
+    };
+}
+
+std::vector<CString> ContentEntries(const CString& path) {
+    std::vector<CString> names;
+    auto container = VdcContainer::ZipContainer::Open(path, OpenMode::ReadOnly);
+    if (!container) return names;
+    for (const VdcContainer::ContainerEntry& entry : container->GetEntries()) {
+        if (entry.name.Left(8) == u"content/") names.push_back(entry.name);
+    }
+    return names;
+}
+
+TEST(ExtensionPacking, FileExtensionIsTheSchemaValue) {
+    EXPECT_EQ(Get_Extension_FileExtension(), CString(u"OrvexExtension"));
+}
+
+TEST(ExtensionPacking, ClassRecognisesOneMimeTypeAndMakesADefaultRecord) {
+    const VdcContainer::SubtypeClass subtypeClass = ExtensionContainerClass()();
+    EXPECT_EQ(subtypeClass.mimeTypes, std::vector<CString>{u"application/x-vnd.orvex.zcf.qpsaddon+zip"});
+    EXPECT_EQ(subtypeClass.mainRootFile.name, CString(u"extension.xml"));
+    EXPECT_EQ(subtypeClass.mainRootFile.rootElement, ExtensionContainerSchema::xml::extension_root_node);
+    EXPECT_EQ(subtypeClass.mainRootFile.mimeType, CString(u"application/x-vnd.orvex.zcf.qpsaddon+xml"));
+    EXPECT_TRUE(subtypeClass.mainRootFile.kind.IsEmpty());
+    EXPECT_TRUE(subtypeClass.mainRootFile.title.IsEmpty());
+
+    ASSERT_TRUE(subtypeClass.factory);
+    auto document = VdcContainer::XmlNS::Document::Create(ExtensionContainerSchema::xml::extension_root_node);
+    const auto made = subtypeClass.factory(VdcContainer::Metadata::Container(), document->Root(), {});
+    const auto* info = dynamic_cast<const ExtensionContainerInfo*>(made.get());
+    ASSERT_NE(info, nullptr);
+    EXPECT_EQ(info->data(), ExtensionData());
+    EXPECT_TRUE(info->GetInstanceID().IsNull());
+    EXPECT_TRUE(info->GetDerivedFrom().empty());
+}
+
+TEST(ExtensionPacking, FailingOpenerGivesAnEmptyHandle) {
+    OvxTest::TempFolder temp;
+    const CString file = temp.WriteFile(u"a.txt", "a");
+    int calls = 0;
+    const ExtensionContainer package = PackFile(
+        [&calls] {
+            ++calls;
+            return ExtensionContainer();
+        },
+        OvxTest::SampleExtensionData(), file);
+    EXPECT_FALSE(package);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(ExtensionPacking, FilesGoUnderContentRelativeToTheFolderPart) {
+    OvxTest::TempFolder temp;
+    const std::vector<CString> files{temp.WriteFile(u"src/a.txt", "a"), temp.WriteFile(u"src/sub/b.txt", "b")};
+    const CString path = temp / u"out.OrvexExtension";
+    int calls = 0;
+    ExtensionContainer package = PackFiles(CreateAt(path, &calls), OvxTest::SampleExtensionData(), temp / u"src/", files);
+    ASSERT_TRUE(package);
+    EXPECT_EQ(calls, 1);
+    ASSERT_TRUE(package.Close());
+    EXPECT_EQ(ContentEntries(path), (std::vector<CString>{u"content/a.txt", u"content/sub/b.txt"}));
+}
+
+TEST(ExtensionPacking, FileOutsideTheFolderGivesAnEmptyHandle) {
+    OvxTest::TempFolder temp;
+    const std::vector<CString> files{temp.WriteFile(u"src/a.txt", "a"), temp.WriteFile(u"other/b.txt", "b")};
+    const CString path = temp / u"out.OrvexExtension";
+    const ExtensionContainer package = PackFiles(CreateAt(path), OvxTest::SampleExtensionData(), temp / u"src/", files);
+    EXPECT_FALSE(package);
+    EXPECT_FALSE(VdcContainer::ZipContainer::Open(path, OpenMode::ReadOnly));
+}
+
+TEST(ExtensionPacking, PackageOfAnotherMimeTypeHasNoExtensionRecord) {
+    const OvxTest::ExtensionPackageBuilder builder;
+    ASSERT_NE(builder.Read(), nullptr);
+    ASSERT_TRUE(builder.SetMimeType(u"application/x-vnd.orvex.zcf.qpsaddon2+zip"));
+    auto package = ExtensionContainer::Open(builder.Path(), OpenMode::ReadOnly);
+    ASSERT_TRUE(package);
+    EXPECT_EQ(package->GetInfo(), nullptr);
+    EXPECT_FALSE(package->GetInfoError().IsEmpty());
+}
+
+}  // namespace
