@@ -23,12 +23,19 @@ namespace {
 constexpr unsigned kParseOptions =
     (pugi::parse_default & ~pugi::parse_eol) | pugi::parse_doctype | pugi::parse_ws_pcdata_single;
 
-struct DepthCheck final : pugi::xml_tree_walker {
-    bool for_each(pugi::xml_node&) override {
+// Refuses trees nested too deeply, and text that character references decoded into
+// something that is not UTF-8 (a reference beyond U+10FFFF, or to a surrogate): such a
+// document could be read but never written back readably.
+struct TreeCheck final : pugi::xml_tree_walker {
+    bool for_each(pugi::xml_node& node) override {
         tooDeep = depth() >= Document::kMaxDepth;
-        return !tooDeep;
+        badText = !OvxUtils::DataEncoding::IsValidUtf8(node.value());
+        for (const pugi::xml_attribute attribute : node.attributes())
+            badText = badText || !OvxUtils::DataEncoding::IsValidUtf8(attribute.value());
+        return !tooDeep && !badText;
     }
     bool tooDeep = false;
+    bool badText = false;
 };
 
 struct StringWriter final : pugi::xml_writer {
@@ -64,9 +71,10 @@ Result<std::unique_ptr<Document>> Document::Parse(std::string_view bytes, std::u
     for (const pugi::xml_node child : impl->document.children()) {
         if (child.type() == pugi::node_doctype) return Error{u"declares a document type, which is not allowed"};
     }
-    DepthCheck depthCheck;
-    impl->document.traverse(depthCheck);
-    if (depthCheck.tooDeep) return Error{u"nests elements deeper than " + DecimalText(kMaxDepth) + u" levels"};
+    TreeCheck check;
+    impl->document.traverse(check);
+    if (check.tooDeep) return Error{u"nests elements deeper than " + DecimalText(kMaxDepth) + u" levels"};
+    if (check.badText) return Error{u"holds a character reference to no Unicode character"};
     return std::unique_ptr<Document>(new Document(std::move(impl)));
 }
 

@@ -130,6 +130,9 @@ INSTANTIATE_TEST_SUITE_P(
         HostileXml{"TooDeep", Nested(XmlNS::Document::kMaxDepth + 1), u"nests elements deeper than 256 levels"},
         HostileXml{"TooLarge", "<r>" + std::string(5000, 'x') + "</r>", u"is larger than the cap of 4096 bytes"},
         HostileXml{"NotUtf8", "<r>\xFF\xFE</r>", u"is not UTF-8"},
+        HostileXml{"ReferenceBeyondUnicode", "<r a=\"&#x110000;\">x</r>",
+                   u"holds a character reference to no Unicode character"},
+        HostileXml{"ReferenceToSurrogate", "<r>&#xD800;</r>", u"holds a character reference to no Unicode character"},
         HostileXml{"Unclosed", "<r><a></r>", u"is not well-formed XML: Start-end tags mismatch at byte 8"},
         HostileXml{"NoRoot", "<!-- nothing -->", u"is not well-formed XML: No document element found at byte 16"}),
     [](const testing::TestParamInfo<HostileXml>& param) { return std::string(param.param.label); });
