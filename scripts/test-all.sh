@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and tests everything on both platforms: natively on Linux, and as the Windows
 # x64 DLL under Wine. Installs what the machine lacks first. Exits non-zero when any
-# step of either platform fails; both platforms run either way.
+# step of either platform (or the fuzz smoke run) fails; both platforms run either way.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,6 +21,11 @@ linux() {
     run linux ctest --preset linux
 }
 
+# A short run of every fuzzer (about a minute in all), after the Linux tests.
+fuzz_smoke() {
+  run fuzz scripts/fuzz-smoke.sh 20
+}
+
 windows() {
   run windows scripts/build-windows-deps.sh build/windows-deps/prefix &&
     run windows cmake --preset windows &&
@@ -31,6 +36,7 @@ windows() {
 }
 
 linux
+fuzz_smoke
 windows
 
 if ((${#failed[@]})); then
