@@ -1,0 +1,251 @@
+// ovxext: the commands run through RunCommand on real temporary folders and packages.
+
+#include "commands.h"
+
+#include "extensions/format/extension_packing.h"
+#include "platform/component_version.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct RunResult {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+RunResult RunOvxext(const std::vector<std::string>& args) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = Ovxext::RunCommand(args, out, err);
+    return {code, out.str(), err.str()};
+}
+
+std::string Utf8(const CString& text) { return text.ToUtf8(); }
+
+constexpr const char* kId = "{6B2D6A10-1C1E-4E0B-9D1F-0A1B2C3D4E5F}";
+
+class OvxextTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_temp.WriteFile(u"source/readme.txt", "hello");
+        m_temp.WriteFile(u"source/bin/tool.dll", std::string(3000, 'x'));
+    }
+
+    std::string Path(const char16_t* relative) const { return Utf8(m_temp / relative); }
+
+    // Packs the source folder into name.OrvexExtension with the given extra options.
+    std::string Pack(const char16_t* name, std::vector<std::string> extra = {}) {
+        std::vector<std::string> args{"pack", Path(u"source"), "-o", Path(name), "--type", "application/x-test",
+                                      "--id", kId};
+        args.insert(args.end(), extra.begin(), extra.end());
+        const RunResult result = RunOvxext(args);
+        EXPECT_EQ(result.code, 0) << result.err;
+        return Path(name) + ".OrvexExtension";
+    }
+
+    OvxTest::TempFolder m_temp;
+};
+
+TEST_F(OvxextTest, PackThenInfoShowsEveryField) {
+    const std::string package = Pack(u"full", {"--version", "2.3.1", "--title", "Shapes", "--description", "Draws",
+                                               "--app", "Atlas", "--app", "Delta", "--platform", "x64", "--suite-min",
+                                               "18.0", "--suite-max", "20", "--windows-min", "6.1", "--keyword", "a",
+                                               "--keyword", "b", "--creator-tool", "maker 1"});
+    const RunResult info = RunOvxext({"info", package});
+    ASSERT_EQ(info.code, 0) << info.err;
+    for (const char* line : {"Title: Shapes\n", "Description: Draws\n",
+                             "Document ID: {6B2D6A10-1C1E-4E0B-9D1F-0A1B2C3D4E5F}\n", "Version: 2.3.1\n",
+                             "Extension type: application/x-test\n", "Keywords: a,b\n", "Creator tool: maker 1\n",
+                             "Entry points: 0\n", "Applications: Atlas,Delta\n", "Platforms: x64\n",
+                             "Suite version: 18.0 to 20\n", "Windows version: 6.1 to *\n", "Features: \n"}) {
+        EXPECT_NE(info.out.find(line), std::string::npos) << line << " in\n" << info.out;
+    }
+}
+
+TEST_F(OvxextTest, PackReadsTheMetadataFileAndOptionsWin) {
+    m_temp.WriteFile(u"meta.xml",
+                     "<ovxext-metadata>\n"
+                     "  <id>{11111111-2222-3333-4444-555555555555}</id>\n"
+                     "  <version>4.5</version>\n"
+                     "  <type>application/x-from-file</type>\n"
+                     "  <title>File title</title>\n"
+                     "  <title lang=\"de\">Dateititel</title>\n"
+                     "  <app>Beacon</app>\n"
+                     "  <platform>x64</platform>\n"
+                     "  <suite min=\"17\" max=\"*\"/>\n"
+                     "  <entry-point type=\"tool\" value=\"Shapes.Tool\" guid=\"{AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE}\">\n"
+                     "    <name>Shapes</name>\n"
+                     "    <short-description>Draws shapes</short-description>\n"
+                     "  </entry-point>\n"
+                     "</ovxext-metadata>\n");
+    const RunResult pack = RunOvxext({"pack", Path(u"source"), "-o", Path(u"meta"), "--metadata", Path(u"meta.xml"),
+                                "--title", "Option title"});
+    ASSERT_EQ(pack.code, 0) << pack.err;
+    const RunResult info = RunOvxext({"info", Path(u"meta") + ".OrvexExtension"});
+    ASSERT_EQ(info.code, 0) << info.err;
+    for (const char* line : {"Title: Option title|de=Dateititel\n", "Document ID: {11111111-2222-3333-4444-555555555555}\n",
+                             "Version: 4.5\n", "Extension type: application/x-from-file\n", "Applications: Beacon\n",
+                             "Suite version: 17 to *\n", "Entry points: 1\n",
+                             "Entry point: tool Shapes = Shapes.Tool {AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE} (Draws shapes)\n"}) {
+        EXPECT_NE(info.out.find(line), std::string::npos) << line << " in\n" << info.out;
+    }
+}
+
+TEST_F(OvxextTest, ReproduciblePackGivesIdenticalBytes) {
+    const std::string first = Pack(u"one", {"--reproducible", "--app", "Cinder"});
+    const std::string second = Pack(u"two", {"--reproducible", "--app", "Cinder"});
+    const auto a = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(first));
+    const auto b = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(second));
+    ASSERT_TRUE(a && b);
+    EXPECT_EQ(*a, *b);
+    const std::string third = Pack(u"three", {"--app", "Cinder"});
+    EXPECT_NE(*a, *OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(third)));
+}
+
+TEST_F(OvxextTest, PackWithoutIdPrintsTheNewOne) {
+    const RunResult pack =
+        RunOvxext({"pack", Path(u"source"), "-o", Path(u"new"), "--type", "application/x-test", "--app", "Atlas"});
+    ASSERT_EQ(pack.code, 0) << pack.err;
+    ASSERT_EQ(pack.out.rfind("Document ID: {", 0), 0u) << pack.out;
+    const std::string id = pack.out.substr(13, 38);
+    EXPECT_NE(RunOvxext({"info", Path(u"new") + ".OrvexExtension"}).out.find("Document ID: " + id), std::string::npos);
+}
+
+TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
+    const std::string suite = Utf8(OvxComponent::GetComponentVersion().ToString());
+    const std::string ok = Pack(u"ok", {"--app", "Cinder", "--suite-min", "18.0"});
+    const RunResult passes = RunOvxext({"check", ok, "--app", "Cinder"});
+    EXPECT_EQ(passes.code, 0) << passes.err;
+    EXPECT_EQ(passes.out, ok + ": would load on Cinder\n");
+
+    struct Case {
+        const char16_t* name;
+        std::vector<std::string> options;
+        std::string app;
+        std::string reason;
+    };
+    const std::vector<Case> cases{
+        {u"wrongapp", {"--app", "Atlas", "--app", "Delta"}, "Cinder",
+         "application: requires one of Atlas,Delta, this host is Cinder"},
+        {u"newsuite", {"--app", "Cinder", "--suite-min", "19.0"}, "Cinder",
+         "suite version: requires at or after 19.0, this host is " + suite},
+        {u"oldsuite", {"--app", "Cinder", "--suite-max", "18.0"}, "Cinder",
+         "suite version: requires before 18.0, this host is " + suite},
+        {u"x32", {"--app", "Cinder", "--platform", "x32"}, "Cinder", "platform: requires one of x32, this host is x64"},
+        {u"oldwin", {"--app", "Cinder", "--windows-max", "1.0"}, "Cinder", "Windows version: requires before 1.0, this system is "},
+        {u"newwin", {"--app", "Cinder", "--windows-min", "99999"}, "Cinder",
+         "Windows version: requires at or after 99999, this system is "},
+    };
+    for (const Case& c : cases) {
+        const std::string package = Pack(c.name, c.options);
+        const RunResult fails = RunOvxext({"check", package, "--app", c.app});
+        EXPECT_EQ(fails.code, 1) << package;
+        EXPECT_EQ(fails.out.rfind(package + ": would not load\n", 0), 0u) << fails.out;
+        EXPECT_NE(fails.out.find(c.reason), std::string::npos) << c.reason << " in\n" << fails.out;
+    }
+}
+
+TEST_F(OvxextTest, UnpackWritesEveryEntry) {
+    const std::string package = Pack(u"unpack", {"--app", "Cinder"});
+    const RunResult unpack = RunOvxext({"unpack", package, Path(u"out")});
+    ASSERT_EQ(unpack.code, 0) << unpack.err;
+    EXPECT_EQ(OvxUtils::SystemIO::File::ReadAllBytes(m_temp / u"out/content/readme.txt"), std::string("hello"));
+    EXPECT_EQ(OvxUtils::SystemIO::File::ReadAllBytes(m_temp / u"out/content/bin/tool.dll"), std::string(3000, 'x'));
+    EXPECT_TRUE(OvxUtils::SystemIO::File::Exists(m_temp / u"out/extension.xml"));
+    EXPECT_TRUE(OvxUtils::SystemIO::File::Exists(m_temp / u"out/requirements.xml"));
+
+    // A second extraction into the same folder meets existing entries and changes nothing.
+    const RunResult again = RunOvxext({"unpack", package, Path(u"out")});
+    EXPECT_EQ(again.code, 3);
+    EXPECT_EQ(again.err.rfind("ovxext unpack: " + package + ": ", 0), 0u) << again.err;
+}
+
+TEST_F(OvxextTest, LintOfACleanPackageFindsNothing) {
+    const std::string package = Pack(u"clean", {"--app", "Cinder", "--title", "Clean"});
+    const RunResult lint = RunOvxext({"lint", package});
+    EXPECT_EQ(lint.code, 0) << lint.out;
+    EXPECT_EQ(lint.out, package + ": no problems\n");
+}
+
+TEST_F(OvxextTest, LintListsEveryProblem) {
+    OvxComponent::ExtensionData data;
+    data.requirements.AppList = {OvxComponent::ExtensionAppSupport::Atlas};
+    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x32};
+    data.requirements.AppVersion = {OvxUtils::Version{19}, OvxUtils::Version{19, 0}};
+    data.requirements.Features = {{u"ink", u"paper"}};
+    const CString path = m_temp / u"bad.OrvexExtension";
+    {
+        auto package = OvxComponent::PackFiles(
+            [&] { return std::move(OvxComponent::ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create)).Value(); },
+            data, m_temp / u"source/", OvxUtils::SystemIO::Folder::GetFiles(m_temp / u"source", true));
+        ASSERT_TRUE(package);
+        ASSERT_TRUE(package.Close());
+    }
+    const RunResult lint = RunOvxext({"lint", Utf8(path)});
+    EXPECT_EQ(lint.code, 1);
+    for (const char* problem : {": record: hosts cannot read it", "feature requirement 'ink,paper'",
+                                ": document ID: all zero", ": extension type: missing", ": title: missing",
+                                ": platforms: x64 is not listed",
+                                ": suite version: minimum and maximum are both 19"}) {
+        EXPECT_NE(lint.out.find(problem), std::string::npos) << problem << " in\n" << lint.out;
+    }
+
+    const CString garbage = m_temp.WriteFile(u"garbage.OrvexExtension", "not a zip");
+    const RunResult broken = RunOvxext({"lint", Utf8(garbage)});
+    EXPECT_EQ(broken.code, 1);
+    EXPECT_NE(broken.out.find(": package: cannot be opened: "), std::string::npos) << broken.out;
+}
+
+TEST_F(OvxextTest, UsageAndFileErrors) {
+    struct Case {
+        std::vector<std::string> args;
+        int code;
+        std::string err;
+    };
+    const std::string missing = Path(u"missing.OrvexExtension");
+    const std::vector<Case> cases{
+        {{}, 2, "usage: ovxext"},
+        {{"frobnicate"}, 2, "ovxext: unknown command 'frobnicate'"},
+        {{"pack", Path(u"source")}, 2, "ovxext pack: -o FILE is required"},
+        {{"pack", Path(u"source"), "-o", Path(u"x")}, 2, "ovxext pack: the extension type is required"},
+        {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--app", "Nope"}, 2,
+         "ovxext pack: unknown application 'Nope'"},
+        {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--id", "12"}, 2, "is not a GUID"},
+        {{"pack", Path(u"source"), "-o", Path(u"x"), "--bogus"}, 2, "ovxext pack: unknown option --bogus"},
+        {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t"}, 2, "ovxext pack: at least one application is required"},
+        {{"pack", Path(u"nowhere"), "-o", Path(u"x"), "--type", "t", "--app", "Atlas"}, 3, "ovxext pack: " + Path(u"nowhere") + ": no such folder"},
+        {{"info"}, 2, "ovxext info: expected one package FILE"},
+        {{"info", missing}, 3, "ovxext info: " + missing + ": no such file"},
+        {{"check", missing}, 2, "ovxext check: --app NAME is required"},
+        {{"check", missing, "--app", "Cinder"}, 3, "ovxext check: " + missing + ": no such file"},
+        {{"unpack", missing}, 2, "ovxext unpack: expected a package FILE and a folder DIR"},
+        {{"lint", missing}, 3, "ovxext lint: " + missing + ": no such file"},
+    };
+    for (const Case& c : cases) {
+        const RunResult result = RunOvxext(c.args);
+        EXPECT_EQ(result.code, c.code) << result.err;
+        EXPECT_NE(result.err.find(c.err), std::string::npos) << c.err << " in\n" << result.err;
+        EXPECT_TRUE(result.out.empty()) << result.out;
+    }
+}
+
+TEST_F(OvxextTest, EveryCommandHasHelp) {
+    for (const char* command : {"pack", "info", "check", "unpack", "lint"}) {
+        const RunResult help = RunOvxext({command, "--help"});
+        EXPECT_EQ(help.code, 0);
+        EXPECT_EQ(help.out.rfind(std::string("usage: ovxext ") + command, 0), 0u) << help.out;
+        EXPECT_NE(help.out.find("exit codes"), std::string::npos) << command;
+    }
+    EXPECT_NE(RunOvxext({"--help"}).out.find("  3  a file or package could not be read or written"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,37 @@
+// CommandContext: what every ovxext command is given: its arguments after the command
+// name and the two streams it writes to. Exit codes are shared by all commands.
+#pragma once
+
+#include "platform/cstring.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace Ovxext {
+
+// The tool's exit codes, as docs/ovxext.md and the help text list them.
+enum ExitCode : int {
+    kExitOk = 0,        // done; check: the package would load; lint: no problems
+    kExitProblems = 1,  // check: the package would not load; lint: problems found
+    kExitUsage = 2,     // bad command line
+    kExitFailure = 3,   // a file or package could not be read or written
+};
+
+struct CommandContext {
+    std::vector<std::string> args;  // UTF-8, without the program and command names
+    std::ostream& out;
+    std::ostream& err;
+};
+
+// Text for the streams: CString as UTF-8.
+inline std::string Utf8(const CString& text) { return text.ToUtf8(); }
+inline CString FromUtf8(const std::string& text) { return CString::FromUtf8(text); }
+
+// "ovxext <command>: <file>: <message>" on err; returns code.
+int ReportError(const CommandContext& context, const std::string& command, const std::string& file,
+                const std::string& message, int code);
+// "ovxext <command>: <message>" and a pointer to --help on err; returns kExitUsage.
+int ReportUsage(const CommandContext& context, const std::string& command, const std::string& message);
+
+}  // namespace Ovxext

@@ -1,0 +1,25 @@
+// The ovxext commands. RunCommand is the whole tool behind main(): the tests call it
+// directly with their own streams.
+#pragma once
+
+#include "command_context.h"
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace Ovxext {
+
+// args[0] is the command name ("pack", "info", ...); returns the exit code.
+int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+
+int RunPack(const CommandContext& context);
+int RunInfo(const CommandContext& context);
+int RunCheck(const CommandContext& context);
+int RunUnpack(const CommandContext& context);
+int RunLint(const CommandContext& context);
+
+// True when args ask for the command's help ("--help" or "-h" anywhere).
+bool WantsHelp(const std::vector<std::string>& args);
+
+}  // namespace Ovxext

@@ -1,0 +1,85 @@
+// ovxext: dispatch of the commands, the general help and the shared error reports.
+
+#include "commands.h"
+
+#include "platform/component_version.h"
+
+#include <map>
+
+namespace Ovxext {
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: ovxext <command> [arguments]\n"
+    "\n"
+    "commands:\n"
+    "  pack FOLDER -o FILE [options]    pack every file under FOLDER into an extension package\n"
+    "  info FILE                        show every metadata field, entry point and requirement\n"
+    "  check FILE --app NAME [--feature NAME]...\n"
+    "                                   tell whether the package would load on that host, and why not\n"
+    "  unpack FILE DIR                  extract the whole package into DIR, safely\n"
+    "  lint FILE                        list every problem of the package\n"
+    "  help                             show this text (also --help)\n"
+    "  version                          show the component version (also --version)\n"
+    "\n"
+    "Run 'ovxext <command> --help' for the options of one command.\n"
+    "\n"
+    "exit codes:\n"
+    "  0  done; check: the package would load; lint: no problems\n"
+    "  1  check: the package would not load; lint: problems found\n"
+    "  2  usage error\n"
+    "  3  a file or package could not be read or written\n"
+    "\n"
+    "Extension packages (.OrvexExtension) are ZIP containers holding extension.xml and\n"
+    "requirements.xml beside the extension's own files.\n";
+
+}  // namespace
+
+bool WantsHelp(const std::vector<std::string>& args) {
+    for (const std::string& arg : args) {
+        if (arg == "--") return false;
+        if (arg == "--help" || arg == "-h") return true;
+    }
+    return false;
+}
+
+int ReportError(const CommandContext& context, const std::string& command, const std::string& file,
+                const std::string& message, int code) {
+    context.err << "ovxext " << command << ": " << file << ": " << message << "\n";
+    return code;
+}
+
+int ReportUsage(const CommandContext& context, const std::string& command, const std::string& message) {
+    context.err << "ovxext " << command << ": " << message << "\n"
+                << "Run 'ovxext " << command << " --help' for usage.\n";
+    return kExitUsage;
+}
+
+int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+    if (args.empty()) {
+        err << kUsage;
+        return kExitUsage;
+    }
+    const std::string& command = args[0];
+    if (command == "help" || command == "--help" || command == "-h") {
+        out << kUsage;
+        return kExitOk;
+    }
+    if (command == "version" || command == "--version") {
+        out << "ovxext " << Utf8(OvxComponent::GetComponentVersion().ToString()) << " (OvxComponent)\n";
+        return kExitOk;
+    }
+    static const std::map<std::string, int (*)(const CommandContext&)> commands{
+        {"pack", &RunPack}, {"info", &RunInfo}, {"check", &RunCheck}, {"unpack", &RunUnpack}, {"lint", &RunLint},
+    };
+    const auto found = commands.find(command);
+    if (found == commands.end()) {
+        err << "ovxext: unknown command '" << command << "'\n\n" << kUsage;
+        return kExitUsage;
+    }
+    const CommandContext context{std::vector<std::string>(args.begin() + 1, args.end()), out, err};
+    return found->second(context);
+}
+
+}  // namespace Ovxext
