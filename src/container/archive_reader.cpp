@@ -7,6 +7,7 @@
 #include "platform/system_io/folder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <optional>
 #include <unordered_map>
@@ -86,27 +87,30 @@ Result<ArchiveEntry> CheckEntry(zip_t* archive, zip_uint64_t index) {
     }
     auto name = EntryName::Parse(stat.name);
     if (!name) return name.TakeError();
-    const CString quoted = u"entry " + Quoted(name->Utf8());
+    // Built only for an error, not for every good entry.
+    const auto refused = [&name](const CString& reason) {
+        return Error{u"entry " + Quoted(name->Utf8()) + u" " + reason};
+    };
     if ((stat.valid & ZIP_STAT_ENCRYPTION_METHOD) && stat.encryption_method != ZIP_EM_NONE) {
-        return Error{quoted + u" is encrypted"};
+        return refused(u"is encrypted");
     }
     if (stat.comp_method != ZIP_CM_STORE && stat.comp_method != ZIP_CM_DEFLATE) {
-        return Error{quoted + u" uses a compression method other than stored or deflated"};
+        return refused(u"uses a compression method other than stored or deflated");
     }
     zip_uint8_t system = 0;
     zip_uint32_t attributes = 0;
     if (zip_file_get_external_attributes(archive, index, 0, &system, &attributes) != 0) {
-        return Error{quoted + u" cannot be read: " + ZipErrorText(zip_get_error(archive))};
+        return refused(u"cannot be read: " + ZipErrorText(zip_get_error(archive)));
     }
     if (system == ZIP_OPSYS_UNIX) {
         const std::uint32_t type = (attributes >> 16) & kUnixTypeMask;
-        if (type == kUnixLink) return Error{quoted + u" is a symbolic link"};
+        if (type == kUnixLink) return refused(u"is a symbolic link");
         if (type != 0 && type != kUnixRegular && type != kUnixFolder) {
-            return Error{quoted + u" is a special file (a device, pipe or socket)"};
+            return refused(u"is a special file (a device, pipe or socket)");
         }
-        if (type == kUnixFolder && !name->IsFolder()) return Error{quoted + u" is a folder whose name lacks the final '/'"};
+        if (type == kUnixFolder && !name->IsFolder()) return refused(u"is a folder whose name lacks the final '/'");
     }
-    if (attributes & kDosReparsePoint) return Error{quoted + u" is a symbolic link or junction"};
+    if (attributes & kDosReparsePoint) return refused(u"is a symbolic link or junction");
 
     ArchiveEntry entry{std::move(*name), index, stat.size, stat.comp_size, std::nullopt};
     if (stat.valid & ZIP_STAT_MTIME) entry.modified = static_cast<std::int64_t>(stat.mtime);
@@ -114,18 +118,23 @@ Result<ArchiveEntry> CheckEntry(zip_t* archive, zip_uint64_t index) {
 }
 
 // Refuses names that would land on one path on a case-insensitive file system, and a name
-// used both for a file and for a folder ("a" and "a/b").
+// used both for a file and for a folder ("a" and "a/b"). The sets hold views of the
+// entries' names, hashed and compared folded, so the check allocates only the sets.
 Result<void> CheckUniqueNames(const std::vector<ArchiveEntry>& entries) {
-    std::unordered_map<std::u32string, const ArchiveEntry*> seen;  // by path without final '/'
-    std::unordered_set<std::u32string> folders;
+    // by path without final '/'
+    std::unordered_map<std::string_view, const ArchiveEntry*, FoldedNameHash, FoldedNameEqual> seen;
+    std::unordered_set<std::string_view, FoldedNameHash, FoldedNameEqual> folders;
+    seen.reserve(entries.size());
+    folders.reserve(entries.size());
     for (const ArchiveEntry& entry : entries) {
         const std::string_view path = entry.name.Path();
-        std::u32string key = FoldedName(path);
-        for (std::size_t slash = key.find(U'/'); slash != std::u32string::npos; slash = key.find(U'/', slash + 1)) {
-            folders.insert(key.substr(0, slash));
+        // A '/' byte in valid UTF-8 is always the code point '/', so cutting the bytes at
+        // each '/' gives the same folders as cutting the folded code points.
+        for (std::size_t slash = path.find('/'); slash != std::string_view::npos; slash = path.find('/', slash + 1)) {
+            folders.insert(path.substr(0, slash));
         }
-        if (entry.name.IsFolder()) folders.insert(key);
-        const auto [found, added] = seen.emplace(std::move(key), &entry);
+        if (entry.name.IsFolder()) folders.insert(path);
+        const auto [found, added] = seen.emplace(path, &entry);
         if (added) continue;
         const EntryName& other = found->second->name;
         if (other == entry.name) return Error{u"entry " + Quoted(other.Utf8()) + u" appears twice"};
@@ -134,7 +143,7 @@ Result<void> CheckUniqueNames(const std::vector<ArchiveEntry>& entries) {
                      u" differ only in letter case"};
     }
     for (const ArchiveEntry& entry : entries) {
-        if (!entry.name.IsFolder() && folders.count(FoldedName(entry.name.Path()))) {
+        if (!entry.name.IsFolder() && folders.count(entry.name.Path())) {
             return Error{u"entry " + Quoted(entry.name.Utf8()) + u" is both a file and a folder"};
         }
     }
@@ -145,6 +154,7 @@ Result<void> CheckUniqueNames(const std::vector<ArchiveEntry>& entries) {
 
 ArchiveReader::ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entries)
     : m_archive(std::move(archive)), m_entries(std::move(entries)) {
+    m_byName.reserve(m_entries.size());
     for (std::size_t i = 0; i < m_entries.size(); ++i) m_byName.emplace(m_entries[i].name.Utf8(), i);
 }
 
@@ -152,8 +162,14 @@ Result<std::unique_ptr<ArchiveReader>> ArchiveReader::Open(const CString& path, 
     if (!OvxUtils::SystemIO::File::Exists(path)) {
         return Error{OvxUtils::SystemIO::Folder::Exists(path) ? u"the path is a folder, not a file" : u"the file does not exist"};
     }
+    // One file handle serves the entry-count check, the directory and every entry read.
     ZipErrorHolder error;
-    UniqueZipSource source(zip_source_file_create(NativeIO::ZipPath(path).c_str(), 0, -1, error.Get()));
+    std::FILE* file = NativeIO::OpenForReading(path);
+    if (file == nullptr) {
+        zip_error_set(error.Get(), ZIP_ER_OPEN, errno);
+        return OpenError(error.Get());
+    }
+    UniqueZipSource source(zip_source_filep_create(file, 0, -1, error.Get()));  // owns file from here
     if (!source) return OpenError(error.Get());
     zip_stat_t stat;
     zip_stat_init(&stat);
@@ -161,17 +177,19 @@ Result<std::unique_ptr<ArchiveReader>> ArchiveReader::Open(const CString& path, 
     if ((stat.valid & ZIP_STAT_SIZE) && stat.size > limits.maxPackageSize) {
         return Error{u"the file is larger than the cap of " + DecimalText(limits.maxPackageSize) + u" bytes"};
     }
-    const Error tooMany{u"the archive holds more than the cap of " + DecimalText(limits.maxEntries) + u" entries"};
+    const auto tooMany = [&limits] {
+        return Error{u"the archive holds more than the cap of " + DecimalText(limits.maxEntries) + u" entries"};
+    };
     if (stat.valid & ZIP_STAT_SIZE) {
         const auto stated = StatedEntryCount(source.get(), stat.size);
-        if (stated && *stated > limits.maxEntries) return tooMany;
+        if (stated && *stated > limits.maxEntries) return tooMany();
     }
     UniqueZip archive(zip_open_from_source(source.get(), ZIP_RDONLY, error.Get()));
     if (!archive) return OpenError(error.Get());
     source.release();  // the archive owns it now
 
     const zip_int64_t count = zip_get_num_entries(archive.get(), 0);
-    if (count < 0 || static_cast<std::uint64_t>(count) > limits.maxEntries) return tooMany;
+    if (count < 0 || static_cast<std::uint64_t>(count) > limits.maxEntries) return tooMany();
     std::vector<ArchiveEntry> entries;
     entries.reserve(static_cast<std::size_t>(count));
     for (zip_uint64_t index = 0; index < static_cast<zip_uint64_t>(count); ++index) {
@@ -197,10 +215,28 @@ Result<void> ArchiveReader::Read(const ArchiveEntry& entry, InflateBudget& budge
                                  const Sink& sink) const {
     UniqueZipFile file(zip_fopen_index(m_archive.get(), entry.index, 0));
     if (!file) return ReadError(entry, zip_get_error(m_archive.get()));
-    std::string buffer(kChunkSize, '\0');
+    // The chunk buffer is kept for the next read; a sink that reads again gets its own.
+    std::unique_ptr<char[]> ownBuffer;
+    char* buffer = nullptr;
+    const bool borrowed = !m_bufferInUse;
+    if (borrowed) {
+        if (!m_buffer) m_buffer = std::make_unique_for_overwrite<char[]>(kChunkSize);
+        buffer = m_buffer.get();
+        m_bufferInUse = true;
+    } else {
+        ownBuffer = std::make_unique_for_overwrite<char[]>(kChunkSize);
+        buffer = ownBuffer.get();
+    }
+    struct Release {
+        bool& inUse;
+        bool active;
+        ~Release() {
+            if (active) inUse = false;
+        }
+    } release{m_bufferInUse, borrowed};
     std::uint64_t entryBytes = 0;
     while (true) {
-        const zip_int64_t read = zip_fread(file.get(), buffer.data(), buffer.size());
+        const zip_int64_t read = zip_fread(file.get(), buffer, kChunkSize);
         if (read < 0) return ReadError(entry, zip_file_get_error(file.get()));
         if (read == 0) return {};
         entryBytes += static_cast<std::uint64_t>(read);
@@ -209,7 +245,7 @@ Result<void> ArchiveReader::Read(const ArchiveEntry& entry, InflateBudget& budge
                          DecimalText(maxEntrySize) + u" bytes"};
         }
         if (auto counted = budget.Add(entry, entryBytes, static_cast<std::size_t>(read)); !counted) return counted;
-        if (auto written = sink(std::string_view(buffer.data(), static_cast<std::size_t>(read))); !written) {
+        if (auto written = sink(std::string_view(buffer, static_cast<std::size_t>(read))); !written) {
             return written;
         }
     }

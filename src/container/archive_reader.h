@@ -15,10 +15,10 @@
 #include "container/zip_handles.h"
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace VdcContainer {
@@ -44,7 +44,11 @@ private:
 
     UniqueZip m_archive;
     std::vector<ArchiveEntry> m_entries;
-    std::map<std::string, std::size_t, std::less<>> m_byName;
+    // Views of the names in m_entries, which never changes after construction.
+    std::unordered_map<std::string_view, std::size_t> m_byName;
+    // The chunk buffer of Read, kept between reads (not zero-filled).
+    mutable std::unique_ptr<char[]> m_buffer;
+    mutable bool m_bufferInUse = false;
 };
 
 }  // namespace VdcContainer

@@ -4,6 +4,7 @@
 
 #include "platform/cstring.h"
 
+#include <cstdio>
 #include <string>
 
 namespace VdcContainer::NativeIO {
@@ -11,6 +12,9 @@ namespace VdcContainer::NativeIO {
 // The path as libzip's file functions take it: UTF-8, and on Windows with the long-path
 // prefix when the path needs it.
 std::string ZipPath(const CString& path);
+
+// Opens a file for binary reading, not inherited by child processes; null on failure.
+std::FILE* OpenForReading(const CString& path);
 
 // Renames a file or folder. A file at to is replaced; a folder at to must not exist (on
 // POSIX systems an empty one is replaced). True on success.

@@ -3,9 +3,20 @@
 
 #include <cstdio>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace VdcContainer::NativeIO {
 
 std::string ZipPath(const CString& path) { return path.ToUtf8(); }
+
+std::FILE* OpenForReading(const CString& path) {
+    const int fd = ::open(path.ToUtf8().c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    std::FILE* file = ::fdopen(fd, "rb");
+    if (file == nullptr) ::close(fd);
+    return file;
+}
 
 bool Move(const CString& from, const CString& to) {
     return std::rename(from.ToUtf8().c_str(), to.ToUtf8().c_str()) == 0;
