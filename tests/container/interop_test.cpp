@@ -21,8 +21,9 @@ int Shell(const std::string& command) { return std::system((command + " >/dev/nu
 #define SKIP_WITHOUT_ZIP_TOOLS() GTEST_SKIP() << "zip, unzip and python3 are Linux programs, not present under Wine"
 #else
 #define SKIP_WITHOUT_ZIP_TOOLS()                                                           \
-    if (Shell("command -v zip") != 0 || Shell("command -v unzip") != 0 || Shell("command -v python3") != 0) \
-    GTEST_SKIP() << "zip, unzip or python3 is not installed"
+    if (Shell("command -v zip") != 0 || Shell("command -v unzip") != 0 || Shell("command -v python3") != 0 || \
+        Shell("command -v bsdtar") != 0)                                                    \
+    GTEST_SKIP() << "zip, unzip, python3 or bsdtar is not installed"
 #endif
 
 std::string Quote(const CString& path) {
@@ -56,6 +57,9 @@ TEST(InteropTest, ZipToolsReadOurPackages) {
         "assert z.namelist()[0] == 'mimetype' and z.infolist()[0].compress_type == zipfile.ZIP_STORED; "
         "assert 'content/deep/\\u00dcber.txt' in z.namelist()";
     EXPECT_EQ(Shell("python3 -c \"" + python + "\" " + Quote(path)), 0);
+    const std::string untarred = Quote(temp / u"untarred");
+    EXPECT_EQ(Shell("mkdir " + untarred + " && bsdtar -xf " + Quote(path) + " -C " + untarred), 0);
+    EXPECT_EQ(OvxUtils::SystemIO::File::ReadAllBytes(temp / u"untarred/content/deep/\u00DCber.txt"), "umlaut");
 }
 
 TEST(InteropTest, PackageAssembledByZipOpens) {
