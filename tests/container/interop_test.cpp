@@ -58,7 +58,8 @@ TEST(InteropTest, ZipToolsReadOurPackages) {
         "assert 'content/deep/\\u00dcber.txt' in z.namelist()";
     EXPECT_EQ(Shell("python3 -c \"" + python + "\" " + Quote(path)), 0);
     const std::string untarred = Quote(temp / u"untarred");
-    EXPECT_EQ(Shell("mkdir " + untarred + " && bsdtar -xf " + Quote(path) + " -C " + untarred), 0);
+    // bsdtar writes UTF-8 names only under a UTF-8 locale.
+    EXPECT_EQ(Shell("mkdir " + untarred + " && LC_ALL=C.UTF-8 bsdtar -xf " + Quote(path) + " -C " + untarred), 0);
     EXPECT_EQ(OvxUtils::SystemIO::File::ReadAllBytes(temp / u"untarred/content/deep/\u00DCber.txt"), "umlaut");
 }
 
