@@ -120,7 +120,13 @@ CString Utf8Decode(std::string_view utf8) {
 bool IsValidUtf8(std::string_view utf8) {
     std::size_t pos = 0;
     bool valid = true;
-    while (pos < utf8.size() && valid) DecodeOne(utf8, pos, valid);
+    while (pos < utf8.size() && valid) {
+        if (static_cast<std::uint8_t>(utf8[pos]) < 0x80) {
+            ++pos;
+        } else {
+            DecodeOne(utf8, pos, valid);
+        }
+    }
     return valid;
 }
 
