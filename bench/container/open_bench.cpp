@@ -21,10 +21,14 @@ const OvxBench::BenchPackage& Package() {
     return package;
 }
 
+// Arg 1: the default, the package file read into memory whole; arg 0: read through the file,
+// as packages above ContainerLimits::inMemoryOpenSize are.
 void BM_OpenPackage(benchmark::State& state) {
     const CString path = Package().PathText();
+    VdcContainer::ContainerLimits limits;
+    if (state.range(0) == 0) limits.inMemoryOpenSize = 0;
     for (auto _ : state) {
-        auto package = OvxTest::WidgetPackage::Open(path, OpenMode::ReadOnly);
+        auto package = OvxTest::WidgetPackage::Open(path, OpenMode::ReadOnly, limits);
         if (!package || package->GetInfo() == nullptr) {
             state.SkipWithError("the package did not open with its record");
             break;
@@ -32,7 +36,7 @@ void BM_OpenPackage(benchmark::State& state) {
         benchmark::DoNotOptimize(package->GetInfo()->need.data());
     }
 }
-BENCHMARK(BM_OpenPackage);
+BENCHMARK(BM_OpenPackage)->Arg(1)->Arg(0);
 
 std::string ReadEntry(zip_t* archive, const char* name) {
     zip_stat_t stat;

@@ -7,8 +7,10 @@
 #include "platform/system_io/folder.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <memory_resource>
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
@@ -50,33 +52,60 @@ Error ReadError(const ArchiveEntry& entry, zip_error_t* error) {
     }
 }
 
-// The entry count that the end of central directory record states (the ZIP64 one when the
-// plain one says 0xFFFF), read before libzip reads the directory and allocates per entry.
-// No value when the record is not found; libzip then reports what is wrong.
-std::optional<std::uint64_t> StatedEntryCount(zip_source_t* source, std::uint64_t fileSize) {
-    constexpr std::uint64_t kRecordSize = 22;
-    constexpr std::uint64_t kMaxCommentSize = 0xFFFF;
-    if (fileSize < kRecordSize || zip_source_open(source) != 0) return std::nullopt;
-    const std::uint64_t tailSize = std::min(fileSize, kRecordSize + kMaxCommentSize + 20);
-    std::string tail(tailSize, '\0');
-    const bool read = zip_source_seek(source, -static_cast<zip_int64_t>(tailSize), SEEK_END) == 0 &&
-                      zip_source_read(source, tail.data(), tailSize) == static_cast<zip_int64_t>(tailSize);
-    zip_source_close(source);
-    if (!read) return std::nullopt;
-    const auto get = [&tail](std::size_t at, int bytes) {
+constexpr std::uint64_t kRecordSize = 22;     // end of central directory record, without comment
+constexpr std::uint64_t kZip64Size = 56 + 20;  // ZIP64 record and its locator
+
+// The entry count stated by the last end of central directory record in tail, the final
+// bytes of a file of fileSize bytes; no value when tail holds no complete record.
+// commentFits tells whether the record's comment ends exactly at the end of the file.
+std::optional<std::uint64_t> CountInTail(std::string_view tail, std::uint64_t fileSize, bool& commentFits) {
+    commentFits = false;
+    if (tail.size() < kRecordSize) return std::nullopt;
+    const std::size_t record = tail.rfind(std::string_view("PK\x05\x06", 4), tail.size() - kRecordSize);
+    if (record == std::string_view::npos) return std::nullopt;
+    const auto get = [tail](std::size_t at, int bytes) {
         std::uint64_t value = 0;
         for (int i = bytes - 1; i >= 0; --i) value = value << 8 | static_cast<std::uint8_t>(tail[at + static_cast<std::size_t>(i)]);
         return value;
     };
-    const std::size_t record = tail.rfind(std::string_view("PK\x05\x06", 4), tail.size() - kRecordSize);
-    if (record == std::string::npos) return std::nullopt;
+    commentFits = record + kRecordSize + get(record + 20, 2) == tail.size();
     const std::uint64_t count = get(record + 10, 2);
-    if (count != 0xFFFF || record < 20 || tail.compare(record - 20, 4, "PK\x06\x07") != 0) return count;
+    if (count != 0xFFFF || record < 20 || tail.substr(record - 20, 4) != std::string_view("PK\x06\x07", 4)) return count;
     // The ZIP64 record: its offset is in the locator; its count at byte 32.
     const std::uint64_t zip64Offset = get(record - 20 + 8, 8);
-    const std::uint64_t tailStart = fileSize - tailSize;
+    const std::uint64_t tailStart = fileSize - tail.size();
     if (zip64Offset < tailStart || zip64Offset - tailStart + 40 > tail.size()) return std::nullopt;
     return get(static_cast<std::size_t>(zip64Offset - tailStart) + 32, 8);
+}
+
+// The last size bytes of the file, or no value when they cannot be read.
+std::optional<std::string> ReadTail(zip_source_t* source, std::uint64_t size) {
+    if (zip_source_open(source) != 0) return std::nullopt;
+    std::string tail(size, '\0');
+    const bool read = zip_source_seek(source, -static_cast<zip_int64_t>(size), SEEK_END) == 0 &&
+                      zip_source_read(source, tail.data(), size) == static_cast<zip_int64_t>(size);
+    zip_source_close(source);
+    if (!read) return std::nullopt;
+    return tail;
+}
+
+// The entry count that the end of central directory record states (the ZIP64 one when the
+// plain one says 0xFFFF), read before libzip reads the directory and allocates per entry.
+// No value when the record is not found; libzip then reports what is wrong.
+std::optional<std::uint64_t> StatedEntryCount(zip_source_t* source, std::uint64_t fileSize) {
+    constexpr std::uint64_t kMaxCommentSize = 0xFFFF;
+    // Most archives carry no comment, so a short tail holds the records; only when it does
+    // not is the longest tail that can hold them read.
+    const std::uint64_t shortSize = std::min(fileSize, kRecordSize + kZip64Size + 512);
+    bool commentFits = false;
+    if (const auto tail = ReadTail(source, shortSize)) {
+        const auto count = CountInTail(*tail, fileSize, commentFits);
+        if (count && commentFits) return count;
+        if (shortSize == fileSize) return count;
+    }
+    const auto tail = ReadTail(source, std::min(fileSize, kRecordSize + kMaxCommentSize + kZip64Size));
+    if (!tail) return std::nullopt;
+    return CountInTail(*tail, fileSize, commentFits);
 }
 
 Result<ArchiveEntry> CheckEntry(zip_t* archive, zip_uint64_t index) {
@@ -119,11 +148,14 @@ Result<ArchiveEntry> CheckEntry(zip_t* archive, zip_uint64_t index) {
 
 // Refuses names that would land on one path on a case-insensitive file system, and a name
 // used both for a file and for a folder ("a" and "a/b"). The sets hold views of the
-// entries' names, hashed and compared folded, so the check allocates only the sets.
+// entries' names, hashed and compared folded.
 Result<void> CheckUniqueNames(const std::vector<ArchiveEntry>& entries) {
+    // The sets' nodes come from one arena, on the stack for archives of usual size.
+    std::array<std::byte, 16 * 1024> arenaBuffer;
+    std::pmr::monotonic_buffer_resource arena(arenaBuffer.data(), arenaBuffer.size());
     // by path without final '/'
-    std::unordered_map<std::string_view, const ArchiveEntry*, FoldedNameHash, FoldedNameEqual> seen;
-    std::unordered_set<std::string_view, FoldedNameHash, FoldedNameEqual> folders;
+    std::pmr::unordered_map<std::string_view, const ArchiveEntry*, FoldedNameHash, FoldedNameEqual> seen(&arena);
+    std::pmr::unordered_set<std::string_view, FoldedNameHash, FoldedNameEqual> folders(&arena);
     seen.reserve(entries.size());
     folders.reserve(entries.size());
     for (const ArchiveEntry& entry : entries) {
@@ -150,6 +182,62 @@ Result<void> CheckUniqueNames(const std::vector<ArchiveEntry>& entries) {
     return {};
 }
 
+Error TooManyEntries(const ContainerLimits& limits) {
+    return Error{u"the archive holds more than the cap of " + DecimalText(limits.maxEntries) + u" entries"};
+}
+
+struct FileClose {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using UniqueFile = std::unique_ptr<std::FILE, FileClose>;
+
+// The package file as a libzip source, after the checks that come before libzip reads its
+// directory: the file's size and the entry count that it states.
+struct PackageSource {
+    UniqueZipSource source;
+    std::uint64_t size = 0;
+};
+
+Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& limits) {
+    ZipErrorHolder error;
+    UniqueFile file(NativeIO::OpenForReading(path));
+    const auto size = file ? NativeIO::RegularFileSize(file.get()) : std::nullopt;
+    if (!size) {
+        if (OvxUtils::SystemIO::Folder::Exists(path)) return Error{u"the path is a folder, not a file"};
+        if (!OvxUtils::SystemIO::File::Exists(path)) return Error{u"the file does not exist"};
+        zip_error_set(error.Get(), ZIP_ER_OPEN, errno);
+        return OpenError(error.Get());
+    }
+    if (*size > limits.maxPackageSize) {
+        return Error{u"the file is larger than the cap of " + DecimalText(limits.maxPackageSize) + u" bytes"};
+    }
+    if (*size > limits.inMemoryOpenSize) {
+        UniqueZipSource source(zip_source_filep_create(file.get(), 0, -1, error.Get()));
+        if (!source) return OpenError(error.Get());
+        file.release();  // the source owns it now
+        const auto stated = StatedEntryCount(source.get(), *size);
+        if (stated && *stated > limits.maxEntries) return TooManyEntries(limits);
+        return PackageSource{std::move(source), *size};
+    }
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    const auto length = static_cast<std::size_t>(*size);
+    std::unique_ptr<char, decltype(&std::free)> bytes(static_cast<char*>(std::malloc(std::max<std::size_t>(length, 1))), &std::free);
+    if (!bytes) return Error{u"the file is too large to read into memory"};
+    if (std::fread(bytes.get(), 1, length, file.get()) != length) {
+        zip_error_set(error.Get(), ZIP_ER_READ, errno);
+        return OpenError(error.Get());
+    }
+    const std::uint64_t tailSize = std::min<std::uint64_t>(*size, kRecordSize + 0xFFFF + kZip64Size);
+    bool commentFits = false;
+    const auto stated = CountInTail(std::string_view(bytes.get() + (length - tailSize), tailSize), *size, commentFits);
+    if (stated && *stated > limits.maxEntries) return TooManyEntries(limits);
+    // libzip frees the bytes with the source.
+    UniqueZipSource source(zip_source_buffer_create(bytes.get(), length, 1, error.Get()));
+    if (!source) return OpenError(error.Get());
+    bytes.release();
+    return PackageSource{std::move(source), *size};
+}
+
 }  // namespace
 
 ArchiveReader::ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entries)
@@ -159,37 +247,16 @@ ArchiveReader::ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entrie
 }
 
 Result<std::unique_ptr<ArchiveReader>> ArchiveReader::Open(const CString& path, const ContainerLimits& limits) {
-    if (!OvxUtils::SystemIO::File::Exists(path)) {
-        return Error{OvxUtils::SystemIO::Folder::Exists(path) ? u"the path is a folder, not a file" : u"the file does not exist"};
-    }
-    // One file handle serves the entry-count check, the directory and every entry read.
+    auto source = OpenSource(path, limits);
+    if (!source) return source.TakeError();
     ZipErrorHolder error;
-    std::FILE* file = NativeIO::OpenForReading(path);
-    if (file == nullptr) {
-        zip_error_set(error.Get(), ZIP_ER_OPEN, errno);
-        return OpenError(error.Get());
-    }
-    UniqueZipSource source(zip_source_filep_create(file, 0, -1, error.Get()));  // owns file from here
-    if (!source) return OpenError(error.Get());
-    zip_stat_t stat;
-    zip_stat_init(&stat);
-    if (zip_source_stat(source.get(), &stat) != 0) return OpenError(zip_source_error(source.get()));
-    if ((stat.valid & ZIP_STAT_SIZE) && stat.size > limits.maxPackageSize) {
-        return Error{u"the file is larger than the cap of " + DecimalText(limits.maxPackageSize) + u" bytes"};
-    }
-    const auto tooMany = [&limits] {
-        return Error{u"the archive holds more than the cap of " + DecimalText(limits.maxEntries) + u" entries"};
-    };
-    if (stat.valid & ZIP_STAT_SIZE) {
-        const auto stated = StatedEntryCount(source.get(), stat.size);
-        if (stated && *stated > limits.maxEntries) return tooMany();
-    }
-    UniqueZip archive(zip_open_from_source(source.get(), ZIP_RDONLY, error.Get()));
+    UniqueZip archive(zip_open_from_source(source->source.get(), ZIP_RDONLY, error.Get()));
     if (!archive) return OpenError(error.Get());
-    source.release();  // the archive owns it now
+    source->source.release();  // the archive owns it now
+    const std::uint64_t fileSize = source->size;
 
     const zip_int64_t count = zip_get_num_entries(archive.get(), 0);
-    if (count < 0 || static_cast<std::uint64_t>(count) > limits.maxEntries) return tooMany();
+    if (count < 0 || static_cast<std::uint64_t>(count) > limits.maxEntries) return TooManyEntries(limits);
     std::vector<ArchiveEntry> entries;
     entries.reserve(static_cast<std::size_t>(count));
     for (zip_uint64_t index = 0; index < static_cast<zip_uint64_t>(count); ++index) {
@@ -197,7 +264,7 @@ Result<std::unique_ptr<ArchiveReader>> ArchiveReader::Open(const CString& path, 
         if (!entry) return entry.TakeError();
         // What libzip reads of an entry is bounded by this size; keeping it within the file
         // keeps the compression ratio honest.
-        if ((stat.valid & ZIP_STAT_SIZE) && entry->compressedSize > stat.size) {
+        if (entry->compressedSize > fileSize) {
             return Error{u"entry " + Quoted(entry->name.Utf8()) + u" is damaged: it claims more data than the file holds"};
         }
         entries.push_back(std::move(*entry));
@@ -253,13 +320,30 @@ Result<void> ArchiveReader::Read(const ArchiveEntry& entry, InflateBudget& budge
 
 Result<std::string> ArchiveReader::ReadAll(const ArchiveEntry& entry, InflateBudget& budget,
                                            std::uint64_t maxEntrySize) const {
+    UniqueZipFile file(zip_fopen_index(m_archive.get(), entry.index, 0));
+    if (!file) return ReadError(entry, zip_get_error(m_archive.get()));
+    // Inflates straight into the result. The stated size only sizes the first read (it may
+    // lie), and the caps are checked on what actually arrives. A read that returns less than
+    // asked has met the end of the data or an error; libzip reports a damaged CRC only on
+    // the read after, so one more read, of one byte, confirms the end.
     std::string bytes;
-    auto read = Read(entry, budget, maxEntrySize, [&bytes](std::string_view chunk) -> Result<void> {
-        bytes.append(chunk);
-        return {};
-    });
-    if (!read) return read.TakeError();
-    return bytes;
+    std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>({entry.claimedSize, maxEntrySize, kChunkSize})) + 1;
+    while (true) {
+        const std::size_t used = bytes.size();
+        bytes.resize(used + wanted);
+        const zip_int64_t read = zip_fread(file.get(), bytes.data() + used, wanted);
+        if (read < 0) return ReadError(entry, zip_file_get_error(file.get()));
+        bytes.resize(used + static_cast<std::size_t>(read));
+        if (read == 0) return bytes;
+        if (bytes.size() > maxEntrySize) {
+            return Error{u"entry " + Quoted(entry.name.Utf8()) + u" is larger than the cap of " +
+                         DecimalText(maxEntrySize) + u" bytes"};
+        }
+        if (auto counted = budget.Add(entry, bytes.size(), static_cast<std::size_t>(read)); !counted) {
+            return counted.TakeError();
+        }
+        wanted = static_cast<std::size_t>(read) < wanted ? 1 : kChunkSize;
+    }
 }
 
 }  // namespace VdcContainer

@@ -22,6 +22,9 @@ struct ContainerLimits {
     std::uint64_t ratioFreeSize = 1ull << 20;
     // Bytes of one XML entry (manifest, metadata, root files).
     std::uint64_t maxXmlSize = 16ull << 20;
+    // Package files up to this size are read into memory whole when opened, which is much
+    // faster than libzip's many small reads; larger ones are read through the file.
+    std::uint64_t inMemoryOpenSize = 8ull << 20;
 };
 
 }  // namespace VdcContainer

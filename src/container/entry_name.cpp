@@ -54,22 +54,45 @@ std::size_t Utf16Units(std::string_view utf8) {
     return units;
 }
 
+// The bytes that the checks of single characters look for: control characters, '\\', ':'
+// and the characters that Windows forbids in names.
+constexpr std::array<bool, 256> kSuspectBytes = [] {
+    std::array<bool, 256> suspect{};
+    for (int c = 0; c < 0x20; ++c) suspect[static_cast<std::size_t>(c)] = true;
+    for (const char c : std::string_view("\\:<>\"|?*")) suspect[static_cast<unsigned char>(c)] = true;
+    return suspect;
+}();
+
 // The reason a name is refused, or nothing for a good name.
 std::optional<std::u16string_view> Refusal(std::string_view name) {
     if (name.empty()) return u"is empty";
     if (name.size() > EntryName::kMaxBytes) return u"is longer than 1024 bytes";
-    if (!OvxUtils::DataEncoding::IsValidUtf8(name)) return u"is not valid UTF-8";
+    // One pass tells whether the name is ASCII and whether any single-character check can
+    // fail; most names are plain and skip the rest.
+    bool ascii = true;
+    bool suspect = false;
     for (const char c : name) {
-        if (static_cast<unsigned char>(c) < 0x20) return u"holds a control character";
+        ascii &= static_cast<unsigned char>(c) < 0x80;
+        suspect |= kSuspectBytes[static_cast<unsigned char>(c)];
+    }
+    if (!ascii && !OvxUtils::DataEncoding::IsValidUtf8(name)) return u"is not valid UTF-8";
+    if (suspect) {
+        for (const char c : name) {
+            if (static_cast<unsigned char>(c) < 0x20) return u"holds a control character";
+        }
     }
     if (name.size() >= 2 && IsSlash(name[0]) && IsSlash(name[1])) return u"is a UNC or device path";
-    if (name.find('\\') != std::string_view::npos) return u"uses a backslash as separator";
+    if (suspect && name.find('\\') != std::string_view::npos) return u"uses a backslash as separator";
     if (name[0] == '/') return u"is an absolute path";
-    if (name.size() >= 2 && name[1] == ':' && ((name[0] | 0x20) >= 'a' && (name[0] | 0x20) <= 'z')) {
-        return u"starts with a drive letter";
+    if (suspect) {
+        if (name.size() >= 2 && name[1] == ':' && ((name[0] | 0x20) >= 'a' && (name[0] | 0x20) <= 'z')) {
+            return u"starts with a drive letter";
+        }
+        if (name.find(':') != std::string_view::npos) return u"holds a ':' (an alternate data stream)";
+        if (name.find_first_of("<>\"|?*") != std::string_view::npos) {
+            return u"holds a character that Windows forbids in names";
+        }
     }
-    if (name.find(':') != std::string_view::npos) return u"holds a ':' (an alternate data stream)";
-    if (name.find_first_of("<>\"|?*") != std::string_view::npos) return u"holds a character that Windows forbids in names";
 
     std::string_view rest = name.back() == '/' ? name.substr(0, name.size() - 1) : name;
     while (true) {

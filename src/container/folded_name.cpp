@@ -12,9 +12,9 @@ namespace {
 // The folded code point at i, advancing i past it.
 char32_t NextFolded(std::string_view utf8, std::size_t& i) {
     const auto lead = static_cast<unsigned char>(utf8[i]);
-    if (lead < 0x80) {
+    if (lead < 0x80) {  // ASCII folds only A-Z
         ++i;
-        return OvxUtils::Unicode::SimpleFold(lead);
+        return lead >= 'A' && lead <= 'Z' ? lead + ('a' - 'A') : lead;
     }
     const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     char32_t cp = lead & (0x7F >> length);

@@ -4,7 +4,9 @@
 
 #include "platform/cstring.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 namespace VdcContainer::NativeIO {
@@ -15,6 +17,9 @@ std::string ZipPath(const CString& path);
 
 // Opens a file for binary reading, not inherited by child processes; null on failure.
 std::FILE* OpenForReading(const CString& path);
+
+// The size of an open file; no value when it is not a regular file (a folder, a device).
+std::optional<std::uint64_t> RegularFileSize(std::FILE* file);
 
 // Renames a file or folder. A file at to is replaced; a folder at to must not exist (on
 // POSIX systems an empty one is replaced). True on success.

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace VdcContainer::NativeIO {
@@ -16,6 +17,12 @@ std::FILE* OpenForReading(const CString& path) {
     std::FILE* file = ::fdopen(fd, "rb");
     if (file == nullptr) ::close(fd);
     return file;
+}
+
+std::optional<std::uint64_t> RegularFileSize(std::FILE* file) {
+    struct stat status;
+    if (::fstat(::fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
 }
 
 bool Move(const CString& from, const CString& to) {

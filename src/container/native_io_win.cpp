@@ -3,6 +3,9 @@
 
 #include "platform/system_io/win32_io.h"
 
+#include <io.h>
+#include <sys/stat.h>
+
 namespace VdcContainer::NativeIO {
 
 using OvxUtils::SystemIO::Detail::ToWin32Path;
@@ -12,6 +15,12 @@ std::string ZipPath(const CString& path) { return ToWin32Path(path).ToUtf8(); }
 std::FILE* OpenForReading(const CString& path) {
     // 'N': not inherited by child processes.
     return ::_wfopen(ToWin32Path(path).GetString(), L"rbN");
+}
+
+std::optional<std::uint64_t> RegularFileSize(std::FILE* file) {
+    struct _stat64 status;
+    if (::_fstat64(::_fileno(file), &status) != 0 || (status.st_mode & _S_IFMT) != _S_IFREG) return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
 }
 
 bool Move(const CString& from, const CString& to) {

@@ -112,6 +112,14 @@ const std::vector<HostileCase> kCases = {
          return zip;
      },
      u"the archive holds more than the cap of 20000 entries"},
+    {"StatedEntryCountOverCapBeforeLongComment",
+     [] {
+         std::string zip = Named("content/a.txt");
+         OvxTest::PatchStatedEntryCount(zip, 60'000);
+         OvxTest::AppendComment(zip, std::string(3000, 'c'));
+         return zip;
+     },
+     u"the archive holds more than the cap of 20000 entries"},
     {"CompressedSizeBeyondFile",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
@@ -187,13 +195,12 @@ std::vector<std::string> Tree(const CString& root) {
 
 class HostileArchiveTest : public testing::TestWithParam<HostileCase> {};
 
-TEST_P(HostileArchiveTest, IsRefusedAndWritesNothing) {
-    const HostileCase& hostile = GetParam();
+void ExpectRefusedAndNothingWritten(const HostileCase& hostile, const ContainerLimits& limits) {
     OvxTest::TempFolder temp;
     const CString package = temp.WriteFile(u"package.zip", hostile.archive());
     temp.WriteFile(u"target/keep.txt", "as it was");
 
-    auto container = ZipContainer::Open(package, ZipFile::OpenMode::ReadOnly, hostile.limits);
+    auto container = ZipContainer::Open(package, ZipFile::OpenMode::ReadOnly, limits);
     if (hostile.stage == Stage::Open) {
         ASSERT_FALSE(container);
         EXPECT_EQ(container.ErrorText(), CString(hostile.error));
@@ -206,6 +213,15 @@ TEST_P(HostileArchiveTest, IsRefusedAndWritesNothing) {
     }
     EXPECT_EQ(Tree(temp.Path()), (std::vector<std::string>{"package.zip", "target", "target/keep.txt"}));
     EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / u"target/keep.txt"), "as it was");
+}
+
+TEST_P(HostileArchiveTest, IsRefusedAndWritesNothing) { ExpectRefusedAndNothingWritten(GetParam(), GetParam().limits); }
+
+// Large packages are read through the file instead of from memory; the checks are the same.
+TEST_P(HostileArchiveTest, IsRefusedWhenReadThroughTheFile) {
+    ContainerLimits limits = GetParam().limits;
+    limits.inMemoryOpenSize = 0;
+    ExpectRefusedAndNothingWritten(GetParam(), limits);
 }
 
 INSTANTIATE_TEST_SUITE_P(Archives, HostileArchiveTest, testing::ValuesIn(kCases),

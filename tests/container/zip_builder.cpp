@@ -133,6 +133,15 @@ void PatchStatedEntryCount(std::string& zip, std::uint16_t count) {
     }
 }
 
+void AppendComment(std::string& zip, std::string_view comment) {
+    const std::size_t record = zip.rfind(std::string("PK\x05\x06", 4));
+    ASSERT_NE(record, std::string::npos);
+    ASSERT_EQ(record + 22, zip.size());
+    zip[record + 20] = static_cast<char>(comment.size());
+    zip[record + 21] = static_cast<char>(comment.size() >> 8);
+    zip += comment;
+}
+
 void PatchData(std::string& zip, std::string_view name, std::size_t offset, std::string_view bytes) {
     for (const Header& header : HeadersOf(zip, name)) {
         if (header.central) continue;

@@ -42,6 +42,8 @@ void PatchCrc(std::string& zip, std::string_view name, std::uint32_t crc);
 void PatchFlags(std::string& zip, std::string_view name, std::uint16_t flags);
 // Sets the entry counts of the end of central directory record.
 void PatchStatedEntryCount(std::string& zip, std::uint16_t count);
+// Gives the archive a comment, which then ends the file.
+void AppendComment(std::string& zip, std::string_view comment);
 // Overwrites bytes of an entry's stored data, counted from the start of the data.
 void PatchData(std::string& zip, std::string_view name, std::size_t offset, std::string_view bytes);
 
