@@ -45,6 +45,7 @@ public:
     int GetLength() const { return static_cast<int>(m_str.size()); }
     bool IsEmpty() const { return m_str.empty(); }
     void Empty() { m_str.clear(); }
+    void Reserve(int capacity) { m_str.reserve(static_cast<std::size_t>(capacity)); }
     const XCHAR* GetString() const { return m_str.c_str(); }
     XCHAR GetAt(int index) const { return m_str[static_cast<std::size_t>(index)]; }
     XCHAR operator[](int index) const { return GetAt(index); }

@@ -1,0 +1,13 @@
+// UnloadResult: an installer's answer to an unload.
+#pragma once
+
+#include <cstdint>
+
+namespace OvxComponent {
+
+enum class UnloadResult : std::int32_t {
+    Unloaded = 0,  // the extension is unloaded now
+    Delayed = 1,   // the unload was accepted and completes later; its files stay
+};
+
+}  // namespace OvxComponent

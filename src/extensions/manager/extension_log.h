@@ -1,0 +1,89 @@
+// ExtensionLog: the extension manager's log.
+//
+// Every entry goes at once, as one line and in one write call, to the output stream (a
+// host's stream, or the manager's own UTF-16LE file "orvex_extensions.log", created on
+// first use and started with a byte-order mark), and into an in-memory history kept per
+// subject: a name (a path, a MIME type, "manager") or an extension's document ID. Error
+// entries put their subject into the failed sets until the host acknowledges them.
+//
+// Owned by the manager and written only on the host's main thread; HasFailures may also
+// be asked from other threads.
+#pragma once
+
+#include "extensions/manager/extension_log_entry.h"
+#include "extensions/manager/extension_log_messages.h"
+#include "platform/stream/named_out_stream.h"
+
+#include <atomic>
+#include <map>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+namespace OvxComponent {
+
+class OVX_API ExtensionLog {
+public:
+    // A valid stream in output is used as it is. Otherwise, when output has a path, the log
+    // writes to its own file there, created (emptied) on first use and then started with
+    // the byte-order mark; while it cannot be created, entries are only kept in memory.
+    explicit ExtensionLog(OvxUtils::NamedOutStream output);
+    ExtensionLog(const ExtensionLog&) = delete;
+    ExtensionLog& operator=(const ExtensionLog&) = delete;
+
+    // Creates the log file now if it is not open yet; true when there is a stream.
+    bool OpenOutput();
+    const CString& OutputName() const { return m_output.name; }
+
+    void WriteByName(ExtensionLogLevel level, const CString& name, const CString& message);
+    void WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message);
+
+    // The fixed messages: each writes its text at its level and returns the text.
+    CString Write(const NameMessage& message, const CString& name);
+    CString Write(const GuidMessage& message, const OvxUtils::Guid& guid);
+    // Messages of the caller's own text, at a fixed level; each returns the text.
+    CString Error(const CString& name, const CString& text);
+    CString Warning(const CString& name, const CString& text);
+    CString Information(const CString& name, const CString& text);
+    CString Warning(const OvxUtils::Guid& guid, const CString& text);
+    CString Information(const OvxUtils::Guid& guid, const CString& text);
+
+    // Records that name and guid denote one extension; each pairing is logged once under
+    // each of the two subjects.
+    void Associate(const CString& name, const OvxUtils::Guid& guid);
+
+    std::vector<ExtensionLogEntry> EntriesFor(const CString& name) const;
+    std::vector<ExtensionLogEntry> EntriesFor(const OvxUtils::Guid& guid) const;
+
+    // Subjects with an error entry that the host has not acknowledged.
+    const std::set<CString>& FailedNames() const { return m_failedNames; }
+    const std::set<OvxUtils::Guid>& FailedGuids() const { return m_failedGuids; }
+    // Whether either failed set holds a subject; safe on any thread.
+    bool HasFailures() const { return m_hasFailures.load(std::memory_order_acquire); }
+    // Moves the failed subjects into the acknowledged ones: later errors of theirs no
+    // longer count as failures. Histories and associations stay.
+    void AcknowledgeFailures();
+
+private:
+    ExtensionLogEntry& Append(ExtensionLogEntry entry);
+    void Output(const ExtensionLogEntry& entry);
+    void UpdateHasFailures();
+
+    OvxUtils::NamedOutStream m_output;
+    bool m_ownFile = false;  // the stream is ours to create, with a byte-order mark
+    std::unordered_map<CString, std::vector<ExtensionLogEntry>> m_byName;
+    std::unordered_map<OvxUtils::Guid, std::vector<ExtensionLogEntry>> m_byGuid;
+    std::unordered_map<CString, std::set<OvxUtils::Guid>> m_guidsOfName;
+    std::unordered_map<OvxUtils::Guid, std::set<CString>> m_namesOfGuid;
+    std::set<CString> m_failedNames;
+    std::set<OvxUtils::Guid> m_failedGuids;
+    std::set<CString> m_acknowledgedNames;
+    std::set<OvxUtils::Guid> m_acknowledgedGuids;
+    std::atomic<bool> m_hasFailures{false};
+    // The formatted local time of the last second written, so that entries written within
+    // one second convert the time once.
+    std::int64_t m_stampSecond = -1;
+    CString m_stamp;
+};
+
+}  // namespace OvxComponent

@@ -1,0 +1,41 @@
+// The install layout.
+#include "extensions/manager/install_layout.h"
+
+#include "extensions/format/extension_packing.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <algorithm>
+
+namespace OvxComponent::InstallLayout {
+
+namespace Path = OvxUtils::SystemIO::Path;
+
+CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId) {
+    return Path::Combine(platformFolder, documentId.ToString());
+}
+
+CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version) {
+    return Path::Combine(ExtensionFolder(platformFolder, documentId), version.ToString());
+}
+
+CString InstalledCopy(const CString& versionFolder) {
+    return Path::SetExtension(Path::Combine(versionFolder, u"installed_copy"), Get_Extension_FileExtension());
+}
+
+CString UnpackedFolder(const CString& versionFolder) { return Path::Combine(versionFolder, u"unpacked"); }
+
+std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder) {
+    std::vector<ExistingCopy> copies;
+    if (!OvxUtils::SystemIO::Folder::Exists(extensionFolder)) return copies;
+    for (const CString& folder : OvxUtils::SystemIO::Folder::GetSubfolders(extensionFolder, false)) {
+        copies.push_back({OvxUtils::Version::Parse(Path::GetFileName(folder)), InstalledCopy(folder)});
+    }
+    std::sort(copies.begin(), copies.end(), [](const ExistingCopy& a, const ExistingCopy& b) {
+        const int order = OvxUtils::Version::Compare(a.version, b.version);
+        return order != 0 ? order < 0 : a.installedCopy < b.installedCopy;
+    });
+    return copies;
+}
+
+}  // namespace OvxComponent::InstallLayout

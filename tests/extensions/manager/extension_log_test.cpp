@@ -1,0 +1,108 @@
+// The extension log: its lines, its file, its history and its failed sets.
+#include "extensions/manager/extension_log.h"
+
+#include "platform/stream/memory_stream.h"
+#include "platform/system_io/file.h"
+#include "support/temp_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+
+namespace {
+
+using namespace OvxComponent;
+using testing::ElementsAre;
+
+const OvxUtils::Guid kGuid(0x6B2D6A10, 0x1C1E, 0x4E0B, {0x9D, 0x1F, 0x0A, 0x1B, 0x2C, 0x3D, 0x4E, 0x5F});
+
+std::string Utf16ToUtf8(std::string_view bytes) {
+    std::u16string units;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        units += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
+    }
+    return CString(units).ToUtf8();
+}
+
+TEST(ExtensionLog, WritesOneLinePerEntryInTheGivenFormat) {
+    auto stream = std::make_shared<OvxUtils::MemoryStream>();
+    ExtensionLog log({u"host", std::nullopt, stream});
+    EXPECT_EQ(log.Write(LogMessages::kCloneFailed, kGuid), CString(u"clone failed"));
+    EXPECT_EQ(log.Information(u"C:\\ext\\a b.OrvexExtension", u"should I unpack?"), CString(u"should I unpack?"));
+    log.Write(LogMessages::kFileFormatError, u"manager");
+
+    // A host stream gets no byte-order mark: the first bytes are the first line's.
+    ASSERT_GE(stream->Bytes().size(), 2u);
+    EXPECT_EQ(stream->Bytes().substr(0, 2), std::string("[\0", 2));
+    const std::string text = Utf16ToUtf8(stream->Bytes());
+    const std::regex expected(
+        "\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\] \\(Error\\): \\{6B2D6A10-1C1E-4E0B-9D1F-0A1B2C3D4E5F\\} clone failed\r\n"
+        "\\[[-0-9: ]{19}\\] \\(Information\\): \"C:\\\\ext\\\\a b\\.OrvexExtension\" should I unpack\\?\r\n"
+        "\\[[-0-9: ]{19}\\] \\(Warning\\): \"manager\" File format error\\.\r\n");
+    EXPECT_TRUE(std::regex_match(text, expected)) << text;
+}
+
+TEST(ExtensionLog, OwnFileIsUtf16WithByteOrderMarkAndReadableWhileOpen) {
+    OvxTest::TempFolder temp;
+    const CString path = temp / u"orvex_extensions.log";
+    ExtensionLog log({u"file", path, nullptr});
+    log.Information(u"manager", u"\u00FCber");
+
+    const auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(path);  // read while the log holds the file
+    ASSERT_TRUE(bytes);
+    ASSERT_GE(bytes->size(), 4u);
+    EXPECT_EQ(bytes->substr(0, 2), "\xFF\xFE");
+    EXPECT_EQ(bytes->substr(bytes->size() - 4), std::string("\r\0\n\0", 4));
+    EXPECT_THAT(Utf16ToUtf8(bytes->substr(2)), testing::EndsWith("(Information): \"manager\" \xC3\xBC" "ber\r\n"));
+}
+
+TEST(ExtensionLog, WithoutItsFileKeepsHistoryAndRetriesLater) {
+    OvxTest::TempFolder temp;
+    const CString path = temp / u"later/orvex_extensions.log";
+    ExtensionLog log({u"file", path, nullptr});
+    log.Information(u"manager", u"first");  // the folder does not exist yet
+    EXPECT_FALSE(OvxUtils::SystemIO::File::Exists(path));
+    temp.WriteFile(u"later/placeholder", "");
+    log.Information(u"manager", u"second");
+    EXPECT_EQ(log.EntriesFor(u"manager").size(), 2u);
+    const auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(path);
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(bytes->substr(0, 2), "\xFF\xFE");
+    EXPECT_THAT(Utf16ToUtf8(bytes->substr(2)), testing::EndsWith("\"manager\" second\r\n"));
+    EXPECT_EQ(Utf16ToUtf8(bytes->substr(2)).find("first"), std::string::npos);
+}
+
+TEST(ExtensionLog, AssociatesEachPairOnceUnderBothSubjects) {
+    auto stream = std::make_shared<OvxUtils::MemoryStream>();
+    ExtensionLog log({u"host", std::nullopt, stream});
+    log.Associate(u"pkg", kGuid);
+    log.Associate(u"pkg", kGuid);
+    const CString guidText = kGuid.ToString();
+    ASSERT_EQ(log.EntriesFor(kGuid).size(), 1u);
+    EXPECT_EQ(log.EntriesFor(kGuid)[0].message, guidText + u" is associated with pkg");
+    ASSERT_EQ(log.EntriesFor(u"pkg").size(), 1u);
+    EXPECT_EQ(log.EntriesFor(u"pkg")[0].message, u"pkg is associated with " + guidText);
+}
+
+TEST(ExtensionLog, OnlyUnacknowledgedErrorsCountAsFailures) {
+    ExtensionLog log({u"host", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+    log.Warning(u"a", u"warned");
+    log.Information(kGuid, u"told");
+    EXPECT_FALSE(log.HasFailures());
+
+    log.Error(u"a", u"broke");
+    log.Write(LogMessages::kLoaderFailed, kGuid);
+    EXPECT_THAT(log.FailedNames(), ElementsAre(CString(u"a")));
+    EXPECT_THAT(log.FailedGuids(), ElementsAre(kGuid));
+    EXPECT_TRUE(log.HasFailures());
+
+    log.AcknowledgeFailures();
+    log.Error(u"a", u"broke again");
+    EXPECT_FALSE(log.HasFailures());
+    log.Error(u"b", u"new");
+    EXPECT_THAT(log.FailedNames(), ElementsAre(CString(u"b")));
+    EXPECT_EQ(log.EntriesFor(u"a").size(), 3u);  // the history stays
+}
+
+}  // namespace
