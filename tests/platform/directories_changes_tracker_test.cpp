@@ -116,6 +116,15 @@ private:
     bool m_open = false;
 };
 
+bool RunsUnderWine() {
+#if defined(_WIN32)
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    return ntdll && ::GetProcAddress(ntdll, "wine_get_version");
+#else
+    return false;
+#endif
+}
+
 // Polls condition until it holds or the deadline passes.
 bool WaitFor(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + kDeadline;
@@ -390,6 +399,9 @@ TEST(DirectoriesChangesTracker, RunsOneThreadForAllTrackingsUntilTheLastIsReleas
 }
 
 TEST(DirectoriesChangesTracker, ReportsWhatANewFolderHeldBeforeItWasWatched) {
+    if (RunsUnderWine())
+        GTEST_SKIP() << "Wine's server adds a new subfolder to its watch only when it handles the "
+                        "folder's creation, and never reports files made in it before then";
     TempFolder temp;
     Calls calls;
     Gate gate;
@@ -430,6 +442,9 @@ TEST(DirectoriesChangesTracker, KeepsReportingAfterItsQueueOverflows) {
 }
 
 TEST(DirectoriesChangesTracker, ReportsTheTrackedFolderGoingAndThenFallsSilent) {
+    if (RunsUnderWine())
+        GTEST_SKIP() << "Wine removes a deleted folder only when its last handle is closed, and the "
+                        "tracking's own handle keeps it there without ending the pending read";
     TempFolder temp;
     const CString folder = temp / u"tracked";
     ASSERT_TRUE(Folder::EnsureExists(folder));

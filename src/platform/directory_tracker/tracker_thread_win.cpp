@@ -2,6 +2,7 @@
 // ReadDirectoryChangesW reads of every tracked folder, each read covering the subtree.
 #include "platform/directory_tracker/tracker_thread.h"
 
+#include "platform/directory_tracker/wine_subtree_win.h"
 #include "platform/system_io/win32_io.h"
 
 #include <windows.h>
@@ -39,6 +40,13 @@ struct DirectoryWatch {
     std::unique_ptr<DWORD[]> buffer = std::make_unique<DWORD[]>(kBufferSize / sizeof(DWORD));
     bool pending = false;   // a read is issued and its completion not yet handled
     bool removing = false;  // the tracking was stopped; dropped when no read is pending
+};
+
+// What the thread does after a read completed, once it has let go of its lock.
+struct Completion {
+    std::shared_ptr<ChangeTracking> changed;  // the tracking to call
+    std::vector<CString> addedNames;          // under Wine: folders among them are opened
+    bool openAll = false;                     // under Wine: the records were lost
 };
 
 // Any address inside this module names the module.
@@ -88,36 +96,48 @@ public:
             const BOOL ok = ::GetQueuedCompletionStatus(m_port.Get(), &bytes, &key, &overlapped, INFINITE);
             const DWORD error = ok ? ERROR_SUCCESS : ::GetLastError();
             if (!ok && !overlapped) return;  // the port itself failed
-            std::shared_ptr<ChangeTracking> changed;
+            Completion completion;
             {
                 std::lock_guard<std::mutex> lock(m_mutex);
-                if (overlapped) changed = Completed(key, error);
+                if (overlapped) completion = Completed(key, error, bytes);
                 if (m_ending && m_watches.empty()) return;
             }
             // With no lock held: the callback may start and stop trackings.
-            if (changed) changed->Notify();
+            if (!completion.changed) continue;
+            const CString& folder = completion.changed->Folder();
+            if (completion.openAll) WineSubtree::OpenFoldersBelow(folder);
+            WineSubtree::OpenAddedFolders(folder, completion.addedNames);
+            completion.changed->Notify();
         }
     }
 
 private:
     // A read completed: with records, with none because they did not fit (the caller
-    // must look at everything again), or with an error. Returns the tracking to call.
-    std::shared_ptr<ChangeTracking> Completed(ULONG_PTR key, DWORD error) {
+    // must look at everything again), or with an error.
+    Completion Completed(ULONG_PTR key, DWORD error, DWORD bytes) {
         const auto it = std::find_if(m_watches.begin(), m_watches.end(),
                                      [&](const auto& watch) { return reinterpret_cast<ULONG_PTR>(watch.get()) == key; });
-        if (it == m_watches.end()) return nullptr;
+        if (it == m_watches.end()) return {};
         DirectoryWatch& watch = **it;
         watch.pending = false;
         if (watch.removing) {
             m_watches.erase(it);
-            return nullptr;
+            return {};
+        }
+        Completion completion;
+        completion.changed = watch.tracking;
+        if (WineSubtree::IsWine()) {
+            if (error == ERROR_SUCCESS && bytes > 0)
+                completion.addedNames = WineSubtree::AddedNames(watch.buffer.get(), bytes);
+            else
+                completion.openAll = true;
         }
         // An abort that nobody asked for comes when the thread that issued the read ended;
         // changes may have been missed meanwhile. Any other error means the folder is gone.
         const bool readAgain = error == ERROR_SUCCESS || error == ERROR_NOTIFY_ENUM_DIR ||
                                error == ERROR_OPERATION_ABORTED;
         if (!readAgain || !watch.Issue()) watch.folder.Reset();
-        return watch.tracking;
+        return completion;
     }
 
     UniqueFileHandle m_port;
@@ -185,7 +205,9 @@ bool TrackerThread::Watch(const std::shared_ptr<ChangeTracking>& tracking) {
         (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
         return false;
     }
-    return m_loop->Add(std::make_unique<DirectoryWatch>(tracking, std::move(folder)));
+    if (!m_loop->Add(std::make_unique<DirectoryWatch>(tracking, std::move(folder)))) return false;
+    if (WineSubtree::IsWine()) WineSubtree::OpenFoldersBelow(tracking->Folder());
+    return true;
 }
 
 void TrackerThread::Unwatch(const std::shared_ptr<ChangeTracking>& tracking) { m_loop->Remove(tracking); }
