@@ -1,0 +1,462 @@
+#include "platform/directory_tracker/directories_changes_tracker.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+#include <tlhelp32.h>
+#endif
+
+namespace {
+
+using namespace std::chrono_literals;
+using OvxTest::TempFolder;
+using OvxUtils::BlameTracker;
+using Tracker = OvxUtils::CDirectoriesChangesTracker;
+using Handle = std::unique_ptr<void*, OvxUtils::StopTrackingHelper>;
+namespace File = OvxUtils::SystemIO::File;
+namespace Folder = OvxUtils::SystemIO::Folder;
+
+// What the extension manager asks for: file names, last write and creation.
+constexpr unsigned long kManagerFilter = 0x51;
+constexpr auto kDeadline = 20s;
+
+// Counts the calls of a callback and lets the test wait for them. The count is shared
+// with the callback, so a call that came late finds it still there.
+class Calls {
+public:
+    std::function<void()> Callback() const {
+        return [state = m_state] { state->Add(); };
+    }
+    int Count() const { return m_state->Get(); }
+    // True when the count goes beyond `than` before the deadline.
+    bool WaitBeyond(int than) const {
+        std::unique_lock<std::mutex> lock(m_state->mutex);
+        return m_state->changed.wait_for(lock, kDeadline, [&] { return m_state->count > than; });
+    }
+    // Waits until no call came for a while, and returns the count: a step of a test starts
+    // after the calls of the step before it are over.
+    int Settle() const {
+        for (int last = Count();;) {
+            std::this_thread::sleep_for(300ms);
+            const int now = Count();
+            if (now == last) return now;
+            last = now;
+        }
+    }
+
+private:
+    struct State {
+        std::mutex mutex;
+        std::condition_variable changed;
+        int count = 0;
+        void Add() {
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                ++count;
+            }
+            changed.notify_all();
+        }
+        int Get() {
+            std::lock_guard<std::mutex> lock(mutex);
+            return count;
+        }
+    };
+    std::shared_ptr<State> m_state = std::make_shared<State>();
+};
+
+Handle Track(const CString& folder, unsigned long filter, std::function<void()> callback,
+             const char* owner = "test") {
+    return Tracker::TrackChangeIn(folder, 0, filter, std::move(callback),
+                                  BlameTracker{CString::FromUtf8(owner)});
+}
+
+std::filesystem::path Fs(const CString& path) {
+#if defined(_WIN32)
+    return std::filesystem::path(path.Str());
+#else
+    return std::filesystem::path(path.ToUtf8());
+#endif
+}
+
+void Rename(const CString& from, const CString& to) { std::filesystem::rename(Fs(from), Fs(to)); }
+
+void Append(const CString& path, const char* text) { std::ofstream(Fs(path), std::ios::app) << text; }
+
+// Holds the tracker thread inside a callback until it is opened.
+class Gate {
+public:
+    void Pass() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_opened.wait(lock, [this] { return m_open; });
+    }
+    void Open() {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_open = true;
+        }
+        m_opened.notify_all();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_opened;
+    bool m_open = false;
+};
+
+bool RunsUnderWine() {
+#if defined(_WIN32)
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    return ntdll && ::GetProcAddress(ntdll, "wine_get_version");
+#else
+    return false;
+#endif
+}
+
+// Polls condition until it holds or the deadline passes.
+bool WaitFor(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kDeadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+int ThreadsOfThisProcess() {
+    int count = 0;
+#if defined(_WIN32)
+    const HANDLE snapshot = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry{};
+    entry.dwSize = sizeof(entry);
+    for (BOOL more = ::Thread32First(snapshot, &entry); more; more = ::Thread32Next(snapshot, &entry)) {
+        if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
+    }
+    ::CloseHandle(snapshot);
+#else
+    for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task")) ++count;
+#endif
+    return count;
+}
+
+// Enough changes to overflow the system's queue while the tracker thread is held: on
+// Linux three events per file against the queue's length, on Windows more records than
+// the 64 KiB buffer holds.
+int BurstSize() {
+#if defined(_WIN32)
+    return 3000;
+#else
+    int queued = 16384;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> queued;
+    return queued / 3 + 1000;
+#endif
+}
+
+// Makes a change once the calls of what came before are over, and expects a call for it.
+void ExpectCallFor(const Calls& calls, const char* what, const std::function<void()>& change) {
+    const int before = calls.Settle();
+    change();
+    EXPECT_TRUE(calls.WaitBeyond(before)) << "no call after: " << what;
+}
+
+TEST(DirectoriesChangesTracker, ReportsEachKindOfChangeInItsFilter) {
+    struct Case {
+        const char* name;
+        unsigned long filter;
+        void (*prepare)(const TempFolder&);
+        void (*change)(const TempFolder&);
+    };
+    const Case cases[] = {
+        {"new file", Tracker::kFileName, [](const TempFolder&) {},
+         [](const TempFolder& t) { t.WriteFile(u"a.txt", "x"); }},
+        {"renamed file", Tracker::kFileName, [](const TempFolder& t) { t.WriteFile(u"a.txt", "x"); },
+         [](const TempFolder& t) { Rename(t / u"a.txt", t / u"b.txt"); }},
+        {"deleted file", Tracker::kFileName, [](const TempFolder& t) { t.WriteFile(u"a.txt", "x"); },
+         [](const TempFolder& t) { File::Delete(t / u"a.txt"); }},
+        {"written file", Tracker::kLastWrite, [](const TempFolder& t) { t.WriteFile(u"a.txt", "x"); },
+         [](const TempFolder& t) { Append(t / u"a.txt", "more"); }},
+        {"grown file", Tracker::kSize, [](const TempFolder& t) { t.WriteFile(u"a.txt", "x"); },
+         [](const TempFolder& t) { Append(t / u"a.txt", "more"); }},
+        {"created file", Tracker::kCreation, [](const TempFolder&) {},
+         [](const TempFolder& t) { t.WriteFile(u"a.txt", "x"); }},
+        {"new folder", Tracker::kDirName, [](const TempFolder&) {},
+         [](const TempFolder& t) { Folder::EnsureExists(t / u"sub"); }},
+        {"written file in a nested folder", kManagerFilter,
+         [](const TempFolder& t) { t.WriteFile(u"a/b/c.txt", "x"); },
+         [](const TempFolder& t) { Append(t / u"a/b/c.txt", "more"); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TempFolder temp;
+        c.prepare(temp);
+        Calls calls;
+        const Handle handle = Track(temp.Path(), c.filter, calls.Callback());
+        ASSERT_TRUE(handle);
+        c.change(temp);
+        EXPECT_TRUE(calls.WaitBeyond(0));
+    }
+}
+
+TEST(DirectoriesChangesTracker, FollowsFoldersMadeOrMovedAfterTrackingStarted) {
+    TempFolder temp;
+    Calls calls;
+    // Folder names too: Windows reports a folder's new name only under that bit.
+    const Handle handle = Track(temp.Path(), kManagerFilter | Tracker::kDirName, calls.Callback());
+    ASSERT_TRUE(handle);
+
+    ExpectCallFor(calls, "new folders with a file", [&] { temp.WriteFile(u"new/deeper/first.txt", "x"); });
+    ExpectCallFor(calls, "new file", [&] { temp.WriteFile(u"new/deeper/second.txt", "x"); });
+    ExpectCallFor(calls, "write", [&] { Append(temp / u"new/deeper/second.txt", "more"); });
+    ExpectCallFor(calls, "rename", [&] { Rename(temp / u"new/deeper/second.txt", temp / u"new/deeper/third.txt"); });
+    ExpectCallFor(calls, "delete", [&] { File::Delete(temp / u"new/deeper/third.txt"); });
+    ExpectCallFor(calls, "folder rename", [&] { Rename(temp / u"new", temp / u"moved"); });
+    ExpectCallFor(calls, "file in the moved folder", [&] { temp.WriteFile(u"moved/deeper/fourth.txt", "x"); });
+
+    // A folder filled outside the tree and moved in.
+    TempFolder outside;
+    outside.WriteFile(u"package/content.txt", "x");
+    ExpectCallFor(calls, "folder moved in", [&] { Rename(outside / u"package", temp / u"package"); });
+    ExpectCallFor(calls, "file in it", [&] { temp.WriteFile(u"package/later.txt", "x"); });
+}
+
+TEST(DirectoriesChangesTracker, RefusesWhatItCannotTrack) {
+    TempFolder temp;
+    const CString file = temp.WriteFile(u"file.txt", "x");
+    Calls calls;
+    EXPECT_FALSE(Track(temp / u"missing", kManagerFilter, calls.Callback()));
+    EXPECT_FALSE(Track(file, kManagerFilter, calls.Callback()));
+    EXPECT_FALSE(Track(temp.Path(), kManagerFilter, nullptr));
+    EXPECT_FALSE(Track(temp.Path(), 0, calls.Callback()));
+    EXPECT_FALSE(Track(temp.Path(), 0x80, calls.Callback()));
+    EXPECT_TRUE(Tracker::GetActiveTrackings().empty());
+}
+
+TEST(DirectoriesChangesTracker, KeepsTrackingsApartAndListsThemUntilReleased) {
+    TempFolder first, second;
+    Calls firstCalls, secondCalls;
+    Handle firstHandle = Track(first.Path(), kManagerFilter, firstCalls.Callback(), "first owner");
+    const Handle secondHandle = Track(second.Path(), kManagerFilter, secondCalls.Callback(), "second owner");
+    ASSERT_TRUE(firstHandle && secondHandle);
+    auto active = Tracker::GetActiveTrackings();
+    ASSERT_EQ(active.size(), 2u);
+    EXPECT_EQ(active[0].folder, first.Path());
+    EXPECT_EQ(active[0].owner, u"first owner");
+    EXPECT_EQ(active[1].owner, u"second owner");
+
+    ExpectCallFor(firstCalls, "first folder", [&] { first.WriteFile(u"a.txt", "x"); });
+    const int firstCount = firstCalls.Settle();
+    EXPECT_EQ(secondCalls.Count(), 0);
+    ExpectCallFor(secondCalls, "second folder", [&] { second.WriteFile(u"b.txt", "x"); });
+    secondCalls.Settle();
+    EXPECT_EQ(firstCalls.Count(), firstCount);
+
+    firstHandle.reset();
+    active = Tracker::GetActiveTrackings();
+    ASSERT_EQ(active.size(), 1u);
+    EXPECT_EQ(active[0].folder, second.Path());
+    ExpectCallFor(secondCalls, "second folder after the first was released",
+                  [&] { second.WriteFile(u"c.txt", "x"); });
+}
+
+TEST(DirectoriesChangesTracker, KeepsTrackingAfterTheThreadThatStartedItEnds) {
+    TempFolder temp;
+    Calls calls;
+    Handle handle;
+    std::thread([&] { handle = Track(temp.Path(), kManagerFilter, calls.Callback()); }).join();
+    ASSERT_TRUE(handle);
+    ExpectCallFor(calls, "new file", [&] { temp.WriteFile(u"a.txt", "x"); });
+    ExpectCallFor(calls, "another new file", [&] { temp.WriteFile(u"b.txt", "x"); });
+}
+
+TEST(DirectoriesChangesTracker, CallsNothingOnceReleasedWhileChangesGoOn) {
+    TempFolder temp;
+    Calls released, probe;
+    // The probe is served first and slowly, so that the release mostly comes while the
+    // tracker thread is about to serve the released tracking.
+    const Handle probeHandle = Track(temp.Path(), kManagerFilter, [count = probe.Callback()] {
+        count();
+        std::this_thread::sleep_for(20ms);
+    });
+    Handle handle = Track(temp.Path(), kManagerFilter, released.Callback());
+    ASSERT_TRUE(handle && probeHandle);
+    std::atomic<bool> writing{true};
+    std::thread writer([&] {
+        for (int i = 0; writing; ++i) temp.WriteFile(CString::FromUtf8("f" + std::to_string(i % 20)), "x");
+    });
+    ASSERT_TRUE(released.WaitBeyond(0));
+    handle.reset();
+    const int atRelease = released.Count();
+    EXPECT_TRUE(probe.WaitBeyond(probe.Count() + 2));
+    writing = false;
+    writer.join();
+    probe.Settle();
+    EXPECT_EQ(released.Count(), atRelease);
+}
+
+TEST(DirectoriesChangesTracker, ReleaseWaitsForTheCallInProgress) {
+    TempFolder temp, other;
+    // Another tracking goes on, so that the release cannot end the thread.
+    Calls otherCalls;
+    const Handle otherHandle = Track(other.Path(), kManagerFilter, otherCalls.Callback());
+    std::atomic<bool> entered{false}, releasing{false}, finished{false};
+    Handle handle = Track(temp.Path(), kManagerFilter, [&] {
+        if (entered.exchange(true)) return;
+        WaitFor([&] { return releasing.load(); });
+        std::this_thread::sleep_for(200ms);  // time for a release that does not wait to return
+        finished = true;
+    });
+    ASSERT_TRUE(handle);
+    temp.WriteFile(u"a.txt", "x");
+    ASSERT_TRUE(WaitFor([&] { return entered.load(); }));
+    releasing = true;
+    handle.reset();
+    EXPECT_TRUE(finished);
+    WaitFor([&] { return finished.load(); });
+}
+
+TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
+    TempFolder temp;
+    struct Slot {
+        std::mutex mutex;
+        Handle handle;
+        int calls = 0;
+    };
+    // Tracks temp with a callback that releases its own handle and then runs `then`;
+    // calls that follow would be counted.
+    const auto trackSelfReleasing = [&temp](std::function<void()> then) {
+        auto slot = std::make_shared<Slot>();
+        std::lock_guard<std::mutex> lock(slot->mutex);
+        slot->handle = Track(temp.Path(), kManagerFilter, [slot, then] {
+            Handle mine;
+            {
+                std::lock_guard<std::mutex> guard(slot->mutex);
+                ++slot->calls;
+                mine = std::move(slot->handle);
+            }
+            mine.reset();
+            then();
+        });
+        EXPECT_TRUE(slot->handle);
+        return slot;
+    };
+    const auto callsOf = [](Slot& slot) {
+        std::lock_guard<std::mutex> lock(slot.mutex);
+        return slot.calls;
+    };
+
+    // While another tracking goes on, which then shows that later changes are reported.
+    Calls probe;
+    Handle probeHandle = Track(temp.Path(), kManagerFilter, probe.Callback());
+    auto slot = trackSelfReleasing([] {});
+    ExpectCallFor(probe, "first change", [&] { temp.WriteFile(u"a.txt", "x"); });
+    EXPECT_TRUE(WaitFor([&] { return callsOf(*slot) == 1; }));
+    ExpectCallFor(probe, "second change", [&] { temp.WriteFile(u"b.txt", "x"); });
+    EXPECT_EQ(callsOf(*slot), 1);
+    probeHandle.reset();
+
+    // As the last tracking, starting its successor: the thread that runs the callback
+    // ends once it returns, and the successor is served by a new one.
+    std::mutex successorMutex;
+    Handle successor;
+    slot = trackSelfReleasing([&] {
+        std::lock_guard<std::mutex> lock(successorMutex);
+        successor = Track(temp.Path(), kManagerFilter, probe.Callback());
+    });
+    temp.WriteFile(u"c.txt", "x");
+    EXPECT_TRUE(WaitFor([&] {
+        std::lock_guard<std::mutex> lock(successorMutex);
+        return successor != nullptr;
+    }));
+    ExpectCallFor(probe, "change seen by the successor", [&] { temp.WriteFile(u"d.txt", "x"); });
+    EXPECT_EQ(callsOf(*slot), 1);
+    std::lock_guard<std::mutex> lock(successorMutex);
+    successor.reset();
+}
+
+TEST(DirectoriesChangesTracker, RunsOneThreadForAllTrackingsUntilTheLastIsReleased) {
+    TempFolder first, second;
+    Calls calls;
+    Handle firstHandle = Track(first.Path(), kManagerFilter, calls.Callback());
+    const int withTracker = ThreadsOfThisProcess();
+    Handle secondHandle = Track(second.Path(), kManagerFilter, calls.Callback());
+    EXPECT_EQ(ThreadsOfThisProcess(), withTracker);
+    firstHandle.reset();
+    EXPECT_EQ(ThreadsOfThisProcess(), withTracker);
+    secondHandle.reset();
+    EXPECT_TRUE(WaitFor([&] { return ThreadsOfThisProcess() == withTracker - 1; }));
+}
+
+TEST(DirectoriesChangesTracker, ReportsWhatANewFolderHeldBeforeItWasWatched) {
+    if (RunsUnderWine())
+        GTEST_SKIP() << "Wine's server adds a new subfolder to its watch only when it handles the "
+                        "folder's creation, and never reports files made in it before then";
+    TempFolder temp;
+    Calls calls;
+    Gate gate;
+    const Handle handle = Track(temp.Path(), Tracker::kFileName, [&, count = calls.Callback()] {
+        count();
+        gate.Pass();
+    });
+    ASSERT_TRUE(handle);
+    temp.WriteFile(u"first.txt", "x");
+    ASSERT_TRUE(calls.WaitBeyond(0));  // the tracker thread is held in the callback now
+    // Only the file's name is a change of a kind in the filter.
+    temp.WriteFile(u"new/inner/file.txt", "x");
+    const int held = calls.Count();
+    gate.Open();
+    EXPECT_TRUE(calls.WaitBeyond(held));
+}
+
+TEST(DirectoriesChangesTracker, KeepsReportingAfterItsQueueOverflows) {
+    TempFolder temp;
+    Calls calls;
+    Gate gate;
+    const Handle handle = Track(temp.Path(), kManagerFilter, [&, count = calls.Callback()] {
+        count();
+        gate.Pass();
+    });
+    ASSERT_TRUE(handle);
+    temp.WriteFile(u"first.txt", "x");
+    ASSERT_TRUE(calls.WaitBeyond(0));  // the tracker thread is held in the callback now
+
+    for (int i = 0, size = BurstSize(); i < size; ++i)
+        temp.WriteFile(CString::FromUtf8("burst-" + std::to_string(i) + ".txt"), "x");
+    ASSERT_TRUE(Folder::EnsureExists(temp / u"made meanwhile"));
+    const int held = calls.Count();
+    gate.Open();
+    EXPECT_TRUE(calls.WaitBeyond(held));
+    ExpectCallFor(calls, "file in the folder made during the overflow",
+                  [&] { temp.WriteFile(u"made meanwhile/late.txt", "x"); });
+}
+
+TEST(DirectoriesChangesTracker, ReportsTheTrackedFolderGoingAndThenFallsSilent) {
+    if (RunsUnderWine())
+        GTEST_SKIP() << "Wine removes a deleted folder only when its last handle is closed, and the "
+                        "tracking's own handle keeps it there without ending the pending read";
+    TempFolder temp;
+    const CString folder = temp / u"tracked";
+    ASSERT_TRUE(Folder::EnsureExists(folder));
+    Calls calls, parent;
+    const Handle handle = Track(folder, kManagerFilter, calls.Callback());
+    const Handle parentHandle = Track(temp.Path(), kManagerFilter | Tracker::kDirName, parent.Callback());
+    ASSERT_TRUE(handle && parentHandle);
+    ExpectCallFor(calls, "folder deleted", [&] { EXPECT_TRUE(Folder::DeleteRecursive(folder, true)); });
+    const int gone = calls.Settle();
+    ExpectCallFor(parent, "folder made again", [&] { temp.WriteFile(u"tracked/new.txt", "x"); });
+    parent.Settle();
+    EXPECT_EQ(calls.Count(), gone);
+}
+
+}  // namespace
