@@ -11,14 +11,22 @@ namespace OvxComponent {
 namespace {
 
 constexpr char16_t kByteOrderMark = 0xFEFF;
+constexpr std::u16string_view kLevelWords[] = {u"Information", u"Warning", u"Error"};
+
+std::u16string_view LevelWord(ExtensionLogLevel level) {
+    const auto index = static_cast<std::uint32_t>(level);
+    return kLevelWords[index < std::size(kLevelWords) ? index : 0];
+}
+
+void AppendText(CString::StringType& line, std::u16string_view text) {
+    for (const char16_t unit : text) line.push_back(static_cast<CString::XCHAR>(unit));
+}
+
+void AppendCString(CString::StringType& line, const CString& text) { line.append(text.View()); }
 
 }  // namespace
 
-CString LevelText(ExtensionLogLevel level) {
-    static const CString kWords[] = {u"Information", u"Warning", u"Error"};
-    const auto index = static_cast<std::uint32_t>(level);
-    return kWords[index < std::size(kWords) ? index : 0];
-}
+CString LevelText(ExtensionLogLevel level) { return CString(LevelWord(level)); }
 
 ExtensionLog::ExtensionLog(OvxUtils::NamedOutStream output) : m_output(std::move(output)) {
     m_ownFile = !m_output.stream && m_output.path.has_value();
@@ -33,13 +41,7 @@ bool ExtensionLog::OpenOutput() {
     return true;
 }
 
-ExtensionLogEntry& ExtensionLog::Append(ExtensionLogEntry entry) {
-    auto& history = entry.name ? m_byName[*entry.name] : m_byGuid[*entry.guid];
-    history.push_back(std::move(entry));
-    return history.back();
-}
-
-void ExtensionLog::Output(const ExtensionLogEntry& entry) {
+void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid) {
     if (!OpenOutput()) return;
     const std::int64_t second = entry.time / 10'000'000 - (entry.time % 10'000'000 < 0 ? 1 : 0);
     if (second != m_stampSecond) {
@@ -48,30 +50,33 @@ void ExtensionLog::Output(const ExtensionLogEntry& entry) {
     }
     // The whole line is built first and written in one call, so that a reader of the file
     // never sees half a line.
-    CString line;
-    line.Reserve(m_stamp.GetLength() + entry.message.GetLength() + 96);
-    line += u"[";
-    line += m_stamp;
-    line += u"] (";
-    line += LevelText(entry.level);
-    line += u"): ";
-    if (entry.name) {
-        line += u'"';
-        line += *entry.name;
-        line += u"\" ";
+    CString::StringType& line = m_line;
+    line.clear();
+    line.reserve(static_cast<std::size_t>(m_stamp.GetLength() + entry.message.GetLength() +
+                                          (name ? name->GetLength() : 0)) + 64);
+    AppendText(line, u"[");
+    AppendCString(line, m_stamp);
+    AppendText(line, u"] (");
+    AppendText(line, LevelWord(entry.level));
+    AppendText(line, u"): ");
+    if (name) {
+        AppendText(line, u"\"");
+        AppendCString(line, *name);
+        AppendText(line, u"\" ");
     }
-    if (entry.guid) {
-        line += entry.guid->ToString();
-        line += u' ';
+    if (guid) {
+        AppendCString(line, guid->ToString());
+        AppendText(line, u" ");
     }
-    line += entry.message;
-    line += u"\r\n";
-    m_output.stream->Write(line.GetString(), static_cast<std::size_t>(line.GetLength()) * sizeof(CString::XCHAR));
+    AppendCString(line, entry.message);
+    AppendText(line, u"\r\n");
+    m_output.stream->Write(line.data(), line.size() * sizeof(CString::XCHAR));
 }
 
 void ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, const CString& message) {
-    const ExtensionLogEntry& entry = Append({level, LogClockNow(), name, std::nullopt, message});
-    Output(entry);
+    auto& history = m_byName[name];
+    history.push_back({level, LogClockNow(), message});
+    Output(history.back(), &name, nullptr);
     if (level == ExtensionLogLevel::Error && !m_acknowledgedNames.contains(name)) {
         m_failedNames.insert(name);
         UpdateHasFailures();
@@ -79,8 +84,9 @@ void ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, con
 }
 
 void ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message) {
-    const ExtensionLogEntry& entry = Append({level, LogClockNow(), std::nullopt, guid, message});
-    Output(entry);
+    auto& history = m_byGuid[guid];
+    history.push_back({level, LogClockNow(), message});
+    Output(history.back(), nullptr, &guid);
     if (level == ExtensionLogLevel::Error && !m_acknowledgedGuids.contains(guid)) {
         m_failedGuids.insert(guid);
         UpdateHasFailures();
@@ -134,13 +140,25 @@ void ExtensionLog::Associate(const CString& name, const OvxUtils::Guid& guid) {
 }
 
 std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const CString& name) const {
-    const auto found = m_byName.find(name);
-    return found == m_byName.end() ? std::vector<ExtensionLogEntry>() : found->second;
+    std::vector<ExtensionLogEntry> entries;
+    if (const auto found = m_byName.find(name); found != m_byName.end()) {
+        entries.reserve(found->second.size());
+        for (const HistoryEntry& entry : found->second) {
+            entries.push_back({entry.level, entry.time, name, std::nullopt, entry.message});
+        }
+    }
+    return entries;
 }
 
 std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const OvxUtils::Guid& guid) const {
-    const auto found = m_byGuid.find(guid);
-    return found == m_byGuid.end() ? std::vector<ExtensionLogEntry>() : found->second;
+    std::vector<ExtensionLogEntry> entries;
+    if (const auto found = m_byGuid.find(guid); found != m_byGuid.end()) {
+        entries.reserve(found->second.size());
+        for (const HistoryEntry& entry : found->second) {
+            entries.push_back({entry.level, entry.time, std::nullopt, guid, entry.message});
+        }
+    }
+    return entries;
 }
 
 void ExtensionLog::AcknowledgeFailures() {

@@ -15,6 +15,7 @@
 #include "platform/stream/named_out_stream.h"
 
 #include <atomic>
+#include <deque>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -65,14 +66,20 @@ public:
     void AcknowledgeFailures();
 
 private:
-    ExtensionLogEntry& Append(ExtensionLogEntry entry);
-    void Output(const ExtensionLogEntry& entry);
+    // An entry as a history keeps it: its subject is the history's key.
+    struct HistoryEntry {
+        ExtensionLogLevel level;
+        std::int64_t time;
+        CString message;
+    };
+    void Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid);
     void UpdateHasFailures();
 
     OvxUtils::NamedOutStream m_output;
     bool m_ownFile = false;  // the stream is ours to create, with a byte-order mark
-    std::unordered_map<CString, std::vector<ExtensionLogEntry>> m_byName;
-    std::unordered_map<OvxUtils::Guid, std::vector<ExtensionLogEntry>> m_byGuid;
+    // A deque grows without moving what it holds.
+    std::unordered_map<CString, std::deque<HistoryEntry>> m_byName;
+    std::unordered_map<OvxUtils::Guid, std::deque<HistoryEntry>> m_byGuid;
     std::unordered_map<CString, std::set<OvxUtils::Guid>> m_guidsOfName;
     std::unordered_map<OvxUtils::Guid, std::set<CString>> m_namesOfGuid;
     std::set<CString> m_failedNames;
@@ -84,6 +91,7 @@ private:
     // one second convert the time once.
     std::int64_t m_stampSecond = -1;
     CString m_stamp;
+    CString::StringType m_line;  // the line being written, kept for its capacity
 };
 
 }  // namespace OvxComponent

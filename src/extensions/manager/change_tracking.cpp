@@ -1,0 +1,126 @@
+// ExtensionManagerImpl: rescans of source folders after changes, auto loading of new
+// packages, and removal of extensions whose package has gone.
+#include "extensions/manager/extension_manager_impl.h"
+
+#include "extensions/format/extension_packing.h"
+#include "extensions/manager/debugger_output.h"
+#include "extensions/manager/install_layout.h"
+#include "platform/directory_tracker/directories_changes_tracker.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <set>
+
+namespace OvxComponent {
+
+namespace {
+
+namespace SystemIO = OvxUtils::SystemIO;
+using namespace LogMessages;
+using VdcContainer::Error;
+
+// A file made, renamed or written.
+constexpr unsigned long kSourceFolderChanges = 0x51;
+
+// The files that a rescan treats as packages.
+bool IsPackageFile(const CString& path) {
+    return SystemIO::Path::HasExtension(path, Get_Extension_FileExtension());
+}
+
+}  // namespace
+
+void ExtensionManagerImpl::TrackSourceFolders() {
+    if (!trackers.empty()) {
+        log.Write(kNoLongerTracking, CString(kManagerSubject));
+        trackers.clear();  // each handle's release stops its tracking
+    }
+    trackers.reserve(sourceFolders.size());
+    for (const ExtensionSourceFolder& source : sourceFolders) {
+        log.Information(source.folder, u"tracking changes here");
+        // Runs on the tracker's thread: it holds the manager only weakly and hands the
+        // rescan to the main thread.
+        auto changed = [weakManager = weak_from_this(), folder = source.folder] {
+            const std::shared_ptr<ExtensionManagerImpl> self = weakManager.lock();
+            if (!self) return;
+            if (self->dispatchToMainThread) {
+                self->dispatchToMainThread([weakManager, folder] {
+                    if (const auto manager = weakManager.lock()) manager->Rescan(folder);
+                });
+            }
+            self->NotifyFailures();
+        };
+        changed();  // the first scan of the folder
+        trackers.push_back(OvxUtils::CDirectoriesChangesTracker::TrackChangeIn(
+            source.folder, 0, kSourceFolderChanges, std::move(changed), OvxUtils::BlameTracker{u"extension manager"}));
+    }
+}
+
+void ExtensionManagerImpl::Rescan(const CString& folder) {
+    log.Information(CString(kManagerSubject), u"changes detected, scanning for changes");
+    for (const CString& path : SystemIO::Folder::GetFiles(folder, true)) {
+        if (!IsPackageFile(path)) continue;
+        log.Information(path, u"should I load?");
+        auto package = OpenPackage(path);
+        const bool unpack =
+            package && ShouldUnpack(*package, SystemIO::File::GetLastWriteTime(path).value_or(0)).HasValue();
+        if (unpack) {
+            log.Information(path, u"unpacking...");
+            AutoLoad(path);
+        } else {
+            log.Write(kRedundantUnpackCheck, path);
+        }
+    }
+
+    std::set<OvxUtils::Guid> present;
+    for (const OpenedPackage& package : ScanSourceFolders()) present.insert(InfoOf(package)->GetDocumentID());
+    for (const UnpackedCandidate& candidate : VerifyUnpacked()) {
+        const ExtensionContainerInfo* info = InfoOf(candidate.package);
+        if (info == nullptr || present.contains(info->GetDocumentID())) continue;
+        log.Information(candidate.folder, u"removing extension");
+        static_cast<void>(RemoveExtension(info->GetDocumentID()));  // its outcome is in the log
+    }
+}
+
+void ExtensionManagerImpl::AutoLoad(const CString& path) {
+    const auto fail = [&](const CString& text) {
+        log.Warning(path, text);
+        WriteDebuggerOutput(text + u"\n");
+    };
+    auto package = OpenPackage(path);
+    if (!package) return fail(package.ErrorText());
+    if (auto decision = ShouldUnpack(*package, SystemIO::File::GetLastWriteTime(path).value_or(0)); !decision) {
+        return fail(decision.ErrorText());
+    }
+    auto unpacked = Unpack(*package, platformFolder);
+    if (!unpacked) return fail(unpacked.ErrorText());
+
+    if (loaderActive) {
+        if (TryLoad(*unpacked).IsLoaded()) {
+            log.Write(kAutoLoaded, path);
+        } else {
+            log.Error(path, u"auto load failed");
+        }
+    } else if (initialLoadDone) {
+        log.Write(kAutoLoadDisabled, path);
+    }
+}
+
+UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& documentId) {
+    log.Write(kRemovingExtension, documentId);
+    const CString extensionFolder = InstallLayout::ExtensionFolder(platformFolder, documentId);
+    if (const auto state = FindExtension(documentId)) {
+        UnloadOutcome unloaded = UnloadExtension(*state, false);
+        if (!unloaded) return Error{log.Information(documentId, unloaded.ErrorText())};
+        if (*unloaded == UnloadResult::Delayed) {
+            log.Write(kUnloadDelayed, documentId);
+            return UnloadResult::Delayed;
+        }
+    }
+    if (!SystemIO::Folder::Exists(extensionFolder)) return Error{log.Warning(documentId, u"Extension not found")};
+    if (!SystemIO::Folder::DeleteRecursive(extensionFolder, true)) return Error{log.Write(kCannotDeleteData, documentId)};
+    log.Information(documentId, u"unload successful");
+    return UnloadResult::Unloaded;
+}
+
+}  // namespace OvxComponent

@@ -1,0 +1,11 @@
+// The debugger's output: OutputDebugStringW on Windows; nothing elsewhere, where the log
+// already holds every line.
+#pragma once
+
+#include "platform/cstring.h"
+
+namespace OvxComponent {
+
+void WriteDebuggerOutput(const CString& text);
+
+}  // namespace OvxComponent

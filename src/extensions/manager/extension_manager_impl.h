@@ -1,0 +1,158 @@
+// ExtensionManagerImpl: the extension manager behind IExtensionManager.
+//
+// Made by MakeExtensionManager and shared-owned by the host. It takes no lock: every
+// operation runs on the host's main thread, and directory-change callbacks, which run on
+// the tracker's thread, hold only a weak reference and hand their work to the host's
+// main-thread dispatch. Its operations are spread over one file per concern:
+//   extension_manager_impl.cpp  construction and the small operations
+//   package_unpacking.cpp       opening packages, the unpack decision and the unpack work
+//   installer_registry.cpp      registering and removing installers
+//   extension_loading.cpp       loading and unloading extensions
+//   ui_resource_visiting.cpp    UI modification and resource callbacks
+//   initial_loading.cpp         the start-up pass, verification and the source scan
+//   change_tracking.cpp         tracking source folders, rescans and removal
+// The class is exported so that tests and hosts with special needs can drive the steps
+// that the interface runs as a whole.
+#pragma once
+
+#include "extensions/format/extension_container.h"
+#include "extensions/manager/extension_log.h"
+#include "extensions/manager/extension_manager.h"
+#include "platform/directory_tracker/directories_changes_tracker.h"
+
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+namespace OvxComponent {
+
+// A package opened as a container, with the path it was opened from; for an unpacked
+// extension, the path is its unpacked folder.
+struct OpenedPackage {
+    std::shared_ptr<ExtensionContainer> container;
+    std::optional<CString> path;
+};
+
+struct LoadedExtension {
+    std::shared_ptr<IExtensionState> state;  // null once the extension is unloaded
+    std::shared_ptr<ExtensionContainer> container;
+    CString path;
+};
+
+// What came of an attempt to load: the extension loaded, or it stays unpacked and waits
+// (the package is handed back), or it failed (with the text that was logged).
+struct LoadOutcome {
+    enum class Kind { Loaded, NotLoaded, Failed };
+    Kind kind = Kind::NotLoaded;
+    LoadedExtension loaded;  // Loaded
+    OpenedPackage waiting;   // NotLoaded
+    CString error;           // Failed
+
+    bool IsLoaded() const { return kind == Kind::Loaded; }
+};
+
+using OpenResult = VdcContainer::Result<OpenedPackage>;
+
+class OVX_API ExtensionManagerImpl final : public IExtensionManager,
+                                           public std::enable_shared_from_this<ExtensionManagerImpl> {
+    struct Passkey {};
+
+public:
+    ExtensionManagerImpl(Passkey, const CString& rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sources,
+                         std::function<void(OvxUtils::Delegate<void()>)> dispatch,
+                         std::function<bool(CString)> requirementText,
+                         std::function<bool(ExtensionAppSupport)> appSupported,
+                         OvxUtils::array_view<const CString> addonNames, OvxUtils::NamedOutStream logStream);
+    static std::shared_ptr<ExtensionManagerImpl> Make(
+        const CString& rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sources,
+        std::function<void(OvxUtils::Delegate<void()>)> dispatch, std::function<bool(CString)> requirementText,
+        std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
+        OvxUtils::NamedOutStream logStream);
+
+    // IExtensionManager
+    UnloadOutcome UnloadExtension(std::shared_ptr<IExtensionState> state, bool skipUiReload) override;
+    std::optional<std::shared_ptr<IExtensionState>> FindExtension(const OvxUtils::Guid& documentId) override;
+    std::shared_ptr<const IExtensionInstaller> RegisterInstaller(
+        std::set<CString> mimeTypes, std::shared_ptr<const IExtensionInstaller> installer) override;
+    CString GetPlatformFolder() const override;
+    std::vector<ExtensionSourceFolder> GetSourceFolders() const override;
+    void StartLoading() override;
+    void TrackSourceFolders() override;
+    void SetUiModificationFlag() override;
+    void ClearUiModificationFlag() override;
+    bool VisitUiModifications(UiModifier visitor) override;
+    void SetUiHandlers(UiModifier modifier, std::function<void()> reload) override;
+    bool VisitResources(ResourceLoader visitor) override;
+    void SetResourceLoader(ResourceLoader loader) override;
+    void ReportFailures(FailureReport report) override;
+    void SetFailureNotifier(std::function<void(std::shared_ptr<IExtensionManager>)> notifier) override;
+    void ClearFailures() override;
+    void FinishLoading() override;
+    std::vector<UnloadOutcome> UnloadAll() override;
+    std::vector<CString> GetPendingItems() const override;
+
+    // Opening and unpacking.
+    OpenResult OpenPackage(const CString& path);
+    // Whether the package should be unpacked; the error text says why not.
+    VdcContainer::Result<void> ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime);
+    // Unpacks into installFolder, which must be the platform folder; the result is the
+    // installed copy with the unpacked folder as its path.
+    OpenResult Unpack(const OpenedPackage& package, const CString& installFolder);
+
+    // Loading and unloading.
+    LoadOutcome TryLoad(const OpenedPackage& unpacked);
+    LoadOutcome LoadIfReady(OpenedPackage unpacked);
+    LoadOutcome LoadFromPath(OpenedPackage unpacked);
+
+    // The start-up pass and the scans.
+    void RunInitialLoadingPass();
+    // An unpacked extension found below the platform folder; no container when its
+    // installed copy is missing.
+    struct UnpackedCandidate {
+        CString folder;
+        OpenedPackage package;
+    };
+    std::vector<UnpackedCandidate> VerifyUnpacked();
+    std::vector<OpenedPackage> ScanSourceFolders();
+
+    // Change tracking.
+    void Rescan(const CString& folder);
+    void AutoLoad(const CString& path);
+    UnloadOutcome RemoveExtension(const OvxUtils::Guid& documentId);
+
+    const ExtensionLog& Log() const { return log; }
+    ExtensionLog& Log() { return log; }
+
+private:
+    static void RemoveInstaller(const std::weak_ptr<ExtensionManagerImpl>& manager, const std::set<CString>& mimeTypes,
+                                const std::shared_ptr<const IExtensionInstaller>& installer);
+    // Calls the failure notifier when failures are recorded; any thread.
+    void NotifyFailures();
+    const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) const;
+
+    std::unordered_map<CString, std::weak_ptr<const IExtensionInstaller>> installers;
+    std::unordered_map<OvxUtils::Guid, LoadedExtension> loadedExtensions;
+    CString platformFolder;
+    std::vector<ExtensionSourceFolder> sourceFolders;
+    std::vector<std::unique_ptr<void*, OvxUtils::StopTrackingHelper>> trackers;
+    std::function<void(OvxUtils::Delegate<void()>)> dispatchToMainThread;
+    std::vector<CString> pendingItems;  // nothing fills it in this version
+    bool initialLoadingRunning = false;
+    bool loaderActive = false;
+    bool initialLoadDone = false;
+    std::function<void(std::shared_ptr<IExtensionManager>)> failureNotifier;
+    // The one piece of state that change callbacks read on the tracker's thread while the
+    // host may replace it on the main thread.
+    mutable std::mutex failureNotifierMutex;
+    bool uiModificationFlag = false;
+    std::function<bool(CString)> requirementText;
+    std::function<bool(ExtensionAppSupport)> appSupported;
+    UiModifier uiModifier;
+    std::function<void()> uiReload;
+    ResourceLoader resourceLoader;
+    std::vector<CString> addonNames;
+    ExtensionLog log;
+};
+
+}  // namespace OvxComponent

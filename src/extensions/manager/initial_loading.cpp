@@ -1,0 +1,129 @@
+// ExtensionManagerImpl: the start-up pass over unpacked extensions, their verification
+// when loading is finished, and the scan of the source folders.
+#include "extensions/manager/extension_manager_impl.h"
+
+#include "extensions/manager/install_layout.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <algorithm>
+
+namespace OvxComponent {
+
+namespace {
+
+namespace SystemIO = OvxUtils::SystemIO;
+using namespace LogMessages;
+
+}  // namespace
+
+void ExtensionManagerImpl::RunInitialLoadingPass() {
+    // A pass started from inside a pass (an installer registering while it is loaded)
+    // returns at once.
+    if (initialLoadingRunning) return;
+    initialLoadingRunning = true;
+    const CString manager(kManagerSubject);
+    log.Information(manager, u"initial loading of unpacked extensions");
+
+    std::optional<std::size_t> previousCount;
+    while (true) {
+        std::vector<UnpackedCandidate> candidates = VerifyUnpacked();
+        std::erase_if(candidates, [this](const UnpackedCandidate& candidate) {
+            const ExtensionContainerInfo* info = InfoOf(candidate.package);
+            return info != nullptr && FindExtension(info->GetDocumentID()).has_value();
+        });
+        if (previousCount && *previousCount == candidates.size()) {
+            log.Write(kPossibleInfiniteLoop, manager);
+            break;
+        }
+        previousCount = candidates.size();
+        bool progress = false;
+        for (const UnpackedCandidate& candidate : candidates) {
+            if (!candidate.package.container) {
+                log.Write(kFileMissing, candidate.folder);
+                continue;
+            }
+            const LoadOutcome outcome = TryLoad(candidate.package);
+            const OvxUtils::Guid documentId = InfoOf(candidate.package)->GetDocumentID();
+            const bool found = FindExtension(documentId).has_value();
+            if (outcome.IsLoaded()) {
+                progress = true;
+                if (!found) log.Write(kClaimedToLoad, candidate.folder);
+            }
+            if (!found) log.Information(candidate.folder, u"scan did not load extension");
+        }
+        if (!progress) break;
+    }
+    log.Write(kFinishedInitialLoading, manager);
+    initialLoadingRunning = false;
+    NotifyFailures();
+}
+
+std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked() {
+    std::vector<UnpackedCandidate> verified;
+    if (!SystemIO::Folder::Exists(platformFolder)) return verified;
+    for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(platformFolder, false)) {
+        const CString folderName = SystemIO::Path::GetFileName(extensionFolder);
+        if (!OvxUtils::Guid::FromString(folderName)) continue;
+        for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
+            const CString versionFolder = SystemIO::Path::GetFolderName(copy.installedCopy);
+            const CString versionName = SystemIO::Path::GetFileName(versionFolder);
+            if (!OvxUtils::Version::TryParse(versionName)) continue;
+            const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
+            if (!SystemIO::File::Exists(copy.installedCopy)) {
+                log.Warning(unpackedFolder, u"File does not exist: " + copy.installedCopy);
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder}});
+                continue;
+            }
+            auto installed = OpenPackage(copy.installedCopy);
+            if (!installed) continue;
+            const ExtensionContainerInfo& info = *InfoOf(*installed);
+            bool mismatch = false;
+            if (info.GetDocumentID().ToString() != folderName) {
+                log.Write(kGuidMismatch, unpackedFolder);
+                mismatch = true;
+            }
+            if (info.GetVersionAsString() != versionName) {
+                log.Write(kVersionMismatch, unpackedFolder);
+                mismatch = true;
+            }
+            if (mismatch) continue;
+            log.Associate(unpackedFolder, info.GetDocumentID());
+            installed->path = unpackedFolder;
+            verified.push_back({unpackedFolder, std::move(*installed)});
+        }
+    }
+    return verified;
+}
+
+void ExtensionManagerImpl::FinishLoading() {
+    initialLoadDone = true;
+    for (const UnpackedCandidate& candidate : VerifyUnpacked()) {
+        const ExtensionContainerInfo* info = InfoOf(candidate.package);
+        if (info == nullptr) {
+            log.Write(kCouldNotUnpack, candidate.folder);
+            continue;
+        }
+        const OvxUtils::Guid documentId = info->GetDocumentID();
+        if (documentId.IsNull()) {
+            log.Error(candidate.folder, u"Null guid found.");
+            continue;
+        }
+        log.Associate(candidate.folder, documentId);
+        if (!loadedExtensions.contains(documentId)) log.Write(kFailedToLoadFinal, documentId);
+    }
+    NotifyFailures();
+}
+
+std::vector<OpenedPackage> ExtensionManagerImpl::ScanSourceFolders() {
+    std::vector<OpenedPackage> packages;
+    for (const ExtensionSourceFolder& source : sourceFolders) {
+        for (const CString& file : SystemIO::Folder::GetFiles(source.folder, true)) {
+            if (auto package = OpenPackage(file)) packages.push_back(std::move(*package));
+        }
+    }
+    return packages;
+}
+
+}  // namespace OvxComponent

@@ -1,0 +1,122 @@
+// ExtensionManagerImpl: opening packages, the unpack decision and the unpack work.
+#include "extensions/manager/extension_manager_impl.h"
+
+#include "container/extract_folder.h"
+#include "extensions/format/check_requirements.h"
+#include "extensions/format/extension_packing.h"
+#include "extensions/manager/install_layout.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+namespace OvxComponent {
+
+namespace {
+
+namespace SystemIO = OvxUtils::SystemIO;
+using VdcContainer::Error;
+using namespace LogMessages;
+
+CString SubjectOf(const OpenedPackage& package) { return package.path.value_or(CString(kManagerSubject)); }
+
+// The package's metadata record, or the logged reason why it has none.
+VdcContainer::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, const OpenedPackage& package) {
+    const ExtensionContainerInfo* info = package.container ? package.container->GetInfo() : nullptr;
+    if (info != nullptr) {
+        log.Write(kOpening, info->GetDocumentID());
+        return info;
+    }
+    if (package.path) return Error{log.Write(kNoValidInfo, *package.path)};
+    return Error{log.Write(kWithoutInfo, CString(kManagerSubject))};
+}
+
+}  // namespace
+
+OpenResult ExtensionManagerImpl::OpenPackage(const CString& path) {
+    log.Write(kOpeningPackage, path);
+    const auto cannotOpen = [&] { return Error{log.Information(path, u"Cannot open " + path + u" as an extension")}; };
+    if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen();
+    auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    if (!opened) return cannotOpen();
+
+    OpenedPackage package{std::make_shared<ExtensionContainer>(std::move(*opened)), path};
+    if (const ExtensionContainerInfo* info = package.container->GetInfo();
+        info != nullptr && !CheckRequirements(info->GetRequirements(), requirementText, appSupported)) {
+        return Error{log.Information(path, path + u" does not work on this system")};
+    }
+    if (auto data = ExtractData(log, package); !data) return data.TakeError();
+    return package;
+}
+
+VdcContainer::Result<void> ExtensionManagerImpl::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
+    const CString subject = SubjectOf(package);
+    log.Information(subject, u"should I unpack?");
+    const ExtensionContainerInfo* info = InfoOf(package);
+    if (info == nullptr) return Error{log.Write(kFileFormatError, subject)};
+    const OvxUtils::Guid documentId = info->GetDocumentID();
+    if (loadedExtensions.contains(documentId)) return Error{log.Write(kAlreadyLoaded, subject)};
+
+    const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(platformFolder, documentId));
+    if (copies.empty()) return {};
+    const OvxUtils::Version version = info->GetVersion();
+    for (const InstallLayout::ExistingCopy& copy : copies) {
+        const int order = OvxUtils::Version::Compare(copy.version, version);
+        if (order > 0) {
+            log.Information(subject, u"newer version already unpacked");
+            return Error{log.Information(subject, u"Already unpacked.")};
+        }
+        if (order < 0) {
+            log.Information(subject, u"older version already unpacked");
+            continue;
+        }
+        if (SystemIO::File::GetLastWriteTime(copy.installedCopy).value_or(0) >= packageTime) {
+            log.Write(kSameVersionNotOlder, subject);
+            return Error{log.Information(subject, u"Already unpacked.")};
+        }
+    }
+    log.Information(subject, u"I should unpack!");
+    return {};
+}
+
+OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CString& installFolder) {
+    log.Information(SubjectOf(package), u"unpack work:");
+    auto data = ExtractData(log, package);
+    if (!data) return data.TakeError();
+    const ExtensionContainerInfo& info = **data;
+    const OvxUtils::Guid documentId = info.GetDocumentID();
+    if (package.path) log.Associate(*package.path, documentId);
+
+    if (installFolder != platformFolder) return Error{log.Write(kBadInstallDirectory, documentId)};
+    if (loadedExtensions.contains(documentId)) return Error{log.Write(kAlreadyInstalled, documentId)};
+
+    // Every version of the extension that is there goes, older and equal ones alike.
+    const CString extensionFolder = InstallLayout::ExtensionFolder(platformFolder, documentId);
+    if (SystemIO::Folder::Exists(extensionFolder)) {
+        SystemIO::Folder::DeleteRecursive(extensionFolder, true);
+    } else if (SystemIO::File::Exists(extensionFolder)) {
+        SystemIO::File::Delete(extensionFolder);
+    }
+    const CString versionFolder = InstallLayout::VersionFolder(platformFolder, documentId, info.GetVersion());
+    if (!SystemIO::Folder::EnsureExists(versionFolder)) return Error{log.Write(kCannotOpenUnpackLocation, documentId)};
+
+    const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
+    if (auto clone = package.container->Clone(installedCopy)) {
+        log.Write(kCloned, documentId);
+        clone->Discard();  // a fresh copy holds nothing unsaved
+    } else {
+        log.Write(kCloneFailed, documentId);
+    }
+    const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
+    if (!VdcContainer::ExtractFolder(*package.container, u"", unpackedFolder)) {
+        return Error{log.Write(kErrorWhenUnpacking, documentId)};
+    }
+
+    auto installed = OpenPackage(installedCopy);
+    if (!installed) return Error{log.Warning(documentId, installed.ErrorText())};
+    installed->path = unpackedFolder;
+    log.Associate(unpackedFolder, documentId);
+    log.Information(unpackedFolder, u"unpacked successfully");
+    return installed;
+}
+
+}  // namespace OvxComponent

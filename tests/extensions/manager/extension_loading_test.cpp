@@ -1,0 +1,184 @@
+// Loading unpacked extensions through their installers, the host's UI and resource
+// callbacks, unloading, and the start-up pass.
+#include "test_host.h"
+
+#include "platform/system_io/folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace OvxComponent;
+using OvxTest::ExtensionSpec;
+using OvxTest::TestGuid;
+using OvxTest::TestHost;
+using OvxTest::TestInstaller;
+using testing::ElementsAre;
+using testing::EndsWith;
+
+// An extension whose content carries a UI modification beside the add-on marker "Test".
+ExtensionSpec WithUi(int number) {
+    return {TestGuid(number), {1}, OvxTest::kTestExtensionType,
+            {{u"appui.xslt", "<xsl/>"}, {u"config.xml", "<c/>"}, {u"Test/addon", ""}}};
+}
+
+class ExtensionLoading : public testing::Test {
+protected:
+    // Packs, opens and unpacks one extension; returns its unpacked folder.
+    CString Unpack(const ExtensionSpec& spec) {
+        const CString path =
+            OvxTest::PackExtension(host.temp / (u"source/" + spec.id.ToString() + u".OrvexExtension"), spec);
+        auto opened = manager->OpenPackage(path);
+        EXPECT_TRUE(opened) << opened.ErrorText();
+        auto unpacked = manager->Unpack(*opened, manager->GetPlatformFolder());
+        EXPECT_TRUE(unpacked) << unpacked.ErrorText();
+        return unpacked ? unpacked->path.value_or(CString()) : CString();
+    }
+    std::shared_ptr<const IExtensionInstaller> Register() {
+        return manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+    }
+
+    TestHost host;
+    std::shared_ptr<ExtensionManagerImpl> manager = host.MakeManager();
+    std::shared_ptr<TestInstaller> installer = std::make_shared<TestInstaller>();
+};
+
+TEST_F(ExtensionLoading, StartLoadingLoadsWhatIsUnpacked) {
+    const CString folder = Unpack({TestGuid(1)});
+    auto registration = Register();
+    host.TakeLines();
+    manager->StartLoading();
+
+    EXPECT_THAT(installer->loadedPaths, ElementsAre(folder));
+    ASSERT_TRUE(manager->FindExtension(TestGuid(1)));
+    const std::string id = TestGuid(1).ToString().ToUtf8();
+    const std::vector<std::string> lines = host.TakeLines();
+    const auto from = std::find(lines.begin(), lines.end(), "(Information): " + id + " loading this extension");
+    ASSERT_NE(from, lines.end());
+    ASSERT_GE(lines.end() - from, 6);
+    EXPECT_THAT(std::vector<std::string>(from, from + 6),
+                ElementsAre("(Information): " + id + " loading this extension",
+                            "(Information): " + id + " extension loaded",
+                            "(Information): " + id + " loaded before resource loader installed",
+                            "(Information): " + id + " loaded, no ui modifications applied",
+                            "(Information): \"" + folder.ToUtf8() + "\" loaded!",
+                            "(Information): \"" + folder.ToUtf8() + "\" try load worked."));
+    // The second round finds nothing left to load and ends the pass.
+    EXPECT_EQ(lines.front(), "(Information): \"manager\" initial loading of unpacked extensions");
+    EXPECT_EQ(lines.back(), "(Information): \"manager\" finished initial loading unpacked extensions");
+}
+
+TEST_F(ExtensionLoading, WithoutInstallerTheExtensionWaitsAndLoadsWhenOneRegisters) {
+    Unpack({TestGuid(1)});
+    manager->StartLoading();
+    EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
+    EXPECT_THAT(host.TakeLines(), testing::Contains(EndsWith("unpacked before extension loader active")));
+
+    auto registration = Register();  // the loader is active: registering scans at once
+    EXPECT_TRUE(manager->FindExtension(TestGuid(1)));
+    EXPECT_THAT(host.TakeLines(),
+                testing::Contains("(Information): \"manager\" new installer means we are scanning for extensions to load"));
+}
+
+TEST_F(ExtensionLoading, EmptyPlatformFolderPassesOnce) {
+    host.TakeLines();
+    manager->StartLoading();
+    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"manager\" initial loading of unpacked extensions",
+                                              "(Information): \"manager\" finished initial loading unpacked extensions"));
+}
+
+TEST_F(ExtensionLoading, HostCallbacksGetTheFilesOfLoadedExtensions) {
+    Unpack(WithUi(1));
+    Unpack(WithUi(2));
+    auto registration = Register();
+    manager->StartLoading();
+
+    int modifierCalls = 0;
+    std::size_t applicationFiles = 0;
+    const UiModifier modifier = [&](const std::vector<UiModification>& application,
+                                    const std::vector<UiModification>& user, bool flag) {
+        ++modifierCalls;
+        applicationFiles = application.size();
+        EXPECT_TRUE(user.empty());
+        EXPECT_TRUE(flag);
+        return true;
+    };
+    manager->SetUiModificationFlag();
+    manager->SetUiHandlers(modifier, nullptr);
+    manager->SetUiHandlers(modifier, nullptr);  // replacing visits nothing
+    EXPECT_EQ(modifierCalls, 1);
+    EXPECT_EQ(applicationFiles, 2u);
+
+    std::vector<CString> resources;
+    manager->SetResourceLoader([&](const std::vector<CString>& files) {
+        resources = files;
+        return false;  // a failing loader changes nothing
+    });
+    EXPECT_EQ(resources.size(), 2u);
+    EXPECT_TRUE(manager->FindExtension(TestGuid(1)));
+}
+
+TEST_F(ExtensionLoading, UnloadAnswersDecideWhetherTheRecordStays) {
+    Unpack({TestGuid(1)});
+    auto registration = Register();
+    manager->StartLoading();
+    auto state = manager->FindExtension(TestGuid(1));
+    ASSERT_TRUE(state);
+
+    installer->unloadAnswer = UnloadResult::Delayed;
+    EXPECT_EQ(*manager->UnloadExtension(*state, false), UnloadResult::Delayed);
+    EXPECT_TRUE(manager->FindExtension(TestGuid(1)));
+    installer->unloadAnswer = std::nullopt;
+    EXPECT_EQ(manager->UnloadExtension(*state, false).ErrorText(), u"unload failed");
+    installer->unloadAnswer = UnloadResult::Unloaded;
+    EXPECT_EQ(*manager->UnloadExtension(*state, false), UnloadResult::Unloaded);
+    EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
+    EXPECT_TRUE((*state)->IsUnloaded());
+    EXPECT_NE((*state)->IsLoaded(), (*state)->IsUnloaded());
+    EXPECT_EQ(manager->UnloadExtension(nullptr, false).ErrorText(), u"null extension error");
+}
+
+TEST_F(ExtensionLoading, UnloadAllUnloadsEveryLoadedExtensionAndForgetsThem) {
+    Unpack({TestGuid(1)});
+    Unpack({TestGuid(2)});
+    auto registration = Register();
+    manager->StartLoading();
+    host.TakeLines();
+
+    const std::vector<UnloadOutcome> outcomes = manager->UnloadAll();
+    ASSERT_EQ(outcomes.size(), 2u);
+    EXPECT_EQ(installer->unloads, 2);
+    EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
+    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"manager\" unloading everything",
+                                              "(Information): \"manager\" finished unloading everything"));
+    EXPECT_TRUE(manager->UnloadAll().empty());
+}
+
+TEST_F(ExtensionLoading, ReleasingTheInstallerUnloadsItsExtensionsAndReloadsUiOnce) {
+    Unpack(WithUi(1));
+    Unpack(WithUi(2));
+    auto registration = Register();
+    int reloads = 0;
+    manager->SetUiHandlers(nullptr, [&] { ++reloads; });
+    manager->StartLoading();
+    host.TakeLines();
+
+    registration.reset();
+    installer.reset();
+    EXPECT_EQ(reloads, 1);
+    const std::vector<std::string> lines = host.TakeLines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.ends_with("has UI to remove"); }), 2);
+    EXPECT_THAT(lines, testing::Contains("(Information): \"manager\" reloading UI"));
+    EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
+}
+
+TEST_F(ExtensionLoading, FinishLoadingReportsWhatDidNotLoad) {
+    Unpack({TestGuid(1)});
+    manager->StartLoading();  // no installer: the extension waits
+    manager->FinishLoading();
+    EXPECT_THAT(manager->Log().FailedGuids(), ElementsAre(TestGuid(1)));
+    EXPECT_THAT(host.TakeLines(), testing::Contains("(Error): " + TestGuid(1).ToString().ToUtf8() + " Extension failed to load."));
+}
+
+}  // namespace

@@ -1,0 +1,170 @@
+// Opening packages, deciding whether to unpack them, and unpacking them into the install
+// layout, with the log lines of each path.
+#include "test_host.h"
+
+#include "extensions/manager/install_layout.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace OvxComponent;
+using OvxTest::ExtensionSpec;
+using OvxTest::TestGuid;
+using OvxTest::TestHost;
+using testing::ElementsAre;
+namespace SystemIO = OvxUtils::SystemIO;
+
+std::string U8(const CString& text) { return text.ToUtf8(); }
+
+class PackageUnpacking : public testing::Test {
+protected:
+    CString Pack(const CString& name, const ExtensionSpec& spec) { return OvxTest::PackExtension(host.temp / (u"source/" + name), spec); }
+    OpenedPackage Open(const CString& path) {
+        auto opened = manager->OpenPackage(path);
+        EXPECT_TRUE(opened) << opened.ErrorText();
+        return opened ? *opened : OpenedPackage{};
+    }
+    // The files below the platform folder, relative, with '/' separators.
+    std::vector<std::string> Installed() const {
+        std::vector<std::string> files;
+        const std::string platform = U8(manager->GetPlatformFolder());
+        for (const CString& file : SystemIO::Folder::GetFiles(manager->GetPlatformFolder(), true)) {
+            std::string relative = U8(file).substr(platform.size() + 1);
+            std::replace(relative.begin(), relative.end(), '\\', '/');
+            if (relative != "orvex_extensions.log") files.push_back(relative);
+        }
+        std::sort(files.begin(), files.end());
+        return files;
+    }
+
+    TestHost host;
+    std::shared_ptr<ExtensionManagerImpl> manager = host.MakeManager();
+    const CString guidText = TestGuid(1).ToString();
+};
+
+TEST_F(PackageUnpacking, OpenRefusesOtherFilesUnfitPackagesAndDamage) {
+    const CString zip = host.temp.WriteFile(u"source/a.zip", "not read");
+    const CString unfit = Pack(u"unfit.OrvexExtension", {TestGuid(2), {1}, OvxTest::kTestExtensionType, {}, false});
+    const CString damaged = host.temp.WriteFile(u"source/damaged.OrvexExtension", "PK\x03\x04 truncated");
+
+    EXPECT_EQ(manager->OpenPackage(zip).ErrorText(), u"Cannot open " + zip + u" as an extension");
+    EXPECT_EQ(manager->OpenPackage(unfit).ErrorText(), unfit + u" does not work on this system");
+    EXPECT_EQ(manager->OpenPackage(damaged).ErrorText(), u"Cannot open " + damaged + u" as an extension");
+    EXPECT_THAT(host.TakeLines(),
+                ElementsAre("(Information): \"" + U8(zip) + "\" opening...",
+                            "(Information): \"" + U8(zip) + "\" Cannot open " + U8(zip) + " as an extension",
+                            "(Information): \"" + U8(unfit) + "\" opening...",
+                            "(Information): \"" + U8(unfit) + "\" " + U8(unfit) + " does not work on this system",
+                            "(Information): \"" + U8(damaged) + "\" opening...",
+                            "(Information): \"" + U8(damaged) + "\" Cannot open " + U8(damaged) + " as an extension"));
+    EXPECT_EQ(SystemIO::File::ReadAllBytes(zip), "not read");
+}
+
+TEST_F(PackageUnpacking, UnpacksIntoTheVersionedLayoutAndReplacesOlderVersions) {
+    const CString v1 = Pack(u"ext.OrvexExtension", {TestGuid(1), {1, 0}});
+    OpenedPackage package = Open(v1);
+    host.TakeLines();
+    ASSERT_TRUE(manager->ShouldUnpack(package, 1));
+    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"" + U8(v1) + "\" should I unpack?"));
+
+    auto unpacked = manager->Unpack(package, manager->GetPlatformFolder());
+    ASSERT_TRUE(unpacked) << unpacked.ErrorText();
+    const CString versionFolder = SystemIO::Path::Combine(manager->GetPlatformFolder(), guidText, u"1.0");
+    const CString unpackedFolder = SystemIO::Path::Combine(versionFolder, u"unpacked");
+    EXPECT_EQ(unpacked->path, unpackedFolder);
+    const std::string installed = U8(SystemIO::Path::Combine(versionFolder, u"installed_copy.OrvexExtension"));
+    EXPECT_THAT(host.TakeLines(),
+                ElementsAre("(Information): \"" + U8(v1) + "\" unpack work:",
+                            "(Information): " + U8(guidText) + " opening...",
+                            "(Information): " + U8(guidText) + " " + U8(guidText) + " is associated with " + U8(v1),
+                            "(Information): \"" + U8(v1) + "\" " + U8(v1) + " is associated with " + U8(guidText),
+                            "(Information): " + U8(guidText) + " cloned",
+                            "(Information): \"" + installed + "\" opening...",
+                            "(Information): " + U8(guidText) + " opening...",
+                            "(Information): " + U8(guidText) + " " + U8(guidText) + " is associated with " + U8(unpackedFolder),
+                            "(Information): \"" + U8(unpackedFolder) + "\" " + U8(unpackedFolder) + " is associated with " + U8(guidText),
+                            "(Information): \"" + U8(unpackedFolder) + "\" unpacked successfully"));
+    const std::string id = U8(guidText);
+    EXPECT_THAT(Installed(), ElementsAre(id + "/1.0/installed_copy.OrvexExtension", id + "/1.0/unpacked/META-INF/manifest.xml",
+                                         id + "/1.0/unpacked/META-INF/metadata.xml", id + "/1.0/unpacked/content/main.txt",
+                                         id + "/1.0/unpacked/extension.xml", id + "/1.0/unpacked/mimetype",
+                                         id + "/1.0/unpacked/requirements.xml"));
+
+    const CString v2 = Pack(u"ext.OrvexExtension", {TestGuid(1), {2}, OvxTest::kTestExtensionType, {{u"two.txt", "2"}}});
+    OpenedPackage second = Open(v2);
+    host.TakeLines();
+    ASSERT_TRUE(manager->ShouldUnpack(second, 1));
+    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"" + U8(v2) + "\" should I unpack?",
+                                              "(Information): \"" + U8(v2) + "\" older version already unpacked",
+                                              "(Information): \"" + U8(v2) + "\" I should unpack!"));
+    ASSERT_TRUE(manager->Unpack(second, manager->GetPlatformFolder()));
+    EXPECT_THAT(Installed(), testing::AllOf(testing::Contains(id + "/2/unpacked/content/two.txt"),
+                                            testing::Each(testing::StartsWith(id + "/2/"))));
+}
+
+TEST_F(PackageUnpacking, DecisionComparesVersionsThenFileTimes) {
+    const CString path = Pack(u"ext.OrvexExtension", {TestGuid(1), {1, 2}});
+    OpenedPackage package = Open(path);
+    ASSERT_TRUE(manager->Unpack(package, manager->GetPlatformFolder()));
+    const auto installedTime =
+        SystemIO::File::GetLastWriteTime(InstallLayout::InstalledCopy(
+            InstallLayout::VersionFolder(manager->GetPlatformFolder(), TestGuid(1), {1, 2})));
+    ASSERT_TRUE(installedTime);
+    const std::string subject = "\"" + U8(path) + "\" ";
+
+    // 1.2.0 equals 1.2: a package no newer than the installed copy is not unpacked again.
+    const CString same = Pack(u"same.OrvexExtension", {TestGuid(1), {1, 2, 0}});
+    OpenedPackage samePackage = Open(same);
+    host.TakeLines();
+    EXPECT_EQ(manager->ShouldUnpack(samePackage, *installedTime).ErrorText(), u"Already unpacked.");
+    EXPECT_THAT(host.TakeLines(),
+                ElementsAre("(Information): \"" + U8(same) + "\" should I unpack?",
+                            "(Information): \"" + U8(same) + "\" same version with not older timestamp there",
+                            "(Information): \"" + U8(same) + "\" Already unpacked."));
+    EXPECT_TRUE(manager->ShouldUnpack(samePackage, *installedTime + 1));
+
+    const CString older = Pack(u"older.OrvexExtension", {TestGuid(1), {1, 1, 9}});
+    OpenedPackage olderPackage = Open(older);
+    host.TakeLines();
+    EXPECT_EQ(manager->ShouldUnpack(olderPackage, *installedTime + 1).ErrorText(), u"Already unpacked.");
+    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"" + U8(older) + "\" should I unpack?",
+                                              "(Information): \"" + U8(older) + "\" newer version already unpacked",
+                                              "(Information): \"" + U8(older) + "\" Already unpacked."));
+}
+
+TEST_F(PackageUnpacking, NewerCopyAnywhereInTheListBlocks) {
+    // Two version folders side by side, as an interrupted update leaves them.
+    const CString extensionFolder = InstallLayout::ExtensionFolder(manager->GetPlatformFolder(), TestGuid(1));
+    SystemIO::Folder::EnsureExists(SystemIO::Path::Combine(extensionFolder, u"1"));
+    SystemIO::Folder::EnsureExists(SystemIO::Path::Combine(extensionFolder, u"3"));
+    OpenedPackage package = Open(Pack(u"ext.OrvexExtension", {TestGuid(1), {2}}));
+    host.TakeLines();
+    EXPECT_EQ(manager->ShouldUnpack(package, 1).ErrorText(), u"Already unpacked.");
+    EXPECT_THAT(host.TakeLines(), testing::ElementsAre(testing::EndsWith("should I unpack?"),
+                                                       testing::EndsWith("older version already unpacked"),
+                                                       testing::EndsWith("newer version already unpacked"),
+                                                       testing::EndsWith("Already unpacked.")));
+}
+
+TEST_F(PackageUnpacking, UnpackRefusesAForeignInstallFolder) {
+    OpenedPackage package = Open(Pack(u"ext.OrvexExtension", {TestGuid(1), {1}}));
+    const CString platform = manager->GetPlatformFolder();
+    CString otherCase = platform.Left(platform.GetLength() - 3) + u"X64";
+    EXPECT_EQ(manager->Unpack(package, otherCase).ErrorText(), u"Bad install directory");
+    EXPECT_THAT(host.TakeLines(), testing::Contains("(Warning): " + U8(guidText) + " Bad install directory"));
+    EXPECT_THAT(Installed(), testing::IsEmpty());
+}
+
+TEST_F(PackageUnpacking, PackageWithoutMetadataIsAFormatError) {
+    OpenedPackage bare{nullptr, CString(u"bare.OrvexExtension")};
+    EXPECT_EQ(manager->ShouldUnpack(bare, 1).ErrorText(), u"File format error.");
+    EXPECT_EQ(manager->Unpack(bare, manager->GetPlatformFolder()).ErrorText(), u"no valid extension info?");
+    EXPECT_THAT(Installed(), testing::IsEmpty());
+}
+
+}  // namespace

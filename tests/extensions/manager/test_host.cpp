@@ -1,0 +1,111 @@
+// Test helpers for the extension manager.
+#include "test_host.h"
+
+#include "extensions/format/extension_packing.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <gtest/gtest.h>
+
+namespace OvxTest {
+
+using namespace OvxComponent;
+namespace SystemIO = OvxUtils::SystemIO;
+
+CString PackExtension(const CString& packagePath, const ExtensionSpec& spec) {
+    TempFolder staging;
+    std::vector<CString> files;
+    for (const auto& [relative, bytes] : spec.files) files.push_back(staging.WriteFile(u"content/" + relative, bytes));
+    ExtensionContainerInfo info;
+    info.SetDocumentID(spec.id);
+    info.SetVersion(spec.version);
+    info.SetSubformatAsString(spec.type);
+    const ExtensionAppSupport apps[] = {spec.fitsHost ? ExtensionAppSupport::Atlas : ExtensionAppSupport::Delta};
+    info.SetAppList(apps);
+    const OvxUtils::runtime_bits platforms[] = {OvxUtils::runtime_bits::x64};
+    info.SetPlatformSupport(platforms);
+    info.SetAppMinMaxVersion(u"18", u"19");
+    info.SetWinMinMaxVersion(u"0.1", u"*");
+
+    SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(packagePath));
+    const auto opener = [&] {
+        auto opened = ExtensionContainer::Open(packagePath, VdcContainer::ZipFile::OpenMode::Create);
+        return opened ? std::move(*opened) : ExtensionContainer();
+    };
+    ExtensionContainer package = PackFiles(opener, info.data(), staging / u"content/", files);
+    EXPECT_TRUE(package) << "packing failed";
+    if (package) {
+        EXPECT_TRUE(package.Close()) << "saving failed";
+    }
+    return packagePath;
+}
+
+OvxUtils::Guid TestGuid(int number) {
+    return OvxUtils::Guid(0x0E000000u + static_cast<std::uint32_t>(number), 0x1111, 0x2222, {1, 2, 3, 4, 5, 6, 7, 8});
+}
+
+TestHost::TestHost() : root(temp / u"data"), source(temp / u"source") {
+    SystemIO::Folder::EnsureExists(root);
+    SystemIO::Folder::EnsureExists(source);
+}
+
+std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std::vector<CString> addonNames) {
+    const ExtensionSourceFolder sources[] = {{u"test source", source}};
+    auto dispatch = [this](OvxUtils::Delegate<void()> work) {
+        std::lock_guard lock(m_mutex);
+        m_queue.push_back(std::move(work));
+    };
+    auto features = [](CString) { return true; };
+    auto apps = [](ExtensionAppSupport app) { return app == ExtensionAppSupport::Atlas; };
+    OvxUtils::NamedOutStream output{u"test log", std::nullopt, hostStream ? stream : nullptr};
+    return ExtensionManagerImpl::Make(root, sources, dispatch, features, apps, addonNames, std::move(output));
+}
+
+std::vector<std::string> TestHost::TakeLines() {
+    const std::string& bytes = stream->Bytes();
+    std::u16string text;
+    for (std::size_t i = m_taken; i + 1 < bytes.size(); i += 2) {
+        text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
+    }
+    m_taken = bytes.size();
+    std::vector<std::string> lines;
+    for (std::size_t start = 0, end; (end = text.find(u"\r\n", start)) != std::u16string::npos; start = end + 2) {
+        const std::u16string line = text.substr(start, end - start);
+        const std::size_t stamp = line.find(u"] ");
+        lines.push_back(CString(std::u16string_view(line).substr(stamp == std::u16string::npos ? 0 : stamp + 2)).ToUtf8());
+    }
+    return lines;
+}
+
+int TestHost::RunMainThread() {
+    std::vector<OvxUtils::Delegate<void()>> work;
+    {
+        std::lock_guard lock(m_mutex);
+        work.swap(m_queue);
+    }
+    for (auto& item : work) item();
+    return static_cast<int>(work.size());
+}
+
+std::shared_ptr<IExtensionState> TestInstaller::Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                                     CString mimeType, CString path) const {
+    loadedPaths.push_back(path);
+    if (refuseLoads) return nullptr;
+    ExtensionData data;
+    data.DocumentID = documentId;
+    data.Version = version;
+    data.ExtensionType = mimeType;
+    return std::make_shared<TestState>(std::move(data));
+}
+
+OvxUtils::optional<UnloadResult> TestInstaller::Unload(std::shared_ptr<IExtensionState>& state) const {
+    ++unloads;
+    if (unloadAnswer) static_cast<TestState&>(*state).MarkUnloaded();
+    return unloadAnswer;
+}
+
+TestInstaller::~TestInstaller() {
+    if (destroyed) ++*destroyed;
+}
+
+}  // namespace OvxTest

@@ -1,0 +1,93 @@
+// Test helpers for the extension manager: extension packages made on the fly, a host that
+// keeps the log in memory and queues main-thread work, and an installer that records what
+// the manager asks of it.
+#pragma once
+
+#include "extensions/manager/extension_manager_impl.h"
+#include "platform/stream/memory_stream.h"
+#include "support/temp_folder.h"
+
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace OvxTest {
+
+inline const CString kTestExtensionType = u"application/x-test-extension";
+
+struct ExtensionSpec {
+    OvxUtils::Guid id;
+    OvxUtils::Version version{1, 0};
+    CString type = kTestExtensionType;
+    // Files under the package's content folder: relative path, bytes.
+    std::vector<std::pair<CString, std::string>> files = {{u"main.txt", "hello"}};
+    bool fitsHost = true;  // false: requires an application the host does not run
+};
+
+// Packs spec into a package at packagePath (its folder is made) and returns the path.
+CString PackExtension(const CString& packagePath, const ExtensionSpec& spec);
+
+// A fixed document ID per number, for readable tests.
+OvxUtils::Guid TestGuid(int number);
+
+class TestHost {
+public:
+    TestHost();
+
+    // A manager over <temp>/data with the source folder <temp>/source. With a host stream
+    // the log goes to memory (Lines); otherwise to the manager's own file.
+    std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeManager(bool hostStream = true,
+                                                                   std::vector<CString> addonNames = {u"Test"});
+
+    // Log lines written since the last call, without their time stamps, as UTF-8:
+    // "(Information): \"manager\" unloading everything".
+    std::vector<std::string> TakeLines();
+
+    // Runs the work queued for the main thread; the number of items run.
+    int RunMainThread();
+
+    TempFolder temp;
+    CString root;
+    CString source;
+    std::shared_ptr<OvxUtils::MemoryStream> stream = std::make_shared<OvxUtils::MemoryStream>();
+
+private:
+    std::size_t m_taken = 0;
+    std::mutex m_mutex;
+    std::vector<OvxUtils::Delegate<void()>> m_queue;
+};
+
+// A state whose record carries what Load was given.
+class TestState final : public OvxComponent::IExtensionState {
+public:
+    explicit TestState(OvxComponent::ExtensionData data) : m_data(std::move(data)) {}
+    const OvxComponent::ExtensionData& Data() const override { return m_data; }
+    bool IsUnloaded() const override { return m_unloaded; }
+    bool IsLoaded() const override { return !m_unloaded; }
+    bool Invoke(CString) const override { return false; }
+    void MarkUnloaded() { m_unloaded = true; }
+
+private:
+    OvxComponent::ExtensionData m_data;
+    bool m_unloaded = false;
+};
+
+// Loads every extension (unless told to refuse) and answers unloads as told; records the
+// calls and counts its own destruction.
+class TestInstaller final : public OvxComponent::IExtensionInstaller {
+public:
+    std::shared_ptr<OvxComponent::IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                                      CString mimeType, CString path) const override;
+    OvxUtils::optional<OvxComponent::UnloadResult> Unload(std::shared_ptr<OvxComponent::IExtensionState>& state) const override;
+    bool RemoveData(CString) const override { return true; }
+    ~TestInstaller() override;
+
+    bool refuseLoads = false;
+    OvxUtils::optional<OvxComponent::UnloadResult> unloadAnswer = OvxComponent::UnloadResult::Unloaded;
+    mutable std::vector<CString> loadedPaths;
+    mutable int unloads = 0;
+    int* destroyed = nullptr;  // counted when set
+};
+
+}  // namespace OvxTest
