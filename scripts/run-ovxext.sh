@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the ovxext command-line tool natively and runs it: its version, then its help.
-# Extra arguments are passed to ovxext instead.
+# The main job: builds the ovxext tool natively and runs its demo, the life of extensions
+# in a host, step by step. Extra arguments are passed to ovxext instead of "demo".
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -10,5 +10,4 @@ cmake --build --preset linux --target ovxext >/dev/null
 if (($#)); then
   exec build/linux/bin/ovxext "$@"
 fi
-build/linux/bin/ovxext --version
-build/linux/bin/ovxext help
+exec build/linux/bin/ovxext demo

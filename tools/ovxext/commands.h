@@ -18,6 +18,8 @@ int RunInfo(const CommandContext& context);
 int RunCheck(const CommandContext& context);
 int RunUnpack(const CommandContext& context);
 int RunLint(const CommandContext& context);
+int RunDemo(const CommandContext& context);
+int RunHost(const CommandContext& context);
 
 // True when args ask for the command's help ("--help" or "-h" anywhere).
 bool WantsHelp(const std::vector<std::string>& args);

@@ -1,0 +1,96 @@
+// ovxext demo and ovxext host: the hosts that the tool runs over real folders.
+
+#include "commands.h"
+
+#include "extensions/format/extension_packing.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+#include "support/temp_folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+using namespace OvxComponent;
+using testing::HasSubstr;
+namespace SystemIO = OvxUtils::SystemIO;
+
+struct RunResult {
+    int code;
+    std::string out;
+    std::string err;
+};
+
+RunResult RunTool(const std::vector<std::string>& args) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int code = Ovxext::RunCommand(args, out, err);
+    return {code, out.str(), err.str()};
+}
+
+// A package of the type that ovxext's hosts load.
+void PackFor(const CString& path, int number, const CString& type = u"application/x-vnd.ovx.demo-tool") {
+    OvxTest::TempFolder staging;
+    const CString file = staging.WriteFile(u"content/a.txt", "a");
+    ExtensionData data;
+    data.DocumentID = OvxUtils::Guid(0x5EED0000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
+    data.Version = OvxUtils::Version{1};
+    data.ExtensionType = type;
+    data.requirements.AppList = {ExtensionAppSupport::Cinder};
+    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
+    const CString files[] = {file};
+    SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(path));
+    ExtensionContainer package = PackFiles(
+        [&] {
+            auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
+            return opened ? std::move(*opened) : ExtensionContainer();
+        },
+        data, staging / u"content/", files);
+    ASSERT_TRUE(package && package.Close());
+}
+
+TEST(OvxextDemo, WalksThroughTheLifeOfExtensions) {
+    OvxTest::TempFolder temp;
+    const CString work = temp / u"demo";
+    const RunResult result = RunTool({"demo", "--keep", work.ToUtf8()});
+    ASSERT_EQ(result.code, 0) << result.err;
+    const std::string palette = "{0D3E0003-7A1B-4C2D-8E3F-102132435465}";
+    EXPECT_THAT(result.out, HasSubstr("toolbox.OrvexExtension\" auto loaded"));
+    EXPECT_THAT(result.out, HasSubstr("host applies UI modifications: appui.xslt"));
+    EXPECT_THAT(result.out, HasSubstr("legacy-panel.OrvexExtension does not work on this system"));
+    EXPECT_THAT(result.out, HasSubstr("palette.OrvexExtension\" Extension already loaded."));
+    EXPECT_THAT(result.out, HasSubstr("unload successful"));
+    EXPECT_THAT(result.out, HasSubstr("host reloads its UI"));
+    EXPECT_THAT(result.out, HasSubstr("loaded:\n  " + palette + " 2.0 (Palette)\n\n== 8."));
+    EXPECT_THAT(result.out, HasSubstr("failure report (ovxext console): nothing failed"));
+    EXPECT_TRUE(SystemIO::File::Exists(
+        SystemIO::Path::Combine(work, u"data/x64/" + CString::FromUtf8(palette) + u"/2.0/installed_copy.OrvexExtension")));
+
+    EXPECT_EQ(RunTool({"demo", "--keep", work.ToUtf8()}).code, 2);  // never into an existing folder
+}
+
+TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsAndReportsFailures) {
+    OvxTest::TempFolder temp;
+    PackFor(temp / u"source/good.OrvexExtension", 1);
+    const std::vector<std::string> args = {"host", "--data", (temp / u"data").ToUtf8(), "--source",
+                                           (temp / u"source").ToUtf8(), "--app", "Cinder", "--once"};
+    RunResult result = RunTool(args);
+    EXPECT_EQ(result.code, 0) << result.out << result.err;
+    EXPECT_THAT(result.out, HasSubstr("good.OrvexExtension\" auto loaded"));
+    EXPECT_THAT(result.out, HasSubstr("nothing failed"));
+
+    // A type that no installer serves cannot load once loading is finished: a failure.
+    PackFor(temp / u"source/foreign.OrvexExtension", 2, u"application/x-other");
+    result = RunTool(args);
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.out, HasSubstr("failed to load"));
+
+    EXPECT_EQ(RunTool({"host", "--data", (temp / u"data").ToUtf8()}).code, 2);
+    EXPECT_EQ(RunTool({"host", "--data", (temp / u"data").ToUtf8(), "--source", (temp / u"none").ToUtf8()}).code, 2);
+}
+
+}  // namespace

@@ -1,0 +1,121 @@
+// HostSession.
+#include "host_session.h"
+
+#include "console_log_stream.h"
+
+#include "extensions/loading/simple_file_extension_installer.h"
+#include "platform/system_io/path.h"
+
+#include <algorithm>
+
+namespace Ovxext {
+
+namespace {
+
+namespace Path = OvxUtils::SystemIO::Path;
+using namespace OvxComponent;
+using namespace std::chrono_literals;
+
+// ".../{DOCUMENT-ID}/VERSION/unpacked/content" as "{DOCUMENT-ID} VERSION".
+std::string ExtensionOf(const CString& contentFolder) {
+    const CString versionFolder = Path::GetFolderName(Path::GetFolderName(contentFolder));
+    return Path::GetFileName(Path::GetFolderName(versionFolder)).ToUtf8() + " " + Path::GetFileName(versionFolder).ToUtf8();
+}
+
+std::string FileList(const std::vector<CString>& files) {
+    std::string list;
+    for (const CString& file : files) list += (list.empty() ? "" : ", ") + Path::GetFileName(file).ToUtf8();
+    return list;
+}
+
+}  // namespace
+
+HostSession::HostSession(std::ostream& out, HostOptions options) : m_out(out), m_options(std::move(options)) {}
+
+HostSession::~HostSession() {
+    m_registration.reset();
+    m_manager.reset();
+}
+
+void HostSession::Start(bool scanFirst) {
+    std::vector<ExtensionSourceFolder> sources;
+    for (const CString& folder : m_options.sourceFolders) sources.push_back({u"source", folder});
+    const CString addonNames[] = {kHostAddonName};
+    auto dispatch = [this](OvxUtils::Delegate<void()> work) { m_loop.Post(std::move(work)); };
+    auto features = [offered = m_options.features](CString feature) {
+        return std::find(offered.begin(), offered.end(), feature) != offered.end();
+    };
+    auto apps = [app = m_options.app](ExtensionAppSupport candidate) { return candidate == app; };
+    m_manager = MakeExtensionManager(m_options.dataFolder, sources, dispatch, features, apps, addonNames,
+                                     {u"ovxext console", std::nullopt, std::make_shared<ConsoleLogStream>(m_out, "  log ")});
+
+    std::ostream& out = m_out;
+    auto loaded = m_loaded;
+    m_registration = m_manager->RegisterInstaller(
+        {kHostExtensionType},
+        MakeSimpleFileExtensionInstaller(
+            {kHostExtensionType},
+            [&out, loaded](CString content) -> std::shared_ptr<void> {
+                out << "  host loads " << ExtensionOf(content) << "\n";
+                loaded->insert(ExtensionOf(content));
+                return std::make_shared<CString>(content);
+            },
+            [&out, loaded](CString content, std::shared_ptr<void>& handle) -> OvxUtils::optional<UnloadResult> {
+                out << "  host unloads " << ExtensionOf(content) << "\n";
+                loaded->erase(ExtensionOf(content));
+                handle.reset();
+                return UnloadResult::Unloaded;
+            },
+            nullptr));
+    m_manager->SetUiHandlers(
+        [&out](const std::vector<UiModification>& application, const std::vector<UiModification>& user, bool) {
+            std::vector<CString> files;
+            for (const auto& list : {application, user}) {
+                for (const UiModification& modification : list) files.push_back(modification.path);
+            }
+            out << "  host applies UI modifications: " << FileList(files) << "\n";
+            return true;
+        },
+        [&out] { out << "  host reloads its UI\n"; });
+    m_manager->SetResourceLoader([&out](const std::vector<CString>& files) {
+        out << "  host loads resources: " << FileList(files) << "\n";
+        return true;
+    });
+    m_manager->SetFailureNotifier([&out](std::shared_ptr<IExtensionManager>) { out << "  host: failures were recorded\n"; });
+
+    if (scanFirst) {
+        m_manager->TrackSourceFolders();
+        Settle();
+    }
+    m_manager->StartLoading();
+    m_manager->FinishLoading();
+    if (!scanFirst) m_manager->TrackSourceFolders();
+    Settle();
+}
+
+void HostSession::Settle() { m_loop.RunUntilQuiet(400ms, 30s); }
+
+std::size_t HostSession::Finish() {
+    if (!m_manager) return 0;
+    m_manager->UnloadAll();
+    std::size_t failedEntries = 0;
+    m_manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString logName) {
+        failedEntries = entries.size();
+        if (entries.empty()) {
+            m_out << "  failure report (" << logName.ToUtf8() << "): nothing failed\n";
+            return;
+        }
+        m_out << "  failure report (" << logName.ToUtf8() << "):\n";
+        for (const ExtensionLogEntry& entry : entries) {
+            const std::string subject = entry.name ? "\"" + entry.name->ToUtf8() + "\"" : entry.guid->ToString().ToUtf8();
+            m_out << "    " << LevelText(entry.level).ToUtf8() << " " << subject << " " << entry.message.ToUtf8() << "\n";
+        }
+    });
+    m_registration.reset();
+    m_manager.reset();
+    return failedEntries;
+}
+
+std::vector<std::string> HostSession::Loaded() const { return {m_loaded->begin(), m_loaded->end()}; }
+
+}  // namespace Ovxext
