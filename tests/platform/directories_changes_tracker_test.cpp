@@ -110,6 +110,17 @@ int ThreadsOfThisProcess() {
     return count;
 }
 
+// The thread count once it holds still: the thread of an earlier tracking may still be
+// ending.
+int SettledThreadCount() {
+    for (int last = ThreadsOfThisProcess();;) {
+        std::this_thread::sleep_for(100ms);
+        const int now = ThreadsOfThisProcess();
+        if (now == last) return now;
+        last = now;
+    }
+}
+
 // Enough changes to overflow the system's queue while the tracker thread is held: on
 // Linux three events per file against the queue's length, on Windows more records than
 // the 64 KiB buffer holds.
@@ -338,14 +349,14 @@ TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
 TEST(DirectoriesChangesTracker, RunsOneThreadForAllTrackingsUntilTheLastIsReleased) {
     TempFolder first, second;
     Calls calls;
+    const int idle = SettledThreadCount();
     Handle firstHandle = Track(first.Path(), kManagerFilter, calls.Callback());
-    const int withTracker = ThreadsOfThisProcess();
     Handle secondHandle = Track(second.Path(), kManagerFilter, calls.Callback());
-    EXPECT_EQ(ThreadsOfThisProcess(), withTracker);
+    EXPECT_EQ(ThreadsOfThisProcess(), idle + 1);
     firstHandle.reset();
-    EXPECT_EQ(ThreadsOfThisProcess(), withTracker);
+    EXPECT_EQ(ThreadsOfThisProcess(), idle + 1);
     secondHandle.reset();
-    EXPECT_TRUE(WaitFor([&] { return ThreadsOfThisProcess() == withTracker - 1; }));
+    EXPECT_TRUE(WaitFor([&] { return ThreadsOfThisProcess() == idle; }));
 }
 
 TEST(DirectoriesChangesTracker, ReportsWhatANewFolderHeldBeforeItWasWatched) {
