@@ -47,8 +47,8 @@ public:
     // together may give one call: the promise is at least one call after each change,
     // never a call per change. When the system loses changes (its queue overflowed) the
     // callback is called too, and the caller should look at the whole tree again. When the
-    // folder itself is deleted or moved, the callback is called once and the tracking then
-    // stays silent until it is stopped.
+    // folder itself goes (deleted, or on Linux moved away), the callback is called once
+    // and the tracking then stays silent until it is stopped.
     //
     // The second argument is reserved and ignored; pass 0. Returns an empty handle, and
     // tracks nothing, when folder is not an existing folder, callback is empty, filter
