@@ -1,0 +1,17 @@
+// ITypeLibResourceLocator: names the module whose resources hold a type library. A host
+// implements it, because only the host knows which of its modules that is.
+#pragma once
+
+#include <windows.h>
+
+namespace OvxComponent {
+
+class ITypeLibResourceLocator {
+public:
+    virtual ~ITypeLibResourceLocator() = default;
+    // The module, or null when there is none. index comes in as the type library
+    // resource asked for (0: the first one) and may be changed to another.
+    virtual HINSTANCE GetResourceInstance(unsigned int& index) const = 0;
+};
+
+}  // namespace OvxComponent

@@ -1,0 +1,17 @@
+// HostAppLock.
+#include "component/host_app_lock.h"
+
+#include "component/host_binding.h"
+#include "component/orvex_cmn_app.h"
+
+namespace OvxComponent {
+
+void HostAppLock::Lock() {
+    if (IOrvexCmn_App* app = GetAppInterface()) app->LockApplication();
+}
+
+void HostAppLock::Unlock() {
+    if (IOrvexCmn_App* app = GetAppInterface()) app->UnlockApplication();
+}
+
+}  // namespace OvxComponent

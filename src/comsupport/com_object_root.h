@@ -1,0 +1,37 @@
+// CComObjectRootEx<ThreadModel>: the reference count of a COM object, and the thread
+// models that say how it is changed.
+//
+// A class built on the root implements its interfaces and InternalQueryInterface; the
+// object template that makes it creatable (CComObjectAppLock) supplies QueryInterface,
+// AddRef and Release on top of it.
+#pragma once
+
+#include <windows.h>
+#include <unknwn.h>
+
+namespace OvxComponent {
+
+// For objects used by one thread, as single-threaded apartment objects are: plain
+// increments, no lock.
+struct CComSingleThreadModel {
+    static ULONG Increment(ULONG& value) noexcept { return ++value; }
+    static ULONG Decrement(ULONG& value) noexcept { return --value; }
+};
+
+template <class ThreadModel>
+class CComObjectRootEx {
+public:
+    CComObjectRootEx() = default;
+    CComObjectRootEx(const CComObjectRootEx&) = delete;
+    CComObjectRootEx& operator=(const CComObjectRootEx&) = delete;
+
+protected:
+    ~CComObjectRootEx() = default;
+
+    ULONG InternalAddRef() noexcept { return ThreadModel::Increment(m_refCount); }
+    ULONG InternalRelease() noexcept { return ThreadModel::Decrement(m_refCount); }
+
+    ULONG m_refCount = 0;
+};
+
+}  // namespace OvxComponent

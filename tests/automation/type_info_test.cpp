@@ -1,0 +1,178 @@
+// CTypeInfo's name cache and CTypeInfoHolder, on type infos of the real test library.
+// An injecting type info counts the calls that reach ITypeInfo::GetIDsOfNames, so that a
+// test can tell an answer from the cache from one of the type info.
+#include "injecting_type_info.h"
+#include "test_typelibs.h"
+
+#include "automation/type_info.h"
+#include "automation/type_info_holder.h"
+#include "automation/type_lib.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace OvxComponent;
+using namespace OvxTest;
+
+// DISPIDs of names as GetIDsOfNames gives them, or its failure.
+struct Lookup {
+    HRESULT result;
+    std::vector<DISPID> ids;
+};
+
+template <class Dispatcher>
+Lookup IdsOf(Dispatcher& dispatcher, std::vector<std::wstring> names) {
+    std::vector<wchar_t*> pointers;
+    for (std::wstring& name : names) pointers.push_back(name.data());
+    Lookup lookup{S_OK, std::vector<DISPID>(names.size(), DISPID_UNKNOWN)};
+    lookup.result = dispatcher.GetIDsOfNames(pointers.data(), static_cast<unsigned int>(pointers.size()), 0,
+                                             lookup.ids.data());
+    return lookup;
+}
+
+// A CTypeInfo over an injecting wrapper of the real type info of iid.
+class NameCacheTest : public ::testing::Test {
+protected:
+    void Wrap(const GUID& iid) {
+        CComPtr<ITypeInfo> real;
+        ASSERT_EQ(m_lib->GetTypeInfoOfGuid(iid, real.put()), S_OK);
+        m_wrapper.emplace(real);
+        m_info = new CTypeInfo(iid, &*m_wrapper, nullptr);
+        m_info->AddRef();
+    }
+    void TearDown() override {
+        if (m_info) m_info->Release();
+        if (m_wrapper) {
+            EXPECT_EQ(m_wrapper->References(), 0u);
+        }
+    }
+
+    CComPtr<ITypeLib> m_lib = LoadTestTypeLib(1);
+    std::optional<InjectingTypeInfo> m_wrapper;
+    CTypeInfo* m_info = nullptr;
+};
+
+TEST_F(NameCacheTest, SingleNamesAreAnsweredFromTheCacheInAnyCase) {
+    Wrap(IID_IGadget);
+    struct Case {
+        const wchar_t* name;
+        DISPID id;
+    };
+    const Case cases[] = {{L"Title", 1}, {L"title", 1}, {L"TITLE", 1}, {L"sCaLe", 2}, {L"parts", 3}};
+    for (const Case& c : cases) {
+        const Lookup lookup = IdsOf(*m_info, {c.name});
+        EXPECT_EQ(lookup.result, S_OK) << c.name;
+        EXPECT_EQ(lookup.ids[0], c.id) << c.name;
+    }
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 0);
+}
+
+TEST_F(NameCacheTest, NamedArgumentsAndMissesGoToTheTypeInfoEveryTime) {
+    Wrap(IID_IGadget);
+    const Lookup named = IdsOf(*m_info, {L"scale", L"FACTOR"});
+    EXPECT_EQ(named.result, S_OK);
+    EXPECT_EQ(named.ids, (std::vector<DISPID>{2, 1}));
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 1);
+
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(IdsOf(*m_info, {L"Nothing"}).result, DISP_E_UNKNOWNNAME);
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 3);
+    EXPECT_EQ(m_info->GetIDsOfNames(nullptr, 1, 0, nullptr), E_POINTER);
+}
+
+TEST_F(NameCacheTest, NamesOnlyAVariableBearsAreResolvedByTheTypeInfo) {
+    Wrap(DIID_DGadgetState);
+    const Lookup method = IdsOf(*m_info, {L"refresh"});
+    EXPECT_EQ(method.ids[0], 11);
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 0);
+    const Lookup variable = IdsOf(*m_info, {L"LEVEL"});
+    EXPECT_EQ(variable.result, S_OK);
+    EXPECT_EQ(variable.ids[0], 10);
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 1);
+}
+
+TEST_F(NameCacheTest, WithoutTypeAttributesTheCacheStaysEmpty) {
+    Wrap(IID_IGadget);
+    m_wrapper->m_typeAttrResult = E_OUTOFMEMORY;
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(IdsOf(*m_info, {L"Title"}).ids[0], 1);
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 2);
+    m_wrapper->m_typeAttrResult = S_OK;  // the cache was built once, empty
+    EXPECT_EQ(IdsOf(*m_info, {L"Title"}).ids[0], 1);
+    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 3);
+}
+
+TEST(CTypeInfoWithoutTypeInfo, CannotInvokeOrLookUpBeyondTheCache) {
+    CTypeInfo* info = new CTypeInfo(IID_IGadget, nullptr, nullptr);
+    info->AddRef();
+    ITypeInfo* typeInfo = reinterpret_cast<ITypeInfo*>(1);
+    EXPECT_EQ(info->GetTypeInfo(0, &typeInfo), S_OK);
+    EXPECT_EQ(typeInfo, nullptr);
+    EXPECT_EQ(info->GetTypeInfo(0, nullptr), E_POINTER);
+    EXPECT_EQ(IdsOf(*info, {L"Title"}).result, E_FAIL);
+    EXPECT_EQ(info->Invoke(nullptr, 1, 0, DISPATCH_PROPERTYGET, nullptr, nullptr, nullptr, nullptr), E_FAIL);
+    info->Release();
+}
+
+// A loader that fails with a set HRESULT and counts its calls.
+class FailingLoader : public ITypeLibLoader {
+public:
+    explicit FailingLoader(HRESULT failure) : m_failure(failure) {}
+    HRESULT GetTypeLib(CTypeLib**) const override {
+        ++m_calls;
+        return m_failure;
+    }
+    mutable int m_calls = 0;
+
+private:
+    HRESULT m_failure;
+};
+
+TEST(TypeInfoHolder, HoldersOfOneInterfaceShareOneTypeInfo) {
+    TestLibCache loader;
+    ITypeInfo* first = nullptr;
+    ITypeInfo* second = nullptr;
+    {
+        CTypeInfoHolder one(&loader, IID_IGadget);
+        CTypeInfoHolder two(&loader, IID_IGadget);
+        ASSERT_EQ(one.GetTypeInfo(0, &first), S_OK);
+        ASSERT_EQ(two.GetTypeInfo(0, &second), S_OK);
+        EXPECT_EQ(first, second);
+        CTypeLib* lib = nullptr;
+        ASSERT_EQ(loader.GetTypeLib(&lib), S_OK);
+        CTypeInfo* shared = nullptr;
+        ASSERT_EQ(lib->GetTypeInfo(IID_IGadget, &shared), S_OK);
+        EXPECT_EQ(shared->GetRefCount(), 3u);  // both holders' and this test's
+        shared->Release();
+        lib->Release();
+        EXPECT_EQ(IdsOf(one, {L"PARTS"}).ids[0], 3);
+        EXPECT_EQ(one.GetTypeInfo(0, nullptr), E_POINTER);
+    }
+    first->Release();
+    second->Release();
+    EXPECT_EQ(TypeLibMap().GetEntryCount(), 1u);  // only the loader's cache holds the library
+}
+
+TEST(TypeInfoHolder, FailuresAreReturnedAndRetriedOnEveryCall) {
+    FailingLoader loader(E_ACCESSDENIED);
+    CTypeInfoHolder holder(&loader, IID_IGadget);
+    unsigned int count = 0;
+    EXPECT_EQ(holder.GetTypeInfoCount(&count), S_OK);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(holder.GetTypeInfoCount(nullptr), E_POINTER);
+    EXPECT_EQ(loader.m_calls, 0);
+
+    EXPECT_EQ(holder.GetTypeInfo(0, nullptr), E_ACCESSDENIED);  // loading comes first
+    EXPECT_EQ(IdsOf(holder, {L"Title"}).result, E_ACCESSDENIED);
+    EXPECT_EQ(holder.Invoke(nullptr, 1, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr), E_ACCESSDENIED);
+    EXPECT_EQ(loader.m_calls, 3);
+
+    TestLibCache library;
+    CTypeInfoHolder unknown(&library, GUID{0x1234, 0, 0, {}});
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(IdsOf(unknown, {L"Title"}).result, TYPE_E_ELEMENTNOTFOUND);
+}
+
+}  // namespace

@@ -1,0 +1,143 @@
+// Loading type libraries from module resources: CTypeLibResLoader and both caches, on the
+// test DLL whose resources 1 and 2 are type libraries.
+#include "test_typelibs.h"
+
+#include "automation/type_lib.h"
+
+#include "second_library.h"  // generated
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using namespace OvxComponent;
+using namespace OvxTest;
+
+GUID LibraryId(CTypeLib* lib) {
+    TLIBATTR* attr = nullptr;
+    if (!lib || FAILED(lib->GetITypeLib()->GetLibAttr(&attr))) return GUID{};
+    const GUID id = attr->guid;
+    lib->GetITypeLib()->ReleaseTLibAttr(attr);
+    return id;
+}
+
+class TypeLibLoaderTest : public ::testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(TypeLibMap().GetEntryCount(), 0u) << "a test left a wrapper behind"; }
+};
+
+TEST_F(TypeLibLoaderTest, ResourceIndexSelectsTheLibrary) {
+    struct Case {
+        unsigned int index;
+        HRESULT result;
+        GUID library;
+    };
+    const Case cases[] = {
+        {0, S_OK, LIBID_GadgetLibrary},  // the first type library resource
+        {1, S_OK, LIBID_GadgetLibrary},
+        {2, S_OK, LIBID_SecondLibrary},
+        {3, TYPE_E_CANTLOADLIBRARY, GUID{}},
+    };
+    for (const Case& c : cases) {
+        CTypeLib* lib = nullptr;
+        EXPECT_EQ(CTypeLibResLoader::LoadTypeLibFromResource(TypeLibModule(), c.index, &lib), c.result) << c.index;
+        EXPECT_TRUE(IsEqualGUID(LibraryId(lib), c.library)) << c.index;
+        if (lib) lib->Release();
+    }
+
+    CTypeLib* untouched = reinterpret_cast<CTypeLib*>(1);
+    EXPECT_EQ(CTypeLibResLoader::LoadTypeLibFromResource(nullptr, 0, &untouched), E_FAIL);
+    EXPECT_EQ(untouched, reinterpret_cast<CTypeLib*>(1));
+}
+
+TEST_F(TypeLibLoaderTest, LoaderSharesTheWrapperOfTheLibraryTheSystemKeeps) {
+    const TestResLoader loader;
+    CTypeLib* first = nullptr;
+    CTypeLib* second = nullptr;
+    ASSERT_EQ(loader.GetTypeLib(&first), S_OK);
+    ASSERT_EQ(loader.GetTypeLib(&second), S_OK);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(first->GetRefCount(), 2u);
+    // The library registered the wrapper in the map that this program sees too: the one
+    // map instance is shared across the module boundary.
+    CTypeLib* viaMap = TypeLibMap().GetMapEntry(first->GetITypeLib());
+    EXPECT_EQ(viaMap, first);
+    viaMap->Release();
+    first->Release();
+    second->Release();
+
+    const TestResLoader rewriting([](unsigned int& index) { index = 2; });
+    ASSERT_EQ(rewriting.GetTypeLib(&first), S_OK);
+    EXPECT_TRUE(IsEqualGUID(LibraryId(first), LIBID_SecondLibrary));
+    first->Release();
+}
+
+TEST_F(TypeLibLoaderTest, CacheLoadsOnceAndDropsItsReferenceAtTheEnd) {
+    CTypeLib* lib = nullptr;
+    {
+        TestLibCache cache;
+        ASSERT_EQ(cache.GetTypeLib(&lib), S_OK);
+        CTypeLib* again = nullptr;
+        ASSERT_EQ(cache.GetTypeLib(&again), S_OK);
+        EXPECT_EQ(again, lib);
+        EXPECT_EQ(lib->GetRefCount(), 3u);  // the cache's and two callers'
+        again->Release();
+
+        // A copy shares the pointer without a reference of its own, so it would drop the
+        // cache's reference a second time; the test pays for it in advance.
+        lib->AddRef();
+        { TestLibCache copy(cache); }
+        EXPECT_EQ(lib->GetRefCount(), 2u);
+    }
+    EXPECT_EQ(lib->GetRefCount(), 1u);
+    lib->Release();
+}
+
+TEST_F(TypeLibLoaderTest, MultiCacheKeepsOneLibraryPerIndex) {
+    CTypeLib* first = nullptr;
+    CTypeLib* second = nullptr;
+    {
+        TestMultiCache cache;
+        ASSERT_EQ(cache.GetTypeLib(1, &first), S_OK);
+        ASSERT_EQ(cache.GetTypeLib(2, &second), S_OK);
+        EXPECT_NE(first, second);
+        EXPECT_TRUE(IsEqualGUID(LibraryId(second), LIBID_SecondLibrary));
+        CTypeLib* hit = nullptr;
+        ASSERT_EQ(cache.GetTypeLib(2, &hit), S_OK);
+        EXPECT_EQ(hit, second);
+        EXPECT_EQ(second->GetRefCount(), 3u);
+        hit->Release();
+
+        CTypeLib* missing = nullptr;
+        EXPECT_EQ(cache.GetTypeLib(3, &missing), TYPE_E_CANTLOADLIBRARY);
+        EXPECT_EQ(missing, nullptr);
+        EXPECT_EQ(TypeLibMap().GetEntryCount(), 2u);
+    }
+    EXPECT_EQ(first->GetRefCount(), 1u);
+    EXPECT_EQ(second->GetRefCount(), 1u);
+    first->Release();
+    second->Release();
+}
+
+TEST_F(TypeLibLoaderTest, MultiCacheFilesALibraryUnderTheIndexTheLocatorLeft) {
+    auto cache = std::make_unique<TestMultiCache>([](unsigned int& index) {
+        if (index == 0) index = 2;
+    });
+    CTypeLib* viaZero = nullptr;
+    CTypeLib* viaTwo = nullptr;
+    CTypeLib* viaZeroAgain = nullptr;
+    ASSERT_EQ(cache->GetTypeLib(0, &viaZero), S_OK);
+    ASSERT_EQ(cache->GetTypeLib(2, &viaTwo), S_OK);  // a hit
+    ASSERT_EQ(cache->GetTypeLib(0, &viaZeroAgain), S_OK);  // misses and loads again
+    EXPECT_EQ(viaZero, viaTwo);
+    EXPECT_EQ(viaZeroAgain, viaTwo);
+    EXPECT_EQ(viaTwo->GetRefCount(), 4u);  // the cache's and three callers'
+
+    cache.reset();
+    EXPECT_EQ(viaTwo->GetRefCount(), 3u);
+    for (CTypeLib* lib : {viaZero, viaTwo, viaZeroAgain}) lib->Release();
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+// CTypeLib, CTypeInfo and CTypeLibMap under several threads at once, on the real test
+// type library: the wrappers are made and destroyed again and again while other threads
+// ask for them.
+#include "test_typelibs.h"
+
+#include "automation/type_info.h"
+#include "automation/type_lib.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace OvxComponent;
+using namespace OvxTest;
+
+constexpr int kThreads = 4;
+constexpr int kRounds = 300;
+
+// Holds threads until all have arrived. (std::barrier of this MinGW runtime can miss a
+// wake-up: its atomic wait has no operating-system wait to sit on.)
+class Rendezvous {
+public:
+    explicit Rendezvous(int threads) : m_threads(threads) {}
+    void ArriveAndWait() {
+        std::unique_lock lock(m_mutex);
+        const long generation = m_generation;
+        if (++m_arrived == m_threads) {
+            m_arrived = 0;
+            ++m_generation;
+            m_allArrived.notify_all();
+            return;
+        }
+        m_allArrived.wait(lock, [&] { return m_generation != generation; });
+    }
+
+private:
+    const int m_threads;
+    int m_arrived = 0;
+    long m_generation = 0;
+    std::mutex m_mutex;
+    std::condition_variable m_allArrived;
+};
+
+// The ITypeLib's own count, read by a reference taken and given back.
+ULONG ComReferences(ITypeLib* typeLib) {
+    typeLib->AddRef();
+    return typeLib->Release();
+}
+
+TEST(TypeLibThreads, WrappersComeAndGoUnderContentionWithOneTypeInfoPerGuid) {
+    CComPtr<ITypeLib> real = LoadTestTypeLib(1);
+    ASSERT_TRUE(real);
+    const ULONG comReferences = ComReferences(real.get());
+    const GUID guids[] = {IID_IGadget, IID_IGadgetParts, DIID_DGadgetState};
+
+    // In every round all threads take the wrapper and the type infos of the same GUIDs
+    // at once; between rounds every reference is dropped, so each round makes them anew
+    // while threads that are late still release those of the round before.
+    std::vector<CTypeInfo*> seen(kThreads * 3);
+    std::atomic<int> failures{0};
+    Rendezvous holding(kThreads);
+    auto worker = [&](int thread) {
+        for (int round = 0; round < kRounds; ++round) {
+            CTypeLib* lib = TypeLibMap().GetMapEntry(real.get());
+            CTypeInfo* infos[3] = {};
+            for (int g = 0; g < 3; ++g) {
+                if (FAILED(lib->GetTypeInfo(guids[g], &infos[g]))) ++failures;
+                seen[thread * 3 + g] = infos[g];
+            }
+            if (!lib->FindTypeInfoByName(round % 2 ? L"igadget" : L"IGADGET", TKIND_DISPATCH)) ++failures;
+            lib->Release();
+            holding.ArriveAndWait();  // every thread holds its type infos now
+            for (int g = 0; g < 3; ++g) {
+                if (seen[g] != seen[thread * 3 + g]) ++failures;  // two wrappers of one GUID
+            }
+            holding.ArriveAndWait();
+            for (CTypeInfo* info : infos) info->Release();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) threads.emplace_back(worker, t);
+    for (auto& thread : threads) thread.join();
+
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(TypeLibMap().GetEntryCount(), 0u);
+    EXPECT_EQ(ComReferences(real.get()), comReferences);
+}
+
+TEST(TypeLibThreads, EntriesTakenAndReleasedWithoutPauseEndBalanced) {
+    CComPtr<ITypeLib> pinnedLib = LoadTestTypeLib(1);
+    CComPtr<ITypeLib> churnedLib = LoadTestTypeLib(2);
+    ASSERT_TRUE(pinnedLib && churnedLib);
+    const ULONG pinnedReferences = ComReferences(pinnedLib.get());
+    const ULONG churnedReferences = ComReferences(churnedLib.get());
+
+    // A type info of the first library stays alive throughout: every GetTypeInfo of its
+    // GUID must return it. The wrapper of the second library has no such holder and dies
+    // and is made again all the time, while other threads are asking the map for it.
+    CTypeLib* pinLib = TypeLibMap().GetMapEntry(pinnedLib.get());
+    CTypeInfo* pinned = nullptr;
+    ASSERT_EQ(pinLib->GetTypeInfo(IID_IGadget, &pinned), S_OK);
+    pinLib->Release();
+
+    std::atomic<int> failures{0};
+    auto worker = [&](int thread) {
+        for (int i = 0; i < 3000; ++i) {
+            CTypeLib* lib = TypeLibMap().GetMapEntry(pinnedLib.get());
+            CTypeInfo* info = nullptr;
+            if (lib->GetTypeInfo((i + thread) % 2 ? IID_IGadget : IID_IGadgetParts, &info) != S_OK) ++failures;
+            if ((i + thread) % 2 && info != pinned) ++failures;
+            info->Release();
+            lib->Release();
+
+            CTypeLib* churned = TypeLibMap().GetMapEntry(churnedLib.get());
+            if (churned->GetITypeLib() != churnedLib.get()) ++failures;
+            if (i % 16 == 0 && !churned->FindTypeInfoByName(L"isecond", TKIND_DISPATCH)) ++failures;
+            churned->Release();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) threads.emplace_back(worker, t);
+    for (auto& thread : threads) thread.join();
+
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(pinned->GetRefCount(), 1u);
+    pinned->Release();
+    EXPECT_EQ(TypeLibMap().GetEntryCount(), 0u);
+    EXPECT_EQ(ComReferences(pinnedLib.get()), pinnedReferences);
+    EXPECT_EQ(ComReferences(churnedLib.get()), churnedReferences);
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+// MessageMgr with a fake host: the host's own presentation, the automatic answers when
+// the host shows no dialogs, the formatting, and the hand-over to Win32. No dialog is
+// ever shown: where a test reaches MessageBoxW, a hook refuses the dialog's window.
+#include "comsupport/wnd.h"
+#include "component/message_mgr.h"
+#include "support/fake_host_app.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace OvxComponent;
+using namespace OvxTest;
+
+TEST(MessageMgr, HostThatShowsNoDialogsGetsTheLikelyAnswer) {
+    FakeHostApp app;
+    FakeUIMode silent(true);
+    app.m_mode = &silent;
+    ScopedHostApp registered(&app);
+    struct Case {
+        unsigned int type;
+        int answer;
+    };
+    const Case cases[] = {
+        {MB_OK, IDOK},
+        {MB_OKCANCEL, IDOK},
+        {MB_ABORTRETRYIGNORE | MB_ICONERROR, IDIGNORE},
+        {MB_YESNOCANCEL, IDYES},
+        {MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2, IDYES},
+        {MB_RETRYCANCEL, IDCANCEL},
+        {MB_CANCELTRYCONTINUE, IDOK},
+        {0xF, IDOK},
+    };
+    for (const Case& c : cases) EXPECT_EQ(MessageMgr::ShowConfirmation(c.type, L"Replace it?"), c.answer) << c.type;
+    MessageMgr::ShowError(L"nobody sees this");
+    EXPECT_EQ(MessageMgr::FormatAndShowConfirmation(MB_YESNO, L"%1?", L"Save"), IDYES);
+}
+
+TEST(MessageMgr, HostServicePresentsEveryMessageWithItsTypeAndExtraStrings) {
+    FakeHostApp app;
+    RecordingUIService service;
+    FakeUIMode silent(true);  // the service comes first all the same
+    app.m_service = &service;
+    app.m_mode = &silent;
+    ScopedHostApp registered(&app);
+
+    MessageMgr::ShowWarning(L"Low memory", L"one", L"two", L"three");
+    EXPECT_EQ(service.m_lastMessageBox.text, L"Low memory");
+    EXPECT_EQ(service.m_lastMessageBox.extra1, L"one");
+    EXPECT_EQ(service.m_lastMessageBox.extra2, L"two");
+    EXPECT_EQ(service.m_lastMessageBox.extra3, L"three");
+    EXPECT_EQ(service.m_lastMessageBox.type, 0x30u);
+
+    struct Case {
+        void (*show)(const wchar_t*);
+        unsigned int type;
+    };
+    const Case cases[] = {{MessageMgr::ShowMessage, 0x40}, {MessageMgr::ShowWarning, 0x30}, {MessageMgr::ShowError, 0x10}};
+    for (const Case& c : cases) {
+        c.show(L"text");
+        EXPECT_EQ(service.m_lastMessageBox.type, c.type);
+        EXPECT_EQ(service.m_lastMessageBox.extra1, L"(null)");
+        EXPECT_EQ(service.m_lastMessageBox.extra3, L"(null)");
+    }
+    service.m_answer = IDNO;
+    EXPECT_EQ(MessageMgr::ShowConfirmation(MB_YESNO | MB_ICONQUESTION, L"Keep?"), IDNO);
+    EXPECT_EQ(service.m_lastMessageBox.type, static_cast<unsigned int>(MB_YESNO | MB_ICONQUESTION));
+    EXPECT_EQ(service.m_calls, 5);
+}
+
+TEST(MessageMgr, FormatsWithMessageInsertsNotPrintf) {
+    FakeHostApp app;
+    RecordingUIService service;
+    app.m_service = &service;
+    ScopedHostApp registered(&app);
+
+    MessageMgr::FormatAndShowError(L"%1 failed", L"Load");
+    EXPECT_EQ(service.m_lastMessageBox.text, L"Load failed");
+    EXPECT_EQ(service.m_lastMessageBox.type, 0x10u);
+    MessageMgr::FormatAndShowWarning(L"%2 of %1!d! pages, 100%% done", 12, L"Page 3");
+    EXPECT_EQ(service.m_lastMessageBox.text, L"Page 3 of 12 pages, 100% done");
+    EXPECT_EQ(service.m_lastMessageBox.extra1, L"(null)");
+    service.m_answer = IDCANCEL;
+    EXPECT_EQ(MessageMgr::FormatAndShowConfirmation(MB_OKCANCEL, L"Delete %1?", L"layer"), IDCANCEL);
+    EXPECT_EQ(service.m_lastMessageBox.text, L"Delete layer?");
+
+    for (const wchar_t* empty : {static_cast<const wchar_t*>(nullptr), L""}) {
+        service.m_lastMessageBox.text = L"unchanged";
+        MessageMgr::FormatAndShowMessage(empty);
+        EXPECT_EQ(service.m_lastMessageBox.text, L"");
+        EXPECT_EQ(service.m_lastMessageBox.type, 0x40u);
+    }
+}
+
+// Refuses every window the thread creates, recording the owner asked for, so that a
+// message box fails at once instead of waiting for a user.
+class DialogRefusal {
+public:
+    DialogRefusal() { s_hook = SetWindowsHookExW(WH_CBT, &Refuse, nullptr, GetCurrentThreadId()); }
+    ~DialogRefusal() { UnhookWindowsHookEx(s_hook); }
+    bool Installed() const { return s_hook != nullptr; }
+
+    static inline int s_refused = 0;
+    static inline HWND s_owner = nullptr;
+
+private:
+    static LRESULT CALLBACK Refuse(int code, WPARAM wParam, LPARAM lParam) {
+        if (code != HCBT_CREATEWND) return CallNextHookEx(s_hook, code, wParam, lParam);
+        ++s_refused;
+        s_owner = reinterpret_cast<CBT_CREATEWNDW*>(lParam)->lpcs->hwndParent;
+        return 1;
+    }
+    static inline HHOOK s_hook = nullptr;
+};
+
+TEST(MessageMgr, WithoutServiceOrSilenceTheHostWindowOwnsAWin32MessageBox) {
+    FakeHostApp app;
+    FakeUIMode interactive(false);
+    app.m_mode = &interactive;
+    HWND mainWindow = CreateWindowExW(0, L"STATIC", L"main", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ASSERT_NE(mainWindow, nullptr);
+    CWnd window(mainWindow);
+    app.m_mainWindow = &window;
+
+    DialogRefusal refusal;
+    ASSERT_TRUE(refusal.Installed());
+    {
+        ScopedHostApp registered(&app);
+        MessageMgr::ShowError(L"refused before it is shown");
+    }
+    EXPECT_EQ(DialogRefusal::s_refused, 1);
+    EXPECT_EQ(DialogRefusal::s_owner, mainWindow);
+
+    MessageMgr::ShowMessage(L"no host registered: no owner");
+    EXPECT_EQ(DialogRefusal::s_refused, 2);
+    EXPECT_EQ(DialogRefusal::s_owner, nullptr);
+    DestroyWindow(mainWindow);
+}
+
+}  // namespace
