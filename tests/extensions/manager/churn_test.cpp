@@ -29,13 +29,7 @@ using OvxTest::TestInstaller;
 namespace SystemIO = OvxUtils::SystemIO;
 
 constexpr std::uint32_t kSeed = 0x5EED2024;
-// Under Wine every step costs several times as much (process start-up aside, each rescan
-// opens every package twice through the emulated file system); the same mix, fewer steps.
-#if defined(_WIN32)
-constexpr int kOperations = 120;
-#else
 constexpr int kOperations = 300;
-#endif
 
 constexpr int kIds = 8;
 // Extensions from this number on have a type that no installer serves: they are unpacked
