@@ -57,7 +57,9 @@ CString MakePackage(int number) {
     data.ExtensionType = u"application/x-bench";
     data.requirements.AppList = {ExtensionAppSupport::Atlas};
     data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
-    const CString path = CString::FromUtf8((Scratch() / "source" / ("p" + std::to_string(number) + ".OrvexExtension")).string());
+    fs::path file = Scratch() / "source" / "p";
+    file += std::to_string(number) + ".OrvexExtension";
+    const CString path = CString::FromUtf8(file.string());
     fs::create_directories(Scratch() / "source");
     ExtensionContainer package = PackFiles(
         [&] {
