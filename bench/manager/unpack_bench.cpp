@@ -20,10 +20,16 @@ namespace {
 namespace fs = std::filesystem;
 using namespace OvxComponent;
 
-fs::path Scratch() {
-    static const fs::path folder = fs::temp_directory_path() / ("ovx-unpack-bench-" + std::to_string(::getpid()));
-    return folder;
-}
+// Everything the benchmark writes, removed at exit.
+struct ScratchFolder {
+    const fs::path path = fs::temp_directory_path() / ("ovx-unpack-bench-" + std::to_string(::getpid()));
+    ~ScratchFolder() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+} scratch;
+
+const fs::path& Scratch() { return scratch.path; }
 
 OvxUtils::Guid GuidOf(int number) {
     return OvxUtils::Guid(0xB0000000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
@@ -51,7 +57,9 @@ CString MakePackage(int number) {
     data.ExtensionType = u"application/x-bench";
     data.requirements.AppList = {ExtensionAppSupport::Atlas};
     data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
-    const CString path = CString::FromUtf8((Scratch() / "source" / ("p" + std::to_string(number) + ".OrvexExtension")).string());
+    fs::path file = Scratch() / "source" / "p";
+    file += std::to_string(number) + ".OrvexExtension";
+    const CString path = CString::FromUtf8(file.string());
     fs::create_directories(Scratch() / "source");
     ExtensionContainer package = PackFiles(
         [&] {
@@ -119,9 +127,5 @@ void BM_UnpackOneMore(benchmark::State& state) {
     fs::remove_all(root);
 }
 BENCHMARK(BM_UnpackOneMore)->Arg(0)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond)->UseRealTime();
-
-struct RemoveScratch {
-    ~RemoveScratch() { fs::remove_all(Scratch()); }
-} removeScratch;
 
 }  // namespace

@@ -1,0 +1,150 @@
+// The start-up pass over extensions that are unpacked already: a fresh manager over a
+// data folder holding 100 or 1,000 of them, an installer registered, StartLoading, which
+// verifies and loads every one (time per extension; 1,000 should cost at most about 11
+// times 100). The log goes to memory; unloading and releasing the manager are not timed.
+
+#include "extensions/format/extension_packing.h"
+#include "extensions/manager/extension_manager_impl.h"
+#include "platform/stream/memory_stream.h"
+
+#include <benchmark/benchmark.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace OvxComponent;
+
+const CString kBenchType = u"application/x-bench";
+
+// Everything the benchmark writes, removed at exit.
+struct ScratchFolder {
+    const fs::path path = fs::temp_directory_path() / ("ovx-startup-bench-" + std::to_string(::getpid()));
+    ~ScratchFolder() {
+        std::error_code ignored;
+        fs::remove_all(path, ignored);
+    }
+} scratch;
+
+const fs::path& Scratch() { return scratch.path; }
+
+OvxUtils::Guid GuidOf(int number) {
+    return OvxUtils::Guid(0xC0000000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
+}
+
+class BenchState final : public IExtensionState {
+public:
+    explicit BenchState(ExtensionData data) : m_data(std::move(data)) {}
+    const ExtensionData& Data() const override { return m_data; }
+    bool IsUnloaded() const override { return m_unloaded; }
+    bool IsLoaded() const override { return !m_unloaded; }
+    bool Invoke(CString) const override { return false; }
+    void MarkUnloaded() { m_unloaded = true; }
+
+private:
+    ExtensionData m_data;
+    bool m_unloaded = false;
+};
+
+// Loads every extension without touching its files: what is timed is the manager's work.
+class BenchInstaller final : public IExtensionInstaller {
+public:
+    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                          CString mimeType, CString) const override {
+        ++loads;
+        ExtensionData data;
+        data.DocumentID = documentId;
+        data.Version = version;
+        data.ExtensionType = std::move(mimeType);
+        return std::make_shared<BenchState>(std::move(data));
+    }
+    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const override {
+        static_cast<BenchState&>(*state).MarkUnloaded();
+        return UnloadResult::Unloaded;
+    }
+    bool RemoveData(CString) const override { return true; }
+
+    mutable int loads = 0;
+};
+
+std::shared_ptr<ExtensionManagerImpl> MakeManager(const fs::path& root) {
+    auto apps = [](ExtensionAppSupport) { return true; };
+    return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {},
+                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+}
+
+// A package of three small content files.
+CString MakePackage(int number) {
+    const fs::path content = Scratch() / "content";
+    static const std::vector<CString> files = [&] {
+        std::vector<CString> made;
+        for (const char* name : {"main.txt", "help.txt", "data/table.txt"}) {
+            const fs::path file = content / name;
+            fs::create_directories(file.parent_path());
+            std::ofstream(file, std::ios::binary) << std::string(1500, 'x') << name;
+            made.push_back(CString::FromUtf8(file.string()));
+        }
+        return made;
+    }();
+    ExtensionData data;
+    data.DocumentID = GuidOf(number);
+    data.Version = OvxUtils::Version{1, 0};
+    data.ExtensionType = kBenchType;
+    data.requirements.AppList = {ExtensionAppSupport::Atlas};
+    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
+    fs::create_directories(Scratch() / "source");
+    const fs::path file = (Scratch() / "source" / std::to_string(number)).replace_extension("OrvexExtension");
+    const CString path = CString::FromUtf8(file.string());
+    ExtensionContainer package = PackFiles(
+        [&] {
+            auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
+            return opened ? std::move(*opened) : ExtensionContainer();
+        },
+        data, CString::FromUtf8(content.string() + "/"), files);
+    if (!package || !package.Close()) std::abort();
+    return path;
+}
+
+// A data folder with count extensions unpacked into it, made once per count.
+const fs::path& DataFolder(int count) {
+    static std::map<int, fs::path> made;
+    if (const auto found = made.find(count); found != made.end()) return found->second;
+    const fs::path root = Scratch() / ("root-" + std::to_string(count));
+    fs::create_directories(root);
+    const auto manager = MakeManager(root);
+    for (int i = 0; i < count; ++i) {
+        auto package = manager->OpenPackage(MakePackage(i));
+        if (!package || !manager->ShouldUnpack(*package, 1) || !manager->Unpack(*package, manager->GetPlatformFolder())) {
+            std::abort();
+        }
+    }
+    return made[count] = root;
+}
+
+void BM_Startup(benchmark::State& state) {
+    const int count = static_cast<int>(state.range(0));
+    const fs::path& root = DataFolder(count);
+    const auto installer = std::make_shared<BenchInstaller>();
+    for (auto _ : state) {
+        auto manager = MakeManager(root);
+        auto registration = manager->RegisterInstaller({kBenchType}, installer);
+        manager->StartLoading();
+        state.PauseTiming();
+        if (!manager->FindExtension(GuidOf(count - 1))) state.SkipWithError("an extension did not load");
+        manager->UnloadAll();
+        registration.reset();
+        manager.reset();
+        state.ResumeTiming();
+    }
+    if (installer->loads != count * static_cast<int>(state.iterations())) state.SkipWithError("loads went missing");
+    state.counters["per_extension"] = benchmark::Counter(static_cast<double>(state.iterations()) * count,
+                                                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(BM_Startup)->Arg(100)->Arg(1000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
