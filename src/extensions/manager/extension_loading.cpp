@@ -124,9 +124,10 @@ UnloadOutcome ExtensionManagerImpl::UnloadExtension(std::shared_ptr<IExtensionSt
 
     if (*answer == UnloadResult::Unloaded) {
         if (const auto found = loadedExtensions.find(documentId); found != loadedExtensions.end()) {
-            const bool hadUi = !FindUiModifications(found->second.path, addonNames).IsEmpty();
+            // Only a reload needs to know whether the extension had UI files.
+            const bool reload = !skipUiReload && uiReload && !FindUiModifications(found->second.path, addonNames).IsEmpty();
             found->second.state.reset();
-            if (!skipUiReload && hadUi && uiReload) uiReload();
+            if (reload) uiReload();
         }
     }
     return *answer;

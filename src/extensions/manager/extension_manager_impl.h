@@ -113,7 +113,8 @@ public:
         CString folder;
         OpenedPackage package;
     };
-    std::vector<UnpackedCandidate> VerifyUnpacked();
+    // With skipLoaded, extensions that are loaded now are left out without being opened.
+    std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded = false);
     std::vector<OpenedPackage> ScanSourceFolders();
 
     // Change tracking.

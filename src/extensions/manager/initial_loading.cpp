@@ -28,7 +28,7 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
 
     std::optional<std::size_t> previousCount;
     while (true) {
-        std::vector<UnpackedCandidate> candidates = VerifyUnpacked();
+        std::vector<UnpackedCandidate> candidates = VerifyUnpacked(true);
         std::erase_if(candidates, [this](const UnpackedCandidate& candidate) {
             const ExtensionContainerInfo* info = InfoOf(candidate.package);
             return info != nullptr && FindExtension(info->GetDocumentID()).has_value();
@@ -60,12 +60,15 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     NotifyFailures();
 }
 
-std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked() {
+std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded) {
     std::vector<UnpackedCandidate> verified;
     if (!SystemIO::Folder::Exists(platformFolder)) return verified;
     for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(platformFolder, false)) {
         const CString folderName = SystemIO::Path::GetFileName(extensionFolder);
-        if (!OvxUtils::Guid::FromString(folderName)) continue;
+        const std::optional<OvxUtils::Guid> folderId = OvxUtils::Guid::FromString(folderName);
+        if (!folderId) continue;
+        // An extension that is loaded is not opened again just to be left out.
+        if (skipLoaded && FindExtension(*folderId)) continue;
         for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
             const CString versionFolder = SystemIO::Path::GetFolderName(copy.installedCopy);
             const CString versionName = SystemIO::Path::GetFileName(versionFolder);
