@@ -15,7 +15,7 @@
 namespace {
 
 using namespace OvxComponent;
-using OvxTest::ExtensionSpec;
+using OvxTest::PackageRecipe;
 using OvxTest::TestGuid;
 using OvxTest::TestHost;
 using OvxTest::TestInstaller;

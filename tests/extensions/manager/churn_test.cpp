@@ -243,10 +243,10 @@ protected:
         const CString path = host.temp / CString::FromUtf8("packages/e" + std::to_string(id) + "-" +
                                                            std::to_string(version) + ".OrvexExtension");
         if (!SystemIO::File::Exists(path)) {
-            OvxTest::ExtensionSpec spec{TestGuid(id), OvxUtils::Version(kVersions[version])};
-            if (id >= kFirstUnserved) spec.type = kUnservedType;
-            spec.files = {{u"main.txt", "extension " + std::to_string(id) + " version " + VersionText(version)}};
-            OvxTest::PackExtension(path, spec);
+            OvxTest::PackageRecipe recipe{TestGuid(id), OvxUtils::Version(kVersions[version])};
+            if (id >= kFirstUnserved) recipe.type = kUnservedType;
+            recipe.files = {{u"main.txt", "extension " + std::to_string(id) + " version " + VersionText(version)}};
+            OvxTest::PackExtension(path, recipe);
         }
         return path;
     }

@@ -10,7 +10,7 @@
 namespace {
 
 using namespace OvxComponent;
-using OvxTest::ExtensionSpec;
+using OvxTest::PackageRecipe;
 using OvxTest::TestGuid;
 using OvxTest::TestHost;
 using OvxTest::TestInstaller;
@@ -18,7 +18,7 @@ using testing::ElementsAre;
 using testing::EndsWith;
 
 // An extension whose content carries a UI modification beside the add-on marker "Test".
-ExtensionSpec WithUi(int number) {
+PackageRecipe WithUi(int number) {
     return {TestGuid(number), {1}, OvxTest::kTestExtensionType,
             {{u"appui.xslt", "<xsl/>"}, {u"config.xml", "<c/>"}, {u"Test/addon", ""}}};
 }
@@ -26,9 +26,9 @@ ExtensionSpec WithUi(int number) {
 class ExtensionLoading : public testing::Test {
 protected:
     // Packs, opens and unpacks one extension; returns its unpacked folder.
-    CString Unpack(const ExtensionSpec& spec) {
+    CString Unpack(const PackageRecipe& recipe) {
         const CString path =
-            OvxTest::PackExtension(host.temp / (u"source/" + spec.id.ToString() + u".OrvexExtension"), spec);
+            OvxTest::PackExtension(host.temp / (u"source/" + recipe.id.ToString() + u".OrvexExtension"), recipe);
         auto opened = manager->OpenPackage(path);
         EXPECT_TRUE(opened) << opened.ErrorText();
         auto unpacked = manager->Unpack(*opened, manager->GetPlatformFolder());

@@ -13,7 +13,7 @@
 namespace {
 
 using namespace OvxComponent;
-using OvxTest::ExtensionSpec;
+using OvxTest::PackageRecipe;
 using OvxTest::TestGuid;
 using OvxTest::TestHost;
 using testing::ElementsAre;
@@ -23,7 +23,7 @@ std::string U8(const CString& text) { return text.ToUtf8(); }
 
 class PackageUnpacking : public testing::Test {
 protected:
-    CString Pack(const CString& name, const ExtensionSpec& spec) { return OvxTest::PackExtension(host.temp / (u"source/" + name), spec); }
+    CString Pack(const CString& name, const PackageRecipe& recipe) { return OvxTest::PackExtension(host.temp / (u"source/" + name), recipe); }
     OpenedPackage Open(const CString& path) {
         auto opened = manager->OpenPackage(path);
         EXPECT_TRUE(opened) << opened.ErrorText();

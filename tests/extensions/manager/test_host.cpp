@@ -12,15 +12,15 @@ namespace OvxTest {
 using namespace OvxComponent;
 namespace SystemIO = OvxUtils::SystemIO;
 
-CString PackExtension(const CString& packagePath, const ExtensionSpec& spec) {
+CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     TempFolder staging;
     std::vector<CString> files;
-    for (const auto& [relative, bytes] : spec.files) files.push_back(staging.WriteFile(u"content/" + relative, bytes));
+    for (const auto& [relative, bytes] : recipe.files) files.push_back(staging.WriteFile(u"content/" + relative, bytes));
     ExtensionContainerInfo info;
-    info.SetDocumentID(spec.id);
-    info.SetVersion(spec.version);
-    info.SetSubformatAsString(spec.type);
-    const ExtensionAppSupport apps[] = {spec.fitsHost ? ExtensionAppSupport::Atlas : ExtensionAppSupport::Delta};
+    info.SetDocumentID(recipe.id);
+    info.SetVersion(recipe.version);
+    info.SetSubformatAsString(recipe.type);
+    const ExtensionAppSupport apps[] = {recipe.fitsHost ? ExtensionAppSupport::Atlas : ExtensionAppSupport::Delta};
     info.SetAppList(apps);
     const OvxUtils::runtime_bits platforms[] = {OvxUtils::runtime_bits::x64};
     info.SetPlatformSupport(platforms);

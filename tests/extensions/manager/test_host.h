@@ -16,7 +16,7 @@ namespace OvxTest {
 
 inline const CString kTestExtensionType = u"application/x-test-extension";
 
-struct ExtensionSpec {
+struct PackageRecipe {
     OvxUtils::Guid id;
     OvxUtils::Version version{1, 0};
     CString type = kTestExtensionType;
@@ -25,8 +25,8 @@ struct ExtensionSpec {
     bool fitsHost = true;  // false: requires an application the host does not run
 };
 
-// Packs spec into a package at packagePath (its folder is made) and returns the path.
-CString PackExtension(const CString& packagePath, const ExtensionSpec& spec);
+// Packs recipe into a package at packagePath (its folder is made) and returns the path.
+CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 
 // A fixed document ID per number, for readable tests.
 OvxUtils::Guid TestGuid(int number);
