@@ -219,9 +219,13 @@ Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& lim
         if (stated && *stated > limits.maxEntries) return TooManyEntries(limits);
         return PackageSource{std::move(source), *size};
     }
+    if (*size == 0) {  // libzip's buffer source would not take over an empty buffer
+        zip_error_set(error.Get(), ZIP_ER_NOZIP, 0);
+        return OpenError(error.Get());
+    }
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
     const auto length = static_cast<std::size_t>(*size);
-    std::unique_ptr<char, decltype(&std::free)> bytes(static_cast<char*>(std::malloc(std::max<std::size_t>(length, 1))), &std::free);
+    std::unique_ptr<char, decltype(&std::free)> bytes(static_cast<char*>(std::malloc(length)), &std::free);
     if (!bytes) return Error{u"the file is too large to read into memory"};
     if (std::fread(bytes.get(), 1, length, file.get()) != length) {
         zip_error_set(error.Get(), ZIP_ER_READ, errno);

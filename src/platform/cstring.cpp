@@ -59,8 +59,7 @@ int CString::Compare(const CString& other) const {
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
 }
 
-int CString::CompareNoCase(const CString& other) const {
-    const UnitView a = m_str, b = other.m_str;
+int CString::CompareNoCase(ViewType a, ViewType b) noexcept {
     std::size_t i = 0, j = 0;
     while (i < a.size() && j < b.size()) {
         if (a[i] < 0x80 && b[j] < 0x80) {  // ASCII needs no table

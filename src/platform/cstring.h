@@ -57,7 +57,9 @@ public:
     // Ordinal comparison after simple Unicode case folding (the one-to-one mappings of
     // CaseFolding.txt, status C and S), code point by code point, independent of any
     // locale. Strings that differ only in case compare equal.
-    int CompareNoCase(const CString& other) const;
+    int CompareNoCase(const CString& other) const { return CompareNoCase(View(), other.View()); }
+    // The same comparison of plain UTF-16 text, for lookups that have no CString at hand.
+    static int CompareNoCase(ViewType a, ViewType b) noexcept;
 
     CString& operator+=(const CString& other);
     CString& operator+=(XCHAR unit);

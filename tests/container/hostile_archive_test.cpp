@@ -112,6 +112,7 @@ const std::vector<HostileCase> kCases = {
          return zip;
      },
      u"the archive holds more than the cap of 20000 entries"},
+    {"EmptyFile", [] { return std::string(); }, u"the file is not a ZIP archive, or it is truncated"},
     {"StatedEntryCountOverCapBeforeLongComment",
      [] {
          std::string zip = Named("content/a.txt");
