@@ -3,9 +3,7 @@
 // verifies and loads every one (time per extension; 1,000 should cost at most about 11
 // times 100). The log goes to memory; unloading and releasing the manager are not timed.
 
-#include "extensions/format/extension_packing.h"
-#include "extensions/manager/extension_manager_impl.h"
-#include "platform/stream/memory_stream.h"
+#include "bench_extensions.h"
 
 #include <benchmark/benchmark.h>
 
@@ -13,7 +11,6 @@
 #include <fstream>
 #include <map>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
@@ -22,16 +19,9 @@ using namespace OvxComponent;
 
 const CString kBenchType = u"application/x-bench";
 
-// Everything the benchmark writes, removed at exit.
-struct ScratchFolder {
-    const fs::path path = fs::temp_directory_path() / ("ovx-startup-bench-" + std::to_string(::getpid()));
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path, ignored);
-    }
-} scratch;
+const OvxBench::ScratchFolder scratch("ovx-startup-bench");
 
-const fs::path& Scratch() { return scratch.path; }
+const fs::path& Scratch() { return scratch.Path(); }
 
 OvxUtils::Guid GuidOf(int number) {
     return OvxUtils::Guid(0xC0000000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
@@ -72,12 +62,6 @@ public:
     mutable int loads = 0;
 };
 
-std::shared_ptr<ExtensionManagerImpl> MakeManager(const fs::path& root) {
-    auto apps = [](ExtensionAppSupport) { return true; };
-    return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {},
-                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
-}
-
 // A package of three small content files.
 CString MakePackage(int number) {
     const fs::path content = Scratch() / "content";
@@ -91,23 +75,8 @@ CString MakePackage(int number) {
         }
         return made;
     }();
-    ExtensionData data;
-    data.DocumentID = GuidOf(number);
-    data.Version = OvxUtils::Version{1, 0};
-    data.ExtensionType = kBenchType;
-    data.requirements.AppList = {ExtensionAppSupport::Atlas};
-    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
-    fs::create_directories(Scratch() / "source");
-    const fs::path file = (Scratch() / "source" / std::to_string(number)).replace_extension("OrvexExtension");
-    const CString path = CString::FromUtf8(file.string());
-    ExtensionContainer package = PackFiles(
-        [&] {
-            auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
-            return opened ? std::move(*opened) : ExtensionContainer();
-        },
-        data, CString::FromUtf8(content.string() + "/"), files);
-    if (!package || !package.Close()) std::abort();
-    return path;
+    return OvxBench::PackBenchExtension((Scratch() / "source" / std::to_string(number)).replace_extension("OrvexExtension"),
+                                        GuidOf(number), kBenchType, content, files);
 }
 
 // A data folder with count extensions unpacked into it, made once per count.
@@ -116,7 +85,7 @@ const fs::path& DataFolder(int count) {
     if (const auto found = made.find(count); found != made.end()) return found->second;
     const fs::path root = Scratch() / ("root-" + std::to_string(count));
     fs::create_directories(root);
-    const auto manager = MakeManager(root);
+    const auto manager = OvxBench::MakeBenchManager(root);
     for (int i = 0; i < count; ++i) {
         auto package = manager->OpenPackage(MakePackage(i));
         if (!package || !manager->ShouldUnpack(*package, 1) || !manager->Unpack(*package, manager->GetPlatformFolder())) {
@@ -131,7 +100,7 @@ void BM_Startup(benchmark::State& state) {
     const fs::path& root = DataFolder(count);
     const auto installer = std::make_shared<BenchInstaller>();
     for (auto _ : state) {
-        auto manager = MakeManager(root);
+        auto manager = OvxBench::MakeBenchManager(root);
         auto registration = manager->RegisterInstaller({kBenchType}, installer);
         manager->StartLoading();
         state.PauseTiming();

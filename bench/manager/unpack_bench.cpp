@@ -2,9 +2,7 @@
 // one after the other (time per package), and one package more when 0, 100 or 1,000 other
 // extensions are installed already (how the cost grows with the install base).
 
-#include "extensions/format/extension_packing.h"
-#include "extensions/manager/extension_manager_impl.h"
-#include "platform/stream/memory_stream.h"
+#include "bench_extensions.h"
 
 #include <benchmark/benchmark.h>
 
@@ -13,23 +11,15 @@
 #include <map>
 #include <random>
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace OvxComponent;
 
-// Everything the benchmark writes, removed at exit.
-struct ScratchFolder {
-    const fs::path path = fs::temp_directory_path() / ("ovx-unpack-bench-" + std::to_string(::getpid()));
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path, ignored);
-    }
-} scratch;
+const OvxBench::ScratchFolder scratch("ovx-unpack-bench");
 
-const fs::path& Scratch() { return scratch.path; }
+const fs::path& Scratch() { return scratch.Path(); }
 
 OvxUtils::Guid GuidOf(int number) {
     return OvxUtils::Guid(0xB0000000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
@@ -51,37 +41,15 @@ CString MakePackage(int number) {
         }
         return made;
     }();
-    ExtensionData data;
-    data.DocumentID = GuidOf(number);
-    data.Version = OvxUtils::Version{1, 0};
-    data.ExtensionType = u"application/x-bench";
-    data.requirements.AppList = {ExtensionAppSupport::Atlas};
-    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
-    fs::path file = Scratch() / "source" / "p";
-    file += std::to_string(number) + ".OrvexExtension";
-    const CString path = CString::FromUtf8(file.string());
-    fs::create_directories(Scratch() / "source");
-    ExtensionContainer package = PackFiles(
-        [&] {
-            auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
-            return opened ? std::move(*opened) : ExtensionContainer();
-        },
-        data, CString::FromUtf8(content.string() + "/"), files);
-    if (!package || !package.Close()) std::abort();
-    return path;
+    fs::path package = Scratch() / "source" / "p";
+    package += std::to_string(number) + ".OrvexExtension";  // not "p" + ...: a false -Wrestrict in g++ 12
+    return OvxBench::PackBenchExtension(package, GuidOf(number), u"application/x-bench", content, files);
 }
 
 const std::vector<CString>& Packages(int count) {
     static std::vector<CString> packages;
     while (static_cast<int>(packages.size()) < count) packages.push_back(MakePackage(static_cast<int>(packages.size())));
     return packages;
-}
-
-std::shared_ptr<ExtensionManagerImpl> MakeManager(const fs::path& root) {
-    fs::create_directories(root);
-    auto apps = [](ExtensionAppSupport) { return true; };
-    return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {},
-                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
 }
 
 bool OpenDecideUnpack(ExtensionManagerImpl& manager, const CString& path) {
@@ -95,7 +63,7 @@ void BM_UnpackHundredPackages(benchmark::State& state) {
     for (auto _ : state) {
         state.PauseTiming();
         fs::remove_all(root);
-        auto manager = MakeManager(root);
+        auto manager = OvxBench::MakeBenchManager(root);
         state.ResumeTiming();
         for (const CString& path : packages) {
             if (!OpenDecideUnpack(*manager, path)) state.SkipWithError("a package did not unpack");
@@ -113,7 +81,7 @@ void BM_UnpackOneMore(benchmark::State& state) {
     const auto& packages = Packages(installed + 1);
     const fs::path root = Scratch() / ("root-" + std::to_string(installed));
     fs::remove_all(root);
-    auto manager = MakeManager(root);
+    auto manager = OvxBench::MakeBenchManager(root);
     for (int i = 0; i < installed; ++i) OpenDecideUnpack(*manager, packages[static_cast<std::size_t>(i)]);
     const CString extra = packages[static_cast<std::size_t>(installed)];
     const CString extraFolder = manager->GetPlatformFolder() + u"/" + GuidOf(installed).ToString();

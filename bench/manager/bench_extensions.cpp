@@ -1,0 +1,50 @@
+// Shared pieces of the extension manager benchmarks.
+#include "bench_extensions.h"
+
+#include "extensions/format/extension_packing.h"
+#include "platform/stream/memory_stream.h"
+
+#include <cstdlib>
+#include <unistd.h>
+
+namespace OvxBench {
+
+namespace fs = std::filesystem;
+using namespace OvxComponent;
+
+ScratchFolder::ScratchFolder(const std::string& prefix)
+    : m_path(fs::temp_directory_path() / (prefix + "-" + std::to_string(::getpid()))) {}
+
+ScratchFolder::~ScratchFolder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+}
+
+std::shared_ptr<ExtensionManagerImpl> MakeBenchManager(const fs::path& root) {
+    fs::create_directories(root);
+    auto apps = [](ExtensionAppSupport) { return true; };
+    return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {},
+                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+}
+
+CString PackBenchExtension(const fs::path& package, const OvxUtils::Guid& id, const CString& type,
+                           const fs::path& content, const std::vector<CString>& files) {
+    ExtensionData data;
+    data.DocumentID = id;
+    data.Version = OvxUtils::Version{1, 0};
+    data.ExtensionType = type;
+    data.requirements.AppList = {ExtensionAppSupport::Atlas};
+    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
+    fs::create_directories(package.parent_path());
+    const CString path = CString::FromUtf8(package.string());
+    ExtensionContainer packed = PackFiles(
+        [&] {
+            auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
+            return opened ? std::move(*opened) : ExtensionContainer();
+        },
+        data, CString::FromUtf8(content.string() + "/"), files);
+    if (!packed || !packed.Close()) std::abort();
+    return path;
+}
+
+}  // namespace OvxBench

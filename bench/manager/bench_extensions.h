@@ -1,0 +1,33 @@
+// What the extension manager benchmarks share: a scratch folder removed at exit, a manager
+// whose log goes to memory, and extension packages packed from files on disk.
+#pragma once
+
+#include "extensions/manager/extension_manager_impl.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace OvxBench {
+
+class ScratchFolder {
+public:
+    // <temp>/<prefix>-<pid>, made on demand by the benchmark, removed with the object.
+    explicit ScratchFolder(const std::string& prefix);
+    ~ScratchFolder();
+    const std::filesystem::path& Path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+// A manager over root (made if missing) that accepts every application.
+std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeBenchManager(const std::filesystem::path& root);
+
+// Packs files, relative to content, as version 1.0 of the extension id of type into
+// package (its folder is made). Aborts when packing fails.
+CString PackBenchExtension(const std::filesystem::path& package, const OvxUtils::Guid& id, const CString& type,
+                           const std::filesystem::path& content, const std::vector<CString>& files);
+
+}  // namespace OvxBench
