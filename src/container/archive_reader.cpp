@@ -1,10 +1,10 @@
 // ArchiveReader: opening, entry checks and capped reads.
 #include "container/archive_reader.h"
 
+#include "container/archive_layout.h"
 #include "container/folded_name.h"
 #include "container/native_io.h"
-#include "platform/system_io/file.h"
-#include "platform/system_io/folder.h"
+#include "platform/system_io/file_system.h"
 
 #include <algorithm>
 #include <array>
@@ -54,29 +54,7 @@ Error ReadError(const ArchiveEntry& entry, zip_error_t* error) {
 
 constexpr std::uint64_t kRecordSize = 22;     // end of central directory record, without comment
 constexpr std::uint64_t kZip64Size = 56 + 20;  // ZIP64 record and its locator
-
-// The entry count stated by the last end of central directory record in tail, the final
-// bytes of a file of fileSize bytes; no value when tail holds no complete record.
-// commentFits tells whether the record's comment ends exactly at the end of the file.
-std::optional<std::uint64_t> CountInTail(std::string_view tail, std::uint64_t fileSize, bool& commentFits) {
-    commentFits = false;
-    if (tail.size() < kRecordSize) return std::nullopt;
-    const std::size_t record = tail.rfind(std::string_view("PK\x05\x06", 4), tail.size() - kRecordSize);
-    if (record == std::string_view::npos) return std::nullopt;
-    const auto get = [tail](std::size_t at, int bytes) {
-        std::uint64_t value = 0;
-        for (int i = bytes - 1; i >= 0; --i) value = value << 8 | static_cast<std::uint8_t>(tail[at + static_cast<std::size_t>(i)]);
-        return value;
-    };
-    commentFits = record + kRecordSize + get(record + 20, 2) == tail.size();
-    const std::uint64_t count = get(record + 10, 2);
-    if (count != 0xFFFF || record < 20 || tail.substr(record - 20, 4) != std::string_view("PK\x06\x07", 4)) return count;
-    // The ZIP64 record: its offset is in the locator; its count at byte 32.
-    const std::uint64_t zip64Offset = get(record - 20 + 8, 8);
-    const std::uint64_t tailStart = fileSize - tail.size();
-    if (zip64Offset < tailStart || zip64Offset - tailStart + 40 > tail.size()) return std::nullopt;
-    return get(static_cast<std::size_t>(zip64Offset - tailStart) + 32, 8);
-}
+constexpr std::uint64_t kMaxCommentSize = 0xFFFF;
 
 // The last size bytes of the file, or no value when they cannot be read.
 std::optional<std::string> ReadTail(zip_source_t* source, std::uint64_t size) {
@@ -89,23 +67,22 @@ std::optional<std::string> ReadTail(zip_source_t* source, std::uint64_t size) {
     return tail;
 }
 
-// The entry count that the end of central directory record states (the ZIP64 one when the
-// plain one says 0xFFFF), read before libzip reads the directory and allocates per entry.
-// No value when the record is not found; libzip then reports what is wrong.
-std::optional<std::uint64_t> StatedEntryCount(zip_source_t* source, std::uint64_t fileSize) {
-    constexpr std::uint64_t kMaxCommentSize = 0xFFFF;
+// The end of central directory record (the ZIP64 one when the plain one defers to it),
+// read before libzip reads the directory and allocates per entry. No value when the
+// record is not found; libzip then reports what is wrong.
+std::optional<EndRecord> ReadEndRecord(zip_source_t* source, std::uint64_t fileSize) {
     // Most archives carry no comment, so a short tail holds the records; only when it does
     // not is the longest tail that can hold them read.
     const std::uint64_t shortSize = std::min(fileSize, kRecordSize + kZip64Size + 512);
     bool commentFits = false;
     if (const auto tail = ReadTail(source, shortSize)) {
-        const auto count = CountInTail(*tail, fileSize, commentFits);
-        if (count && commentFits) return count;
-        if (shortSize == fileSize) return count;
+        const auto end = FindEndRecord(*tail, fileSize, commentFits);
+        if (end && commentFits) return end;
+        if (shortSize == fileSize) return end;
     }
     const auto tail = ReadTail(source, std::min(fileSize, kRecordSize + kMaxCommentSize + kZip64Size));
     if (!tail) return std::nullopt;
-    return CountInTail(*tail, fileSize, commentFits);
+    return FindEndRecord(*tail, fileSize, commentFits);
 }
 
 Result<ArchiveEntry> CheckEntry(zip_t* archive, zip_uint64_t index) {
@@ -182,6 +159,15 @@ Result<void> CheckUniqueNames(const std::vector<ArchiveEntry>& entries) {
     return {};
 }
 
+// Refuses an entry whose data inflates to another size than its headers state (only
+// more bytes can be seen before its end).
+Result<void> CheckSize(const ArchiveEntry& entry, std::uint64_t inflated) {
+    if (inflated == entry.claimedSize) return {};
+    return Error{u"entry " + Quoted(entry.name.Utf8()) + u" is damaged: its data inflates to " +
+                 (inflated > entry.claimedSize ? u"more than" : u"fewer than") + u" the " +
+                 DecimalText(entry.claimedSize) + u" bytes its header states"};
+}
+
 Error TooManyEntries(const ContainerLimits& limits) {
     return Error{u"the archive holds more than the cap of " + DecimalText(limits.maxEntries) + u" entries"};
 }
@@ -198,25 +184,49 @@ struct PackageSource {
     std::uint64_t size = 0;
 };
 
+// Why a package file could not be opened or is no regular file; code is the system's
+// error of the failed open, or 0 when the open succeeded.
+Error UnreadableFile(const CString& path, std::uint32_t code) {
+    using OvxUtils::SystemIO::Detail::EntryType;
+    switch (OvxUtils::SystemIO::Detail::GetEntryInfo(path).type) {
+    case EntryType::None: return Error{u"the file does not exist"};
+    case EntryType::Folder: return Error{u"the path is a folder, not a file"};
+    case EntryType::Other: return Error{u"the path is not a regular file but a pipe, socket or device"};
+    case EntryType::File: break;
+    }
+    if (code == 0) return Error{u"the path is not a regular file but a pipe, socket or device"};
+    return SystemError(u"the file cannot be read", code);
+}
+
+// The checks made on the archive's own records before libzip reads them.
+Result<void> CheckRecords(std::optional<EndRecord> end, std::uint64_t size, const ContainerLimits& limits,
+                          const ReadAt& read) {
+    if (!end) return {};  // libzip says what is wrong
+    if (end->entries > limits.maxEntries) return TooManyEntries(limits);
+    return CheckEntryLayout(*end, size, read);
+}
+
 Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& limits) {
     ZipErrorHolder error;
     UniqueFile file(NativeIO::OpenForReading(path));
+    const std::uint32_t openError = file ? 0 : OvxUtils::LastSystemError();
     const auto size = file ? NativeIO::RegularFileSize(file.get()) : std::nullopt;
-    if (!size) {
-        if (OvxUtils::SystemIO::Folder::Exists(path)) return Error{u"the path is a folder, not a file"};
-        if (!OvxUtils::SystemIO::File::Exists(path)) return Error{u"the file does not exist"};
-        zip_error_set(error.Get(), ZIP_ER_OPEN, errno);
-        return OpenError(error.Get());
-    }
+    if (!size) return UnreadableFile(path, openError);
     if (*size > limits.maxPackageSize) {
         return Error{u"the file is larger than the cap of " + DecimalText(limits.maxPackageSize) + u" bytes"};
     }
     if (*size > limits.inMemoryOpenSize) {
+        std::FILE* stream = file.get();
+        const ReadAt readFile = [stream](std::uint64_t offset, std::size_t count, char* out) {
+            return NativeIO::ReadAt(stream, offset, count, out);
+        };
         UniqueZipSource source(zip_source_filep_create(file.get(), 0, -1, error.Get()));
         if (!source) return OpenError(error.Get());
         file.release();  // the source owns it now
-        const auto stated = StatedEntryCount(source.get(), *size);
-        if (stated && *stated > limits.maxEntries) return TooManyEntries(limits);
+        if (auto checked = CheckRecords(ReadEndRecord(source.get(), *size), *size, limits, readFile); !checked) {
+            return checked.TakeError();
+        }
+        std::rewind(stream);
         return PackageSource{std::move(source), *size};
     }
     if (*size == 0) {  // libzip's buffer source would not take over an empty buffer
@@ -227,14 +237,17 @@ Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& lim
     const auto length = static_cast<std::size_t>(*size);
     std::unique_ptr<char, decltype(&std::free)> bytes(static_cast<char*>(std::malloc(length)), &std::free);
     if (!bytes) return Error{u"the file is too large to read into memory"};
-    if (std::fread(bytes.get(), 1, length, file.get()) != length) {
-        zip_error_set(error.Get(), ZIP_ER_READ, errno);
-        return OpenError(error.Get());
-    }
-    const std::uint64_t tailSize = std::min<std::uint64_t>(*size, kRecordSize + 0xFFFF + kZip64Size);
+    if (std::fread(bytes.get(), 1, length, file.get()) != length) return SystemError(u"the file cannot be read");
+    const std::uint64_t tailSize = std::min<std::uint64_t>(*size, kRecordSize + kMaxCommentSize + kZip64Size);
     bool commentFits = false;
-    const auto stated = CountInTail(std::string_view(bytes.get() + (length - tailSize), tailSize), *size, commentFits);
-    if (stated && *stated > limits.maxEntries) return TooManyEntries(limits);
+    const char* data = bytes.get();
+    const ReadAt readMemory = [data, length](std::uint64_t offset, std::size_t count, char* out) {
+        if (offset > length || count > length - offset) return false;
+        std::copy_n(data + offset, count, out);
+        return true;
+    };
+    const auto end = FindEndRecord(std::string_view(data + (length - tailSize), tailSize), *size, commentFits);
+    if (auto checked = CheckRecords(end, *size, limits, readMemory); !checked) return checked.TakeError();
     // libzip frees the bytes with the source.
     UniqueZipSource source(zip_source_buffer_create(bytes.get(), length, 1, error.Get()));
     if (!source) return OpenError(error.Get());
@@ -244,8 +257,8 @@ Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& lim
 
 }  // namespace
 
-ArchiveReader::ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entries)
-    : m_archive(std::move(archive)), m_entries(std::move(entries)) {
+ArchiveReader::ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entries, std::uint64_t fileSize)
+    : m_archive(std::move(archive)), m_entries(std::move(entries)), m_fileSize(fileSize) {
     m_byName.reserve(m_entries.size());
     for (std::size_t i = 0; i < m_entries.size(); ++i) m_byName.emplace(m_entries[i].name.Utf8(), i);
 }
@@ -266,15 +279,10 @@ Result<std::unique_ptr<ArchiveReader>> ArchiveReader::Open(const CString& path, 
     for (zip_uint64_t index = 0; index < static_cast<zip_uint64_t>(count); ++index) {
         auto entry = CheckEntry(archive.get(), index);
         if (!entry) return entry.TakeError();
-        // What libzip reads of an entry is bounded by this size; keeping it within the file
-        // keeps the compression ratio honest.
-        if (entry->compressedSize > fileSize) {
-            return Error{u"entry " + Quoted(entry->name.Utf8()) + u" is damaged: it claims more data than the file holds"};
-        }
         entries.push_back(std::move(*entry));
     }
     if (auto unique = CheckUniqueNames(entries); !unique) return unique.TakeError();
-    return std::unique_ptr<ArchiveReader>(new ArchiveReader(std::move(archive), std::move(entries)));
+    return std::unique_ptr<ArchiveReader>(new ArchiveReader(std::move(archive), std::move(entries), fileSize));
 }
 
 const ArchiveEntry* ArchiveReader::Find(std::string_view utf8) const {
@@ -309,8 +317,9 @@ Result<void> ArchiveReader::Read(const ArchiveEntry& entry, InflateBudget& budge
     while (true) {
         const zip_int64_t read = zip_fread(file.get(), buffer, kChunkSize);
         if (read < 0) return ReadError(entry, zip_file_get_error(file.get()));
-        if (read == 0) return {};
+        if (read == 0) return CheckSize(entry, entryBytes);
         entryBytes += static_cast<std::uint64_t>(read);
+        if (entryBytes > entry.claimedSize) return CheckSize(entry, entryBytes);
         if (entryBytes > maxEntrySize) {
             return Error{u"entry " + Quoted(entry.name.Utf8()) + u" is larger than the cap of " +
                          DecimalText(maxEntrySize) + u" bytes"};
@@ -338,7 +347,10 @@ Result<std::string> ArchiveReader::ReadAll(const ArchiveEntry& entry, InflateBud
         const zip_int64_t read = zip_fread(file.get(), bytes.data() + used, wanted);
         if (read < 0) return ReadError(entry, zip_file_get_error(file.get()));
         bytes.resize(used + static_cast<std::size_t>(read));
-        if (read == 0) return bytes;
+        if (read == 0 || bytes.size() > entry.claimedSize) {
+            if (auto sized = CheckSize(entry, bytes.size()); !sized) return sized.TakeError();
+            return bytes;
+        }
         if (bytes.size() > maxEntrySize) {
             return Error{u"entry " + Quoted(entry.name.Utf8()) + u" is larger than the cap of " +
                          DecimalText(maxEntrySize) + u" bytes"};

@@ -20,6 +20,10 @@ struct ContainerLimits {
     // more than ratioFreeSize bytes; smaller entries cannot make a bomb.
     std::uint64_t maxCompressionRatio = 200;
     std::uint64_t ratioFreeSize = 1ull << 20;
+    // The same ratio holds for one operation's bytes against the whole package file, once
+    // more than totalRatioFreeSize bytes were inflated: many modest entries cannot add up
+    // to a bomb either.
+    std::uint64_t totalRatioFreeSize = 16ull << 20;
     // Bytes of one XML entry (manifest, metadata, root files).
     std::uint64_t maxXmlSize = 16ull << 20;
     // Package files up to this size are read into memory whole when opened, which is much

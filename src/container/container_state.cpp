@@ -58,7 +58,7 @@ bool NameIndex::Conflicts(std::string_view path) const {
 
 Result<void> ReadOwnEntries(ContainerState& state) {
     const ArchiveReader& reader = *state.reader;
-    InflateBudget budget(state.limits);
+    InflateBudget budget(state.limits, reader.FileSize());
     const ArchiveEntry* mimeType = reader.Find(Schema::kMimeTypeEntry);
     if (!mimeType) return Error{u"the package has no mimetype entry"};
     auto mimeBytes = reader.ReadAll(*mimeType, budget, kMaxMimeTypeSize);

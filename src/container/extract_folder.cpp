@@ -10,6 +10,7 @@
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -59,16 +60,16 @@ Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, con
                           InflateBudget& budget, std::uint64_t maxEntrySize) {
     const CString path = NativePath(root, item.relative);
     if (item.entry->name.IsFolder()) {
-        if (!SystemIO::Folder::EnsureExists(path)) return Error{u"cannot create the folder " + path};
+        if (!SystemIO::Folder::EnsureExists(path)) return SystemError(u"cannot create the folder " + path);
         return {};
     }
     if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(path))) {
-        return Error{u"cannot create the folder of " + path};
+        return SystemError(u"cannot create the folder of " + path);
     }
     std::shared_ptr<OvxUtils::Stream> stream = OvxUtils::FileStream::Create(path);
-    if (!stream) return Error{u"cannot create " + path};
+    if (!stream) return SystemError(u"cannot create " + path);
     auto read = reader.Read(*item.entry, budget, maxEntrySize, [&](std::string_view chunk) -> Result<void> {
-        if (!stream->Write(chunk.data(), chunk.size())) return Error{u"cannot write " + path};
+        if (!stream->Write(chunk.data(), chunk.size())) return SystemError(u"cannot write " + path);
         return {};
     });
     stream.reset();
@@ -97,9 +98,15 @@ Result<void> ExtractFolder(const ZipContainer& container, const CString& folderN
         return Error{u"the package claims more than the cap of " + DecimalText(limits.maxTotalSize) + u" bytes"};
     }
 
+    const std::uint64_t ratio = std::max<std::uint64_t>(limits.maxCompressionRatio, 1);
+    const std::uint64_t fileSize = std::max<std::uint64_t>(reader->FileSize(), 1);
+    if (claimed > limits.totalRatioFreeSize && fileSize <= UINT64_MAX / ratio && claimed > fileSize * ratio) {
+        return Error{u"the package claims more than " + DecimalText(ratio) + u" times its own size"};
+    }
+
     auto staging = StagingFolder::Create(targetFolder);
     if (!staging) return staging.TakeError();
-    InflateBudget budget(limits);
+    InflateBudget budget(limits, reader->FileSize());
     for (const Selected& item : *selected) {
         if (auto extracted = ExtractEntry(*reader, item, (*staging)->Path(), budget, limits.maxTotalSize); !extracted) {
             return extracted;

@@ -13,7 +13,9 @@ namespace VdcContainer {
 
 class InflateBudget {
 public:
-    explicit InflateBudget(const ContainerLimits& limits) : m_limits(limits) {}
+    // packageSize: the bytes of the package file that all of the operation's reads come from.
+    InflateBudget(const ContainerLimits& limits, std::uint64_t packageSize)
+        : m_limits(limits), m_packageSize(packageSize) {}
 
     // Accounts for chunk more bytes of entry, which has inflated entryBytes in all so far.
     Result<void> Add(const ArchiveEntry& entry, std::uint64_t entryBytes, std::size_t chunk);
@@ -21,6 +23,7 @@ public:
 
 private:
     ContainerLimits m_limits;
+    std::uint64_t m_packageSize = 0;
     std::uint64_t m_total = 0;
 };
 

@@ -23,6 +23,10 @@ std::optional<std::uint64_t> RegularFileSize(std::FILE* file) {
     return static_cast<std::uint64_t>(status.st_size);
 }
 
+bool ReadAt(std::FILE* file, std::uint64_t offset, std::size_t count, char* out) {
+    return ::_fseeki64(file, static_cast<__int64>(offset), SEEK_SET) == 0 && std::fread(out, 1, count, file) == count;
+}
+
 bool Move(const CString& from, const CString& to) {
     return ::MoveFileExW(ToWin32Path(from).GetString(), ToWin32Path(to).GetString(), MOVEFILE_REPLACE_EXISTING) != 0;
 }

@@ -7,6 +7,7 @@
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
 
 #include <algorithm>
 
@@ -148,7 +149,7 @@ Result<std::string> ZipContainer::ReadEntry(const CString& name) const {
     if (const auto pending = m_impl->rootFileXml.find(name); pending != m_impl->rootFileXml.end()) return pending->second;
     const ArchiveEntry* entry = m_impl->reader ? m_impl->reader->Find(name.ToUtf8()) : nullptr;
     if (!entry) return Error{u"entry " + Quoted(name) + u" does not exist"};
-    InflateBudget budget(m_impl->limits);
+    InflateBudget budget(m_impl->limits, m_impl->reader->FileSize());
     return m_impl->reader->ReadAll(*entry, budget, m_impl->limits.maxTotalSize);
 }
 
@@ -160,7 +161,7 @@ Result<std::unique_ptr<XmlNS::Document>> ZipContainer::ReadXml(const CString& na
     } else {
         const ArchiveEntry* entry = m_impl->reader ? m_impl->reader->Find(name.ToUtf8()) : nullptr;
         if (!entry) return Error{u"entry " + Quoted(name) + u" does not exist"};
-        InflateBudget budget(m_impl->limits);
+        InflateBudget budget(m_impl->limits, m_impl->reader->FileSize());
         auto read = m_impl->reader->ReadAll(*entry, budget, m_impl->limits.maxXmlSize);
         if (!read) return read.TakeError();
         bytes = std::move(*read);
@@ -207,7 +208,7 @@ Result<void> ZipContainer::Save() {
     } else {
         // The archive being copied from is the file to replace: write beside it, close it,
         // then move the new archive over it.
-        const CString temporary = impl.path + u".ovx-saving";
+        const CString temporary = SystemIO::TemporaryName::Beside(impl.path, SystemIO::TemporaryName::kSaving);
         SystemIO::File::Delete(temporary);
         if (auto written = WriteArchive(temporary, impl.reader->Archive(), *items, impl.reproducible); !written) {
             SystemIO::File::Delete(temporary);
@@ -245,7 +246,8 @@ Result<ZipContainer> ZipContainer::Clone(const CString& path, const PathResolver
     if (m_impl->modified) return Error{u"the container has changes that are not saved"};
     const CString target = resolver.Resolve(path);
     if (target == m_impl->path) return Error{u"a package cannot be cloned onto itself"};
-    if (!SystemIO::File::Copy(m_impl->path, target, true)) return Error{u"cannot copy the package to " + target};
+    // The copy appears under its name complete or not at all.
+    if (auto copied = SystemIO::File::CopyAtomically(m_impl->path, target); !copied) return copied.TakeError();
     return Open(target, ZipFile::OpenMode::ReadOnly, m_impl->limits);
 }
 

@@ -127,7 +127,16 @@ const std::vector<HostileCase> kCases = {
          OvxTest::PatchCompressedSize(zip, "content/a.txt", 0x7FFFFFFF);
          return zip;
      },
-     u"entry \"content/a.txt\" is damaged: it claims more data than the file holds"},
+     u"the archive is damaged: entry \"content/a.txt\" has data that runs into the directory"},
+    {"OverlappingEntries",
+     [] {
+         ZipBuilder builder = ZipBuilder::Package();
+         for (int i = 0; i < 3; ++i) builder.Add("content/" + std::to_string(i), Noise(1000));
+         std::string zip = builder.Build();
+         for (int i = 1; i < 3; ++i) OvxTest::PatchLocalOffset(zip, "content/" + std::to_string(i), "content/0");
+         return zip;
+     },
+     u"the archive is damaged: entries \"content/0\" and \"content/1\" share data"},
     {"Encrypted",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
@@ -146,16 +155,16 @@ const std::vector<HostileCase> kCases = {
          OvxTest::PatchUncompressedSize(zip, "content/bomb.bin", 1000);
          return zip;
      },
-     u"entry \"content/bomb.bin\" inflates to more than 200 times its compressed size", Stage::Extract},
-    {"TotalSizeWithLyingHeaders",
+     u"entry \"content/bomb.bin\" is damaged: its data inflates to more than the 1000 bytes its header states",
+     Stage::Extract},
+    {"ManyModestEntriesOverTheTotalRatio",
      [] {
-         std::string zip = ZipBuilder::Package().Add("content/a.bin", Noise(700'000)).Add("content/b.bin", Noise(700'000)).Build();
-         OvxTest::PatchUncompressedSize(zip, "content/a.bin", 100);
-         OvxTest::PatchUncompressedSize(zip, "content/b.bin", 100);
-         return zip;
+         ZipBuilder builder = ZipBuilder::Package();
+         for (int i = 0; i < 40; ++i) builder.Add("content/" + std::to_string(i), std::string(100'000, 'z'));
+         return builder.Build();
      },
-     u"the package inflates to more than the cap of 1048576 bytes", Stage::Extract,
-     Limits([](ContainerLimits& l) { l.maxTotalSize = 1 << 20; })},
+     u"the package claims more than 200 times its own size", Stage::Extract,
+     Limits([](ContainerLimits& l) { l.totalRatioFreeSize = 1 << 20; })},
     {"ClaimedSizeOverCap", [] { return ZipBuilder::Package().Add("content/a.bin", Noise(2 << 20)).Build(); },
      u"the package claims more than the cap of 1048576 bytes", Stage::Extract,
      Limits([](ContainerLimits& l) { l.maxTotalSize = 1 << 20; })},

@@ -112,6 +112,16 @@ void PatchCompressedSize(std::string& zip, std::string_view name, std::uint32_t 
     for (const Header& header : HeadersOf(zip, name)) Put32(zip, header.offset + (header.central ? 20 : 18), size);
 }
 
+void PatchLocalOffset(std::string& zip, std::string_view name, std::string_view sharedWith) {
+    std::size_t local = 0;
+    for (const Header& header : HeadersOf(zip, sharedWith)) {
+        if (!header.central) local = header.offset;
+    }
+    for (const Header& header : HeadersOf(zip, name)) {
+        if (header.central) Put32(zip, header.offset + 42, static_cast<std::uint32_t>(local));
+    }
+}
+
 void PatchFlags(std::string& zip, std::string_view name, std::uint16_t flags) {
     for (const Header& header : HeadersOf(zip, name)) {
         const std::size_t at = header.offset + (header.central ? 8 : 6);

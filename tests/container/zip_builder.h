@@ -38,6 +38,8 @@ void PatchName(std::string& zip, std::string_view from, std::string_view to);  /
 void PatchUncompressedSize(std::string& zip, std::string_view name, std::uint32_t size);
 void PatchCompressedSize(std::string& zip, std::string_view name, std::uint32_t size);
 void PatchCrc(std::string& zip, std::string_view name, std::uint32_t crc);
+// Points the central header of name at the local header (and so the data) of sharedWith.
+void PatchLocalOffset(std::string& zip, std::string_view name, std::string_view sharedWith);
 // Sets the general purpose flag bits (bit 0: encrypted).
 void PatchFlags(std::string& zip, std::string_view name, std::uint16_t flags);
 // Sets the entry counts of the end of central directory record.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/cstring.h"
+#include "platform/result.h"
 
 #include <cstdint>
 #include <optional>
@@ -23,6 +24,13 @@ OVX_API bool Delete(const CString& path);
 // file. Without overwrite an existing target fails and stays as it was; copying a file
 // onto itself fails.
 OVX_API bool Copy(const CString& from, const CString& to, bool overwrite);
+
+// Copies from to a temporary name beside to, flushes the copy to the disk and renames it
+// over to in one step, so that whatever happens meanwhile, to is either what it was or
+// the complete copy. Keeps the last write time. Only a regular file is copied: a pipe,
+// socket or device is refused without being opened for long. The error names the step
+// that failed and the system's reason.
+OVX_API Result<void> CopyAtomically(const CString& from, const CString& to);
 
 // Full paths of the files called name (compared with CString::CompareNoCase) in folder
 // and, with recursive, in all its subfolders, in Folder::Visit order.

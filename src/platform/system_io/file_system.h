@@ -37,4 +37,8 @@ bool CreateFolder(const CString& path);
 // when read-only); true when nothing is at path afterwards.
 bool RemoveEntry(const CString& path);
 
+// Renames a file, link or folder without following links; a file at to is replaced, a
+// folder at to is not. True on success; the system's error is left for LastSystemError.
+bool MoveEntry(const CString& from, const CString& to);
+
 }  // namespace OvxUtils::SystemIO::Detail

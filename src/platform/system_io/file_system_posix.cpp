@@ -5,6 +5,7 @@
 #include "platform/system_io/file_system.h"
 #include "platform/system_io/path.h"
 #include "platform/system_io/posix_io.h"
+#include "platform/system_io/temporary_name.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -33,6 +34,33 @@ Detail::EntryType TypeOf(const struct stat& st) {
     if (S_ISREG(st.st_mode)) return Detail::EntryType::File;
     if (S_ISDIR(st.st_mode)) return Detail::EntryType::Folder;
     return Detail::EntryType::Other;
+}
+
+// Opens a file for reading and tells what it is. The open does not wait (a pipe with no
+// writer would block it for ever), and what it is is read from the open descriptor, so
+// nothing can be swapped in between. A regular file is then read in the usual blocking way.
+Detail::UniqueFd OpenForReading(const CString& path, struct stat& st) {
+    Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY | O_NONBLOCK);
+    if (!fd.IsValid()) return fd;
+    if (::fstat(fd.Get(), &st) != 0) return Detail::UniqueFd();
+    if (S_ISREG(st.st_mode)) ::fcntl(fd.Get(), F_SETFL, ::fcntl(fd.Get(), F_GETFL) & ~O_NONBLOCK);
+    return fd;
+}
+
+// Copies the rest of source into target, then its mode and last write time; false with
+// errno set on the first failure.
+bool CopyContent(int source, int target, const struct stat& sourceStat) {
+    constexpr std::size_t kChunk = 128 * 1024;
+    auto buffer = std::make_unique_for_overwrite<char[]>(kChunk);
+    for (;;) {
+        const ssize_t got = ::read(source, buffer.get(), kChunk);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return false;
+        if (got == 0) break;
+        if (!Detail::WriteAll(target, buffer.get(), static_cast<std::size_t>(got))) return false;
+    }
+    const struct timespec times[2] = {{0, UTIME_OMIT}, sourceStat.st_mtim};
+    return ::fchmod(target, sourceStat.st_mode & 07777) == 0 && ::futimens(target, times) == 0;
 }
 
 }  // namespace
@@ -101,6 +129,10 @@ bool CreateFolder(const CString& path) {
     return errno == EEXIST && GetEntryInfo(path).type == EntryType::Folder;
 }
 
+bool MoveEntry(const CString& from, const CString& to) {
+    return ::rename(from.ToUtf8().c_str(), to.ToUtf8().c_str()) == 0;
+}
+
 bool RemoveEntry(const CString& path) {
     const std::string native = path.ToUtf8();
     struct stat st {};
@@ -114,11 +146,9 @@ bool RemoveEntry(const CString& path) {
 namespace File {
 
 bool Copy(const CString& from, const CString& to, bool overwrite) {
-    const Detail::UniqueFd source = Detail::OpenFd(from, O_RDONLY);
     struct stat sourceStat {};
-    if (!source.IsValid() || ::fstat(source.Get(), &sourceStat) != 0 || !S_ISREG(sourceStat.st_mode)) {
-        return false;
-    }
+    const Detail::UniqueFd source = OpenForReading(from, sourceStat);
+    if (!source.IsValid() || !S_ISREG(sourceStat.st_mode)) return false;
     struct stat targetStat {};
     if (StatPath(to, targetStat) && targetStat.st_dev == sourceStat.st_dev &&
         targetStat.st_ino == sourceStat.st_ino) {
@@ -128,25 +158,32 @@ bool Copy(const CString& from, const CString& to, bool overwrite) {
     const Detail::UniqueFd target =
         Detail::OpenFd(to, O_WRONLY | O_CREAT | (overwrite ? O_TRUNC : O_EXCL), mode);
     if (!target.IsValid()) return false;
-
-    auto buffer = std::make_unique<char[]>(128 * 1024);
-    bool ok = true;
-    for (;;) {
-        const ssize_t got = ::read(source.Get(), buffer.get(), 128 * 1024);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) {
-            ok = got == 0;
-            break;
-        }
-        if (!Detail::WriteAll(target.Get(), buffer.get(), static_cast<std::size_t>(got))) {
-            ok = false;
-            break;
-        }
-    }
-    const struct timespec times[2] = {{0, UTIME_OMIT}, sourceStat.st_mtim};
-    ok = ok && ::fchmod(target.Get(), static_cast<mode_t>(mode)) == 0 && ::futimens(target.Get(), times) == 0;
+    const bool ok = CopyContent(source.Get(), target.Get(), sourceStat);
     if (!ok) ::unlink(to.ToUtf8().c_str());
     return ok;
+}
+
+Result<void> CopyAtomically(const CString& from, const CString& to) {
+    struct stat sourceStat {};
+    const Detail::UniqueFd source = OpenForReading(from, sourceStat);
+    if (!source.IsValid()) return SystemError(u"cannot read " + from);
+    if (!S_ISREG(sourceStat.st_mode)) return Error{from + u" is not a regular file"};
+    const CString temporary = TemporaryName::Beside(to, TemporaryName::kWriting);
+    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, 0600);
+    if (!target.IsValid()) return SystemError(u"cannot create " + temporary);
+    const auto fail = [&](const CString& what) {
+        const Error error = SystemError(what);
+        ::unlink(temporary.ToUtf8().c_str());
+        return error;
+    };
+    if (!CopyContent(source.Get(), target.Get(), sourceStat)) return fail(u"cannot write " + temporary);
+    if (::fsync(target.Get()) != 0) return fail(u"cannot flush " + temporary);
+    if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);
+    if (::rename(temporary.ToUtf8().c_str(), to.ToUtf8().c_str()) != 0) return fail(u"cannot rename the copy to " + to);
+    // The rename itself is durable once the folder is flushed.
+    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetFolderName(to), O_RDONLY | O_DIRECTORY);
+    if (folder.IsValid()) ::fsync(folder.Get());
+    return {};
 }
 
 std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {

@@ -3,6 +3,7 @@
 #include "platform/system_io/file.h"
 #include "platform/system_io/file_system.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
 #include "platform/system_io/win32_io.h"
 
 #include <algorithm>
@@ -132,6 +133,12 @@ bool CreateFolder(const CString& path) {
     return ::GetLastError() == ERROR_ALREADY_EXISTS && GetEntryInfo(path).type == EntryType::Folder;
 }
 
+bool MoveEntry(const CString& from, const CString& to) {
+    const bool isFolder = GetEntryInfo(from).type == EntryType::Folder;
+    return ::MoveFileExW(ToWin32Path(from).GetString(), ToWin32Path(to).GetString(),
+                         isFolder ? 0 : MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+
 bool RemoveEntry(const CString& path) {
     const CString native = ToWin32Path(path);
     const DWORD attributes = ::GetFileAttributesW(native.GetString());
@@ -160,6 +167,30 @@ bool Copy(const CString& from, const CString& to, bool overwrite) {
     if (IsSameFile(from, to)) return false;
     return ::CopyFileW(Detail::ToWin32Path(from).GetString(), Detail::ToWin32Path(to).GetString(),
                        overwrite ? FALSE : TRUE) != FALSE;
+}
+
+Result<void> CopyAtomically(const CString& from, const CString& to) {
+    const UniqueFileHandle source = Open(from, GENERIC_READ, kShareAll, OPEN_EXISTING, 0);
+    if (!source.IsValid()) return SystemError(u"cannot read " + from);
+    if (::GetFileType(source.Get()) != FILE_TYPE_DISK) return Error{from + u" is not a regular file"};
+    const CString temporary = TemporaryName::Beside(to, TemporaryName::kWriting);
+    const auto fail = [&](const CString& what) {
+        const Error error = SystemError(what);
+        Detail::RemoveEntry(temporary);
+        return error;
+    };
+    if (!::CopyFileW(Detail::ToWin32Path(from).GetString(), Detail::ToWin32Path(temporary).GetString(), TRUE)) {
+        return fail(u"cannot write " + temporary);
+    }
+    {
+        const UniqueFileHandle copy = Open(temporary, GENERIC_WRITE, 0, OPEN_EXISTING, 0);
+        if (!copy.IsValid() || !::FlushFileBuffers(copy.Get())) return fail(u"cannot flush " + temporary);
+    }
+    if (!::MoveFileExW(Detail::ToWin32Path(temporary).GetString(), Detail::ToWin32Path(to).GetString(),
+                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        return fail(u"cannot rename the copy to " + to);
+    }
+    return {};
 }
 
 std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {

@@ -3,6 +3,7 @@
 
 #include "platform/system_io/file_system.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
 
 #include <algorithm>
 #include <utility>
@@ -48,17 +49,18 @@ CString WithoutTrailingSeparators(const CString& path) {
     return out;
 }
 
-bool DeleteContent(const CString& folder) {
+// Removes everything under folder. Every entry is tried; the first failure is kept.
+void DeleteContent(const CString& folder, Result<void>& outcome) {
     std::vector<std::pair<CString, bool>> entries;
-    bool ok = Visit(folder, false, [&](const CString& path, bool isFolder) {
+    const bool read = Visit(folder, false, [&](const CString& path, bool isFolder) {
         entries.emplace_back(path, isFolder);
         return true;
     });
+    if (!read && outcome) outcome = SystemError(u"cannot read the folder " + folder);
     for (const auto& [path, isFolder] : entries) {
-        if (isFolder && !Detail::GetEntryInfo(path).isLink) ok = DeleteContent(path) && ok;
-        ok = Detail::RemoveEntry(path) && ok;
+        if (isFolder && !Detail::GetEntryInfo(path).isLink) DeleteContent(path, outcome);
+        if (!Detail::RemoveEntry(path) && outcome) outcome = SystemError(u"cannot delete " + path);
     }
-    return ok;
 }
 
 }  // namespace
@@ -80,17 +82,34 @@ bool EnsureExists(const CString& path) {
 }
 
 bool DeleteRecursive(const CString& folder, bool deleteFolderItself) {
+    if (deleteFolderItself) return DeleteTree(folder).HasValue();
     const Detail::EntryInfo info = Detail::GetEntryInfo(folder);
-    if (info.isLink && deleteFolderItself) return Detail::RemoveEntry(folder);
     if (info.type == Detail::EntryType::None) return true;
     if (info.type != Detail::EntryType::Folder) return false;
-    bool ok = DeleteContent(folder);
-    if (deleteFolderItself) return Detail::RemoveEntry(folder) && ok;
+    Result<void> outcome;
+    DeleteContent(folder, outcome);
     // Removing a subfolder fails when anything is left in it; at the top only a second
     // look shows an entry whose name could not be removed (see file_system_posix.cpp).
     bool empty = true;
     const bool read = Visit(folder, false, [&](const CString&, bool) { return empty = false; });
-    return ok && read && empty;
+    return outcome && read && empty;
+}
+
+Result<void> DeleteTree(const CString& folder) {
+    const Detail::EntryInfo info = Detail::GetEntryInfo(folder);
+    if (info.isLink) {
+        if (Detail::RemoveEntry(folder)) return {};
+        return SystemError(u"cannot delete the link " + folder);
+    }
+    if (info.type == Detail::EntryType::None) return {};
+    if (info.type != Detail::EntryType::Folder) return Error{folder + u" is not a folder"};
+    const CString target = WithoutTrailingSeparators(folder);
+    const CString renamed = TemporaryName::Beside(target, TemporaryName::kDeleting);
+    const CString doomed = Detail::MoveEntry(target, renamed) ? renamed : target;
+    Result<void> outcome;
+    DeleteContent(doomed, outcome);
+    if (!Detail::RemoveEntry(doomed) && outcome) outcome = SystemError(u"cannot delete " + doomed);
+    return outcome;
 }
 
 std::vector<CString> GetFiles(const CString& path, bool recursive) {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/cstring.h"
+#include "platform/result.h"
 
 #include <functional>
 #include <vector>
@@ -18,12 +19,21 @@ OVX_API bool Exists(const CString& path);
 // Creates every missing level; true when the folder exists afterwards.
 OVX_API bool EnsureExists(const CString& path);
 
-// Deletes everything under folder and, with deleteFolderItself, the folder too. Links
+// Deletes everything under folder and, with deleteFolderItself, the folder too (then as
+// DeleteTree does). Links
 // inside are removed without touching their targets; on Windows read-only entries are
 // deleted as well. A missing folder counts as deleted (true). When folder is itself a
 // link, deleteFolderItself removes only the link, otherwise the content of its target is
 // deleted. False when anything that should be gone remains.
 OVX_API bool DeleteRecursive(const CString& folder, bool deleteFolderItself);
+
+// Deletes folder and everything under it in two steps: the folder is first renamed to a
+// temporary name beside it (TemporaryName), so that it leaves its place at once, then the
+// renamed tree is deleted; a crash in between leaves only a tree that a start-up sweep
+// recognises. When the rename is refused the folder is deleted where it is. A missing
+// folder counts as deleted; a link is removed without touching its target. The error
+// names the first entry that could not be deleted and the system's reason.
+OVX_API Result<void> DeleteTree(const CString& folder);
 
 // Full paths, in Visit order.
 OVX_API std::vector<CString> GetFiles(const CString& path, bool recursive);

@@ -24,6 +24,8 @@ public:
 
     bool IsValid() const { return m_fd >= 0; }
     int Get() const { return m_fd; }
+    // Gives up ownership without closing.
+    int Release() { return std::exchange(m_fd, -1); }
     void Reset(int fd = -1) {
         if (m_fd >= 0) ::close(m_fd);
         m_fd = fd;
