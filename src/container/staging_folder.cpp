@@ -2,11 +2,11 @@
 #include "container/staging_folder.h"
 
 #include "container/native_io.h"
-#include "platform/guid.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/file_system.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
 
 namespace VdcContainer {
 
@@ -53,8 +53,7 @@ Result<std::unique_ptr<StagingFolder>> StagingFolder::Create(const CString& targ
         for (const CString& created : createdParents) SystemIO::Detail::RemoveEntry(created);
         return Error{u"cannot create the folder " + parent};
     }
-    CString hex = OvxUtils::Guid::Generate().ToString().Mid(1, 8);
-    const CString staging = SystemIO::Path::Combine(parent, u"." + name + u".partial-" + hex);
+    const CString staging = SystemIO::TemporaryName::Beside(folder, SystemIO::TemporaryName::kPartial);
     std::unique_ptr<StagingFolder> result(new StagingFolder(folder, staging, std::move(createdParents)));
     if (!SystemIO::Detail::CreateFolder(staging)) return Error{u"cannot create a folder beside " + target};
     return result;

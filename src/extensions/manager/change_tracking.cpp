@@ -58,6 +58,7 @@ void ExtensionManagerImpl::TrackSourceFolders() {
 
 void ExtensionManagerImpl::Rescan(const CString& folder) {
     log.Information(CString(kManagerSubject), u"changes detected, scanning for changes");
+    SweepDebrisOnce();
     for (const CString& path : SystemIO::Folder::GetFiles(folder, true)) {
         if (!IsPackageFile(path)) continue;
         log.Information(path, u"should I load?");
@@ -118,7 +119,11 @@ UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& docume
         }
     }
     if (!SystemIO::Folder::Exists(extensionFolder)) return Error{log.Warning(documentId, u"Extension not found")};
-    if (!SystemIO::Folder::DeleteRecursive(extensionFolder, true)) return Error{log.Write(kCannotDeleteData, documentId)};
+    if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
+        const CString text = log.Write(kCannotDeleteData, documentId);
+        log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
+        return Error{text};
+    }
     log.Information(documentId, u"unload successful");
     return UnloadResult::Unloaded;
 }

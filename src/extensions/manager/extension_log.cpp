@@ -105,6 +105,14 @@ CString ExtensionLog::Write(const GuidMessage& message, const OvxUtils::Guid& gu
     return text;
 }
 
+void ExtensionLog::Reason(ExtensionLogLevel level, const CString& name, const CString& cause) {
+    if (!cause.IsEmpty()) WriteByName(level, name, CString(LogMessages::kReasonPrefix) + cause);
+}
+
+void ExtensionLog::Reason(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& cause) {
+    if (!cause.IsEmpty()) WriteByGuid(level, guid, CString(LogMessages::kReasonPrefix) + cause);
+}
+
 CString ExtensionLog::Error(const CString& name, const CString& text) {
     WriteByName(ExtensionLogLevel::Error, name, text);
     return text;

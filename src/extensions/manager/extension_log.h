@@ -49,6 +49,11 @@ public:
     CString Warning(const OvxUtils::Guid& guid, const CString& text);
     CString Information(const OvxUtils::Guid& guid, const CString& text);
 
+    // The cause of the refusal just logged under the same subject, at that line's level:
+    // kReasonPrefix + cause. Nothing is written for an empty cause.
+    void Reason(ExtensionLogLevel level, const CString& name, const CString& cause);
+    void Reason(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& cause);
+
     // Records that name and guid denote one extension; each pairing is logged once under
     // each of the two subjects.
     void Associate(const CString& name, const OvxUtils::Guid& guid);

@@ -109,5 +109,24 @@ inline constexpr GuidMessage kCannotDeleteData{u"Cannot delete extension data", 
 // Shutdown.
 inline constexpr NameMessage kUnloadingEverything{u"unloading everything", ExtensionLogLevel::Information};
 
+// The cause of a refusal, written right after the refusal's own line, under its subject
+// and at its level: kReasonPrefix + the cause.
+inline constexpr std::u16string_view kReasonPrefix = u"reason: ";
+
+// Repairs of the install state, made once per start (and when a version proves unusable).
+inline constexpr NameMessage kRemovedDebris{
+    u"repair: deleted what an interrupted install or removal left behind", ExtensionLogLevel::Information};
+inline constexpr NameMessage kCannotRemoveDebris{
+    u"repair: cannot delete what an interrupted install or removal left behind", ExtensionLogLevel::Warning};
+inline constexpr NameMessage kExtractedAgain{
+    u"repair: unpacked files were missing or incomplete; extracted them again from the installed copy",
+    ExtensionLogLevel::Warning};
+inline constexpr NameMessage kCannotExtractAgain{
+    u"repair: unpacked files are missing or incomplete and cannot be extracted again; this version is not loaded",
+    ExtensionLogLevel::Error};
+inline constexpr NameMessage kClearedUnusableVersion{
+    u"repair: deleted this version, which has no usable installed copy, so that its package is unpacked again",
+    ExtensionLogLevel::Warning};
+
 }  // namespace LogMessages
 }  // namespace OvxComponent

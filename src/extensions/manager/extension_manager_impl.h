@@ -11,6 +11,7 @@
 //   ui_resource_visiting.cpp    UI modification and resource callbacks
 //   initial_loading.cpp         the start-up pass, verification and the source scan
 //   change_tracking.cpp         tracking source folders, rescans and removal
+// and the repair of the install state after a crash is in install_repair.cpp.
 // The class is exported so that tests and hosts with special needs can drive the steps
 // that the interface runs as a whole.
 #pragma once
@@ -108,12 +109,16 @@ public:
     // The start-up pass and the scans.
     void RunInitialLoadingPass();
     // An unpacked extension found below the platform folder; no container when its
-    // installed copy is missing.
+    // installed copy is missing or unusable (it does not open, or its unpacked files are
+    // incomplete and cannot be extracted again).
     struct UnpackedCandidate {
         CString folder;
         OpenedPackage package;
+        bool unusable = false;  // the installed copy is there but cannot be loaded from
     };
     // With skipLoaded, extensions that are loaded now are left out without being opened.
+    // The first scan of the manager's life also repairs: it sweeps the debris of
+    // interrupted work and extracts again the unpacked folders that are incomplete.
     std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded = false);
     std::vector<OpenedPackage> ScanSourceFolders();
 
@@ -128,6 +133,8 @@ public:
 private:
     static void RemoveInstaller(const std::weak_ptr<ExtensionManagerImpl>& manager, const std::set<CString>& mimeTypes,
                                 const std::shared_ptr<const IExtensionInstaller>& installer);
+    // Deletes, once per manager, what interrupted work left below the platform folder.
+    void SweepDebrisOnce();
     // Calls the failure notifier when failures are recorded; any thread.
     void NotifyFailures();
     const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) const;
@@ -154,6 +161,9 @@ private:
     ResourceLoader resourceLoader;
     std::vector<CString> addonNames;
     ExtensionLog log;
+    // The repair of what a crash may have left runs once, at the first scan.
+    bool debrisSwept = false;
+    bool unpackedFilesChecked = false;
 };
 
 }  // namespace OvxComponent

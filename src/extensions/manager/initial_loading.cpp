@@ -3,11 +3,13 @@
 #include "extensions/manager/extension_manager_impl.h"
 
 #include "extensions/manager/install_layout.h"
+#include "extensions/manager/install_repair.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace OvxComponent {
 
@@ -29,7 +31,9 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     std::optional<std::size_t> previousCount;
     while (true) {
         std::vector<UnpackedCandidate> candidates = VerifyUnpacked(true);
+        // An unusable installed copy has said why already; FinishLoading reports it.
         std::erase_if(candidates, [this](const UnpackedCandidate& candidate) {
+            if (candidate.unusable) return true;
             const ExtensionContainerInfo* info = InfoOf(candidate.package);
             return info != nullptr && FindExtension(info->GetDocumentID()).has_value();
         });
@@ -60,9 +64,17 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     NotifyFailures();
 }
 
+void ExtensionManagerImpl::SweepDebrisOnce() {
+    if (debrisSwept) return;
+    debrisSwept = true;
+    InstallRepair::SweepDebris(log, platformFolder);
+}
+
 std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded) {
     std::vector<UnpackedCandidate> verified;
     if (!SystemIO::Folder::Exists(platformFolder)) return verified;
+    SweepDebrisOnce();
+    const bool checkFiles = !std::exchange(unpackedFilesChecked, true);
     for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(platformFolder, false)) {
         const CString folderName = SystemIO::Path::GetFileName(extensionFolder);
         const std::optional<OvxUtils::Guid> folderId = OvxUtils::Guid::FromString(folderName);
@@ -80,7 +92,10 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
                 continue;
             }
             auto installed = OpenPackage(copy.installedCopy);
-            if (!installed) continue;
+            if (!installed) {
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
+                continue;
+            }
             const ExtensionContainerInfo& info = *InfoOf(*installed);
             bool mismatch = false;
             if (info.GetDocumentID().ToString() != folderName) {
@@ -92,6 +107,16 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
                 mismatch = true;
             }
             if (mismatch) continue;
+            if (checkFiles && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder)) {
+                if (auto extracted = InstallRepair::ExtractAgain(installed->container->Container(), unpackedFolder);
+                    !extracted) {
+                    log.Write(kCannotExtractAgain, unpackedFolder);
+                    log.Reason(kCannotExtractAgain.level, unpackedFolder, extracted.ErrorText());
+                    verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
+                    continue;
+                }
+                log.Write(kExtractedAgain, unpackedFolder);
+            }
             log.Associate(unpackedFolder, info.GetDocumentID());
             installed->path = unpackedFolder;
             verified.push_back({unpackedFolder, std::move(*installed)});
@@ -106,6 +131,12 @@ void ExtensionManagerImpl::FinishLoading() {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr) {
             log.Write(kCouldNotUnpack, candidate.folder);
+            // Its source package, when there is one, is then unpacked afresh by a rescan.
+            if (auto cleared = InstallRepair::DeleteVersion(SystemIO::Path::GetFolderName(candidate.folder))) {
+                log.Write(kClearedUnusableVersion, candidate.folder);
+            } else {
+                log.Reason(kCouldNotUnpack.level, candidate.folder, cleared.ErrorText());
+            }
             continue;
         }
         const OvxUtils::Guid documentId = info->GetDocumentID();

@@ -26,7 +26,11 @@ VdcContainer::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& lo
         log.Write(kOpening, info->GetDocumentID());
         return info;
     }
-    if (package.path) return Error{log.Write(kNoValidInfo, *package.path)};
+    if (package.path) {
+        const CString text = log.Write(kNoValidInfo, *package.path);
+        if (package.container) log.Reason(kNoValidInfo.level, *package.path, package.container->GetInfoError());
+        return Error{text};
+    }
     return Error{log.Write(kWithoutInfo, CString(kManagerSubject))};
 }
 
@@ -34,10 +38,15 @@ VdcContainer::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& lo
 
 OpenResult ExtensionManagerImpl::OpenPackage(const CString& path) {
     log.Write(kOpeningPackage, path);
-    const auto cannotOpen = [&] { return Error{log.Information(path, u"Cannot open " + path + u" as an extension")}; };
-    if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen();
+    const auto cannotOpen = [&](const CString& reason) {
+        const CString text = log.Information(path, u"Cannot open " + path + u" as an extension");
+        log.Reason(ExtensionLogLevel::Information, path, reason);
+        return Error{text};
+    };
+    // A name without the package extension is refused without touching the file.
+    if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen(CString());
     auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
-    if (!opened) return cannotOpen();
+    if (!opened) return cannotOpen(opened.ErrorText());
 
     OpenedPackage package{std::make_shared<ExtensionContainer>(std::move(*opened)), path};
     if (const ExtensionContainerInfo* info = package.container->GetInfo();
@@ -92,23 +101,33 @@ OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CStr
     // Every version of the extension that is there goes, older and equal ones alike.
     const CString extensionFolder = InstallLayout::ExtensionFolder(platformFolder, documentId);
     if (SystemIO::Folder::Exists(extensionFolder)) {
-        SystemIO::Folder::DeleteRecursive(extensionFolder, true);
+        static_cast<void>(SystemIO::Folder::DeleteTree(extensionFolder));  // what stays, the next steps meet
     } else if (SystemIO::File::Exists(extensionFolder)) {
         SystemIO::File::Delete(extensionFolder);
     }
     const CString versionFolder = InstallLayout::VersionFolder(platformFolder, documentId, info.GetVersion());
-    if (!SystemIO::Folder::EnsureExists(versionFolder)) return Error{log.Write(kCannotOpenUnpackLocation, documentId)};
+    if (!SystemIO::Folder::EnsureExists(versionFolder)) {
+        const OvxUtils::Error cause = OvxUtils::SystemError(u"cannot create " + versionFolder);
+        const CString text = log.Write(kCannotOpenUnpackLocation, documentId);
+        log.Reason(kCannotOpenUnpackLocation.level, documentId, cause.text);
+        return Error{text};
+    }
 
+    // Each step below appears in one rename: the installed copy complete or not at all,
+    // the unpacked folder likewise.
     const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
     if (auto clone = package.container->Clone(installedCopy)) {
         log.Write(kCloned, documentId);
         clone->Discard();  // a fresh copy holds nothing unsaved
     } else {
         log.Write(kCloneFailed, documentId);
+        log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
     }
     const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
-    if (!VdcContainer::ExtractFolder(*package.container, u"", unpackedFolder)) {
-        return Error{log.Write(kErrorWhenUnpacking, documentId)};
+    if (auto extracted = VdcContainer::ExtractFolder(*package.container, u"", unpackedFolder); !extracted) {
+        const CString text = log.Write(kErrorWhenUnpacking, documentId);
+        log.Reason(kErrorWhenUnpacking.level, documentId, extracted.ErrorText());
+        return Error{text};
     }
 
     auto installed = OpenPackage(installedCopy);

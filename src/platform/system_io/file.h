@@ -36,6 +36,9 @@ OVX_API Result<void> CopyAtomically(const CString& from, const CString& to);
 // and, with recursive, in all its subfolders, in Folder::Visit order.
 OVX_API std::vector<CString> Find(const CString& folder, const CString& name, bool recursive);
 
+// Size in bytes of a file (after following a link); no value for a folder or a missing file.
+OVX_API std::optional<std::uint64_t> GetSize(const CString& path);
+
 // Last write time of a file or folder in 100 ns ticks since 1601-01-01 UTC (the Windows
 // FILETIME scale, on every platform).
 OVX_API std::optional<std::uint64_t> GetLastWriteTime(const CString& path);

@@ -186,6 +186,12 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
     return {};
 }
 
+std::optional<std::uint64_t> GetSize(const CString& path) {
+    struct stat st {};
+    if (!StatPath(path, st) || S_ISDIR(st.st_mode)) return std::nullopt;
+    return static_cast<std::uint64_t>(st.st_size);
+}
+
 std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {
     struct stat st {};
     if (!StatPath(path, st)) return std::nullopt;

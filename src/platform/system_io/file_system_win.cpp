@@ -193,6 +193,15 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
     return {};
 }
 
+std::optional<std::uint64_t> GetSize(const CString& path) {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!::GetFileAttributesExW(Detail::ToWin32Path(path).GetString(), GetFileExInfoStandard, &data) ||
+        (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return std::nullopt;
+    }
+    return (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+}
+
 std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExW(Detail::ToWin32Path(path).GetString(), GetFileExInfoStandard, &data)) {

@@ -7,6 +7,15 @@
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
+#ifndef _WIN32
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#endif
+
+#include <cstdio>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -61,8 +70,36 @@ TEST_F(PackageUnpacking, OpenRefusesOtherFilesUnfitPackagesAndDamage) {
                             "(Information): \"" + U8(unfit) + "\" opening...",
                             "(Information): \"" + U8(unfit) + "\" " + U8(unfit) + " does not work on this system",
                             "(Information): \"" + U8(damaged) + "\" opening...",
-                            "(Information): \"" + U8(damaged) + "\" Cannot open " + U8(damaged) + " as an extension"));
+                            "(Information): \"" + U8(damaged) + "\" Cannot open " + U8(damaged) + " as an extension",
+                            "(Information): \"" + U8(damaged) + "\" reason: the file is not a ZIP archive, or it is truncated"));
     EXPECT_EQ(SystemIO::File::ReadAllBytes(zip), "not read");
+}
+
+// What is not a regular file is refused where the container opens it, with the reason, and
+// without waiting: a pipe with no writer would block a plain open for ever.
+TEST_F(PackageUnpacking, SpecialFilesNamedLikePackagesAreRefusedWithoutBlocking) {
+    std::vector<std::pair<CString, std::string>> cases = {
+        {host.temp / u"source/folder.OrvexExtension", "the path is a folder, not a file"}};
+    SystemIO::Folder::EnsureExists(cases[0].first);
+#ifndef _WIN32
+    const CString fifo = host.temp / u"source/fifo.OrvexExtension";
+    ASSERT_EQ(::mkfifo(U8(fifo).c_str(), 0600), 0);
+    cases.emplace_back(fifo, "the path is not a regular file but a pipe, socket or device");
+    const CString socketPath = host.temp / u"source/socket.OrvexExtension";
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof(address.sun_path), "%s", U8(socketPath).c_str());
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    cases.emplace_back(socketPath, "the path is not a regular file but a pipe, socket or device");
+#endif
+    for (const auto& [path, reason] : cases) {
+        EXPECT_EQ(manager->OpenPackage(path).ErrorText(), u"Cannot open " + path + u" as an extension");
+        EXPECT_THAT(host.TakeLines(), testing::Contains("(Information): \"" + U8(path) + "\" reason: " + reason));
+    }
+#ifndef _WIN32
+    ::close(listener);
+#endif
 }
 
 TEST_F(PackageUnpacking, UnpacksIntoTheVersionedLayoutAndReplacesOlderVersions) {
