@@ -33,12 +33,13 @@ RunResult RunTool(const std::vector<std::string>& args) {
 }
 
 // A package of the type that ovxext's hosts load.
-void PackFor(const CString& path, int number, const CString& type = u"application/x-vnd.ovx.demo-tool") {
+void PackFor(const CString& path, int number, const CString& type = u"application/x-vnd.ovx.demo-tool",
+             int version = 1) {
     OvxTest::TempFolder staging;
     const CString file = staging.WriteFile(u"content/a.txt", "a");
     ExtensionData data;
     data.DocumentID = OvxUtils::Guid(0x5EED0000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
-    data.Version = OvxUtils::Version{1};
+    data.Version = OvxUtils::Version{version};
     data.ExtensionType = type;
     data.requirements.AppList = {ExtensionAppSupport::Cinder};
     data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
@@ -73,15 +74,22 @@ TEST(OvxextDemo, WalksThroughTheLifeOfExtensions) {
     EXPECT_EQ(RunTool({"demo", "--keep", work.ToUtf8()}).code, 2);  // never into an existing folder
 }
 
-TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsAndReportsFailures) {
+TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
     OvxTest::TempFolder temp;
     PackFor(temp / u"source/good.OrvexExtension", 1);
     const std::vector<std::string> args = {"host", "--data", (temp / u"data").ToUtf8(), "--source",
                                            (temp / u"source").ToUtf8(), "--app", "Cinder", "--once"};
     RunResult result = RunTool(args);
     EXPECT_EQ(result.code, 0) << result.out << result.err;
-    EXPECT_THAT(result.out, HasSubstr("good.OrvexExtension\" auto loaded"));
+    const std::string good = "host loads {5EED0001-0001-0002-0304-05060708090A} ";
+    EXPECT_THAT(result.out, HasSubstr(good + "1\n"));
     EXPECT_THAT(result.out, HasSubstr("nothing failed"));
+
+    // An update dropped while the host was stopped is what the next start loads.
+    PackFor(temp / u"source/good.OrvexExtension", 1, u"application/x-vnd.ovx.demo-tool", 2);
+    result = RunTool(args);
+    EXPECT_THAT(result.out, HasSubstr(good + "2\n"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr(good + "1\n")));
 
     // A type that no installer serves cannot load once loading is finished: a failure.
     PackFor(temp / u"source/foreign.OrvexExtension", 2, u"application/x-other");

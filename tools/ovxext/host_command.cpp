@@ -78,7 +78,9 @@ int RunHost(const CommandContext& context) {
         Interrupt::Install();
         context.out << "ovxext host: watching; press Ctrl+C to stop\n";
     }
-    session.Start();
+    // Tracking first: a package updated while the host was stopped is unpacked by the first
+    // scan and then loaded by the initial pass, instead of the older copy.
+    session.Start(true);
     if (!parser.Has("--once")) session.Loop().RunUntil([] { return Interrupt::Requested(); }, std::chrono::hours(24 * 365));
     context.out << "ovxext host: stopping\n";
     return session.Finish() == 0 ? kExitOk : kExitProblems;

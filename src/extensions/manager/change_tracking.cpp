@@ -43,17 +43,20 @@ void ExtensionManagerImpl::TrackSourceFolders() {
         auto changed = [weakManager = weak_from_this(), folder = source.folder] {
             const std::shared_ptr<ExtensionManagerImpl> self = weakManager.lock();
             if (!self) return;
-            if (self->dispatchToMainThread) {
-                self->dispatchToMainThread([weakManager, folder] {
-                    if (const auto manager = weakManager.lock()) manager->Rescan(folder);
-                });
-            }
+            self->DispatchRescan(folder);
             self->NotifyFailures();
         };
         changed();  // the first scan of the folder
         trackers.push_back(OvxUtils::CDirectoriesChangesTracker::TrackChangeIn(
             source.folder, 0, kSourceFolderChanges, std::move(changed), OvxUtils::BlameTracker{u"extension manager"}));
     }
+}
+
+void ExtensionManagerImpl::DispatchRescan(const CString& folder) {
+    if (!dispatchToMainThread) return;
+    dispatchToMainThread([weakManager = weak_from_this(), folder] {
+        if (const auto manager = weakManager.lock()) manager->Rescan(folder);
+    });
 }
 
 void ExtensionManagerImpl::Rescan(const CString& folder) {

@@ -133,6 +133,8 @@ public:
 private:
     static void RemoveInstaller(const std::weak_ptr<ExtensionManagerImpl>& manager, const std::set<CString>& mimeTypes,
                                 const std::shared_ptr<const IExtensionInstaller>& installer);
+    // Hands a rescan of folder to the main thread; any thread.
+    void DispatchRescan(const CString& folder);
     // Deletes, once per manager, what interrupted work left below the platform folder.
     void SweepDebrisOnce();
     // Calls the failure notifier when failures are recorded; any thread.

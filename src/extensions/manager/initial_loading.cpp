@@ -127,15 +127,17 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
 
 void ExtensionManagerImpl::FinishLoading() {
     initialLoadDone = true;
+    bool cleared = false;
     for (const UnpackedCandidate& candidate : VerifyUnpacked()) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr) {
             log.Write(kCouldNotUnpack, candidate.folder);
             // Its source package, when there is one, is then unpacked afresh by a rescan.
-            if (auto cleared = InstallRepair::DeleteVersion(SystemIO::Path::GetFolderName(candidate.folder))) {
+            if (auto deleted = InstallRepair::DeleteVersion(SystemIO::Path::GetFolderName(candidate.folder))) {
                 log.Write(kClearedUnusableVersion, candidate.folder);
+                cleared = true;
             } else {
-                log.Reason(kCouldNotUnpack.level, candidate.folder, cleared.ErrorText());
+                log.Reason(kCouldNotUnpack.level, candidate.folder, deleted.ErrorText());
             }
             continue;
         }
@@ -146,6 +148,11 @@ void ExtensionManagerImpl::FinishLoading() {
         }
         log.Associate(candidate.folder, documentId);
         if (!loadedExtensions.contains(documentId)) log.Write(kFailedToLoadFinal, documentId);
+    }
+    // When tracking has begun, the source folders are scanned again now rather than at
+    // their next change, so that a cleared version's package comes back at once.
+    if (cleared && !trackers.empty()) {
+        for (const ExtensionSourceFolder& source : sourceFolders) DispatchRescan(source.folder);
     }
     NotifyFailures();
 }

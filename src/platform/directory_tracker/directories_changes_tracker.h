@@ -47,12 +47,14 @@ public:
     // together may give one call: the promise is at least one call after each change,
     // never a call per change. When the system loses changes (its queue overflowed) the
     // callback is called too, and the caller should look at the whole tree again. When the
-    // folder itself goes (deleted, or on Linux moved away), the callback is called once
-    // and the tracking then stays silent until it is stopped.
+    // folder itself goes (deleted or moved away), the callback is called once and the
+    // tracking waits for a folder to be at that path again (looking a few times a second);
+    // when one is, it is watched and the callback is called once more. A folder that does
+    // not exist yet is waited for in the same way.
     //
     // The second argument is reserved and ignored; pass 0. Returns an empty handle, and
-    // tracks nothing, when folder is not an existing folder, callback is empty, filter
-    // holds none of the bits above, or the system refuses to watch the folder.
+    // tracks nothing, when callback is empty, filter holds none of the bits above, or the
+    // system refuses to watch the path (it is a file, or the system's watches ran out).
     static std::unique_ptr<void*, StopTrackingHelper> TrackChangeIn(
         CString folder, int reserved, unsigned long filter, std::function<void()> callback,
         BlameTracker blame);

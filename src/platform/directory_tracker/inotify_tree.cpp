@@ -65,8 +65,13 @@ std::unique_ptr<InotifyTree> InotifyTree::Create(std::shared_ptr<ChangeTracking>
     std::unique_ptr<InotifyTree> tree(new InotifyTree(std::move(fd), std::move(tracking)));
     // The tracked folder may be a link to a folder; links below it are never followed.
     tree->m_rootWd = tree->WatchFolder(tree->m_root, 0);
-    if (tree->m_rootWd < 0) return nullptr;
-    tree->WatchBelow(tree->m_root);
+    if (tree->m_rootWd >= 0) {
+        tree->WatchBelow(tree->m_root);
+    } else if (errno == ENOENT) {
+        tree->m_waiting = true;
+    } else {
+        return nullptr;
+    }
     return tree;
 }
 
@@ -94,13 +99,13 @@ bool InotifyTree::ReadEvents() {
 }
 
 bool InotifyTree::Handle(const inotify_event& event) {
-    if (m_silent) return false;
+    if (m_waiting) return false;
     if (event.mask & IN_Q_OVERFLOW) {
         Resync();
         return true;
     }
     if (event.wd == m_rootWd && (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_UNMOUNT | IN_IGNORED))) {
-        GoSilent();
+        StartWaiting();
         return true;
     }
     if (event.mask & IN_IGNORED) {
@@ -172,7 +177,7 @@ void InotifyTree::Resync() {
     m_rootWd = WatchFolder(m_root, 0);
     if (m_rootWd < 0) {
         m_folders = before;
-        GoSilent();
+        StartWaiting();
         return;
     }
     WatchBelow(m_root);
@@ -181,10 +186,20 @@ void InotifyTree::Resync() {
     }
 }
 
-void InotifyTree::GoSilent() {
+void InotifyTree::StartWaiting() {
     for (const auto& [wd, path] : m_folders) ::inotify_rm_watch(m_fd.Get(), wd);
     m_folders.clear();
-    m_silent = true;
+    m_rootWd = -1;
+    m_waiting = true;
+}
+
+bool InotifyTree::TryRearm() {
+    if (!m_waiting) return false;
+    m_rootWd = WatchFolder(m_root, 0);
+    if (m_rootWd < 0) return false;
+    m_waiting = false;
+    WatchBelow(m_root);
+    return true;
 }
 
 }  // namespace OvxUtils::DirectoryTracking

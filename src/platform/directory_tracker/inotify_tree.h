@@ -22,8 +22,9 @@ namespace OvxUtils::DirectoryTracking {
 // tracking only; each instance counts against the user's fs.inotify.max_user_instances.
 class InotifyTree {
 public:
-    // Watches the tree below tracking->Folder(); nullptr when the folder itself cannot be
-    // watched. Subfolders that cannot be watched (no watches left) are left out.
+    // Watches the tree below tracking->Folder(); a folder that is not there yet is waited
+    // for. nullptr when the path cannot be watched for another reason (it is a file, or no
+    // watches are left). Subfolders that cannot be watched are left out.
     static std::unique_ptr<InotifyTree> Create(std::shared_ptr<ChangeTracking> tracking);
     InotifyTree(const InotifyTree&) = delete;
     InotifyTree& operator=(const InotifyTree&) = delete;
@@ -34,6 +35,13 @@ public:
 
     // Reads and handles every queued event; true when one of them is to be reported.
     bool ReadEvents();
+
+    // The tracked folder is gone (deleted, moved away, or not made yet); the tree waits
+    // for a folder to be at its path again.
+    bool IsWaiting() const { return m_waiting; }
+    // While waiting: watches the folder if it is back; true when it is (to be reported,
+    // since anything may have been put in it meanwhile).
+    bool TryRearm();
 
 private:
     InotifyTree(SystemIO::Detail::UniqueFd fd, std::shared_ptr<ChangeTracking> tracking);
@@ -49,8 +57,8 @@ private:
     void RemoveTree(const std::string& folder);
     // After an overflow: watches what is there now and drops what has gone.
     void Resync();
-    // The tracked folder went away: nothing more is reported.
-    void GoSilent();
+    // The tracked folder went away: its watches go, and the tree waits for it.
+    void StartWaiting();
 
     SystemIO::Detail::UniqueFd m_fd;
     std::shared_ptr<ChangeTracking> m_tracking;
@@ -58,7 +66,7 @@ private:
     std::uint32_t m_mask = 0;              // what every watch asks the system for
     std::unordered_map<int, std::string> m_folders;  // watch descriptor -> folder path
     int m_rootWd = -1;
-    bool m_silent = false;
+    bool m_waiting = false;
 };
 
 }  // namespace OvxUtils::DirectoryTracking

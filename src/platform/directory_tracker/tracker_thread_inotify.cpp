@@ -17,6 +17,13 @@
 
 namespace OvxUtils::DirectoryTracking {
 
+namespace {
+
+// How often a tracked folder that is gone is looked for again.
+constexpr int kRearmIntervalMs = 200;
+
+}  // namespace
+
 // Shared by the owner and the thread; the thread keeps it alive until it returns.
 class TrackerThread::Loop {
 public:
@@ -72,13 +79,17 @@ void TrackerThread::Loop::Run() {
             trees = m_trees;
         }
         fds.assign(1, pollfd{m_wake.Get(), POLLIN, 0});
-        for (const auto& tree : trees) fds.push_back(pollfd{tree->Fd(), POLLIN, 0});
-        if (::poll(fds.data(), fds.size(), -1) < 0) continue;  // EINTR
+        bool waiting = false;
+        for (const auto& tree : trees) {
+            fds.push_back(pollfd{tree->Fd(), POLLIN, 0});
+            waiting = waiting || tree->IsWaiting();
+        }
+        if (::poll(fds.data(), fds.size(), waiting ? kRearmIntervalMs : -1) < 0) continue;  // EINTR
         if (fds[0].revents & POLLIN) DrainWake();
         changed.clear();
         for (std::size_t i = 0; i < trees.size(); ++i) {
-            if ((fds[i + 1].revents & POLLIN) && trees[i]->ReadEvents())
-                changed.push_back(trees[i]->Tracking().get());
+            const bool events = (fds[i + 1].revents & POLLIN) && trees[i]->ReadEvents();
+            if (events || trees[i]->TryRearm()) changed.push_back(trees[i]->Tracking().get());
         }
         // Callbacks run with no lock held: they may start and stop trackings.
         for (ChangeTracking* tracking : changed) tracking->Notify();

@@ -19,6 +19,41 @@ using SystemIO::Detail::UniqueFileHandle;
 
 // More than 64 KiB is refused for folders on network shares.
 constexpr DWORD kBufferSize = 64 * 1024;
+// How often the tracked folders' paths are looked at: a folder that went (or is not made
+// yet) is watched again once it is back, and one renamed away is let go, since its handle
+// would follow it to its new place.
+constexpr DWORD kRecheckIntervalMs = 200;
+
+// The folder's identity on its volume, to tell a folder renamed away from one at its path.
+struct FolderIdentity {
+    DWORD volume = 0;
+    DWORD indexHigh = 0;
+    DWORD indexLow = 0;
+    bool operator==(const FolderIdentity&) const = default;
+};
+
+UniqueFileHandle OpenFolder(const CString& path, FolderIdentity& identity) {
+    UniqueFileHandle folder(::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), FILE_LIST_DIRECTORY,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!folder.IsValid() || !::GetFileInformationByHandle(folder.Get(), &info) ||
+        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        return UniqueFileHandle();
+    }
+    identity = {info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
+    return folder;
+}
+
+// Whether path still names the folder of identity.
+bool StillThere(const CString& path, const FolderIdentity& identity) {
+    UniqueFileHandle folder(::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), FILE_READ_ATTRIBUTES,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    BY_HANDLE_FILE_INFORMATION info{};
+    return folder.IsValid() && ::GetFileInformationByHandle(folder.Get(), &info) &&
+           FolderIdentity{info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow} == identity;
+}
 
 // One tracked folder, with the one read that is issued on it at a time. Its address is
 // the completion key of its folder handle, so it never moves.
@@ -36,10 +71,12 @@ struct DirectoryWatch {
 
     std::shared_ptr<ChangeTracking> tracking;
     UniqueFileHandle folder;  // closed when the folder went away, so that its deletion completes
+    FolderIdentity identity;  // of the folder that the handle holds
     OVERLAPPED overlapped{};
     std::unique_ptr<DWORD[]> buffer = std::make_unique<DWORD[]>(kBufferSize / sizeof(DWORD));
     bool pending = false;   // a read is issued and its completion not yet handled
     bool removing = false;  // the tracking was stopped; dropped when no read is pending
+    bool waiting = false;   // the folder went (or is not made yet); its path is looked at again
 };
 
 // What the thread does after a read completed, once it has let go of its lock.
@@ -61,10 +98,10 @@ public:
 
     bool Add(std::unique_ptr<DirectoryWatch> watch) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        const auto key = reinterpret_cast<ULONG_PTR>(watch.get());
-        if (!::CreateIoCompletionPort(watch->folder.Get(), m_port.Get(), key, 0) || !watch->Issue())
-            return false;
+        if (!watch->waiting && !Arm(*watch)) return false;
         m_watches.push_back(std::move(watch));
+        // The thread looks at paths only while it has watches; wake it to start.
+        ::PostQueuedCompletionStatus(m_port.Get(), 0, 0, nullptr);
         return true;
     }
 
@@ -89,29 +126,74 @@ public:
     }
 
     void Run() {
+        DWORD lastRecheck = ::GetTickCount();
         for (;;) {
             DWORD bytes = 0;
             ULONG_PTR key = 0;
             OVERLAPPED* overlapped = nullptr;
-            const BOOL ok = ::GetQueuedCompletionStatus(m_port.Get(), &bytes, &key, &overlapped, INFINITE);
+            const DWORD timeout = HasWatches() ? kRecheckIntervalMs : INFINITE;
+            const BOOL ok = ::GetQueuedCompletionStatus(m_port.Get(), &bytes, &key, &overlapped, timeout);
             const DWORD error = ok ? ERROR_SUCCESS : ::GetLastError();
-            if (!ok && !overlapped) return;  // the port itself failed
-            Completion completion;
+            if (!ok && !overlapped && error != WAIT_TIMEOUT) return;  // the port itself failed
+            std::vector<Completion> completions(1);
             {
                 std::lock_guard<std::mutex> lock(m_mutex);
-                if (overlapped) completion = Completed(key, error, bytes);
+                if (overlapped) completions.front() = Completed(key, error, bytes);
                 if (m_ending && m_watches.empty()) return;
+                if (::GetTickCount() - lastRecheck >= kRecheckIntervalMs) {
+                    lastRecheck = ::GetTickCount();
+                    Recheck(completions);
+                }
             }
             // With no lock held: the callback may start and stop trackings.
-            if (!completion.changed) continue;
-            const CString& folder = completion.changed->Folder();
-            if (completion.openAll) WineSubtree::OpenFoldersBelow(folder);
-            WineSubtree::OpenAddedFolders(folder, completion.addedNames);
-            completion.changed->Notify();
+            for (const Completion& completion : completions) {
+                if (!completion.changed) continue;
+                const CString& folder = completion.changed->Folder();
+                if (completion.openAll) WineSubtree::OpenFoldersBelow(folder);
+                WineSubtree::OpenAddedFolders(folder, completion.addedNames);
+                completion.changed->Notify();
+            }
         }
     }
 
 private:
+    bool HasWatches() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return !m_watches.empty();
+    }
+
+    // Opens the watch's folder (when it has no handle) and issues its first read.
+    bool Arm(DirectoryWatch& watch) {
+        if (!watch.folder.IsValid()) watch.folder = OpenFolder(watch.tracking->Folder(), watch.identity);
+        const auto key = reinterpret_cast<ULONG_PTR>(&watch);
+        if (!watch.folder.IsValid() || !::CreateIoCompletionPort(watch.folder.Get(), m_port.Get(), key, 0) ||
+            !watch.Issue()) {
+            watch.folder.Reset();
+            return false;
+        }
+        watch.waiting = false;
+        return true;
+    }
+
+    // Lets go of folders that left their path, and watches again those that are back;
+    // both are reported.
+    void Recheck(std::vector<Completion>& completions) {
+        for (const auto& watch : m_watches) {
+            if (watch->removing) continue;
+            if (!watch->waiting) {
+                if (StillThere(watch->tracking->Folder(), watch->identity)) continue;
+                watch->waiting = true;
+                if (watch->pending) ::CancelIoEx(watch->folder.Get(), &watch->overlapped);
+                if (!watch->pending) watch->folder.Reset();
+                completions.push_back(Completion{watch->tracking});
+            } else if (!watch->pending && Arm(*watch)) {
+                Completion back{watch->tracking};
+                back.openAll = WineSubtree::IsWine();
+                completions.push_back(std::move(back));
+            }
+        }
+    }
+
     // A read completed: with records, with none because they did not fit (the caller
     // must look at everything again), or with an error.
     Completion Completed(ULONG_PTR key, DWORD error, DWORD bytes) {
@@ -122,6 +204,10 @@ private:
         watch.pending = false;
         if (watch.removing) {
             m_watches.erase(it);
+            return {};
+        }
+        if (watch.waiting) {  // let go by Recheck, which has reported it
+            watch.folder.Reset();
             return {};
         }
         Completion completion;
@@ -136,7 +222,10 @@ private:
         // changes may have been missed meanwhile. Any other error means the folder is gone.
         const bool readAgain = error == ERROR_SUCCESS || error == ERROR_NOTIFY_ENUM_DIR ||
                                error == ERROR_OPERATION_ABORTED;
-        if (!readAgain || !watch.Issue()) watch.folder.Reset();
+        if (!readAgain || !watch.Issue()) {
+            watch.folder.Reset();
+            watch.waiting = true;
+        }
         return completion;
     }
 
@@ -196,17 +285,17 @@ TrackerThread::TrackerThread(std::shared_ptr<Loop> loop, std::unique_ptr<Native>
 TrackerThread::~TrackerThread() { m_loop->End(); }
 
 bool TrackerThread::Watch(const std::shared_ptr<ChangeTracking>& tracking) {
-    UniqueFileHandle folder(::CreateFileW(SystemIO::Detail::ToWin32Path(tracking->Folder()).GetString(),
-                                          FILE_LIST_DIRECTORY, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED,
-                                          nullptr));
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!folder.IsValid() || !::GetFileInformationByHandle(folder.Get(), &info) ||
-        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        return false;
-    }
-    if (!m_loop->Add(std::make_unique<DirectoryWatch>(tracking, std::move(folder)))) return false;
-    if (WineSubtree::IsWine()) WineSubtree::OpenFoldersBelow(tracking->Folder());
+    FolderIdentity identity;
+    UniqueFileHandle folder = OpenFolder(tracking->Folder(), identity);
+    // A folder that is not there yet is waited for; a path that is something else is refused.
+    const DWORD error = folder.IsValid() ? ERROR_SUCCESS : ::GetLastError();
+    const bool missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    if (!folder.IsValid() && !missing) return false;
+    auto watch = std::make_unique<DirectoryWatch>(tracking, std::move(folder));
+    watch->identity = identity;
+    watch->waiting = missing;
+    if (!m_loop->Add(std::move(watch))) return false;
+    if (!missing && WineSubtree::IsWine()) WineSubtree::OpenFoldersBelow(tracking->Folder());
     return true;
 }
 
