@@ -1,6 +1,7 @@
 #include "platform/directory_tracker/directories_changes_tracker.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
+#include "support/runs_under_wine.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using OvxTest::RunsUnderWine;
 using OvxTest::TempFolder;
 using Tracker = OvxUtils::CDirectoriesChangesTracker;
 using Handle = std::unique_ptr<void*, OvxUtils::StopTrackingHelper>;
@@ -85,15 +87,6 @@ std::filesystem::path Fs(const CString& path) {
 
 void Rename(const CString& from, const CString& to) { std::filesystem::rename(Fs(from), Fs(to)); }
 void Append(const CString& path, const char* text) { std::ofstream(Fs(path), std::ios::app) << text; }
-
-bool RunsUnderWine() {
-#if defined(_WIN32)
-    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
-    return ntdll && ::GetProcAddress(ntdll, "wine_get_version");
-#else
-    return false;
-#endif
-}
 
 int ThreadsOfThisProcess() {
     int count = 0;

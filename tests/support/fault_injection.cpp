@@ -8,7 +8,7 @@ namespace OvxTest::Faults {
 
 bool Available() { return false; }
 void CrashAt(int) {}
-void FailWrites() {}
+void Fail(int, bool) {}
 void Disarm() {}
 
 }  // namespace OvxTest::Faults
@@ -26,10 +26,11 @@ void Disarm() {}
 
 namespace {
 
-enum class Mode { Off, Crash, NoSpace };
+enum class Mode { Off, Crash, FailWrites, FailAll };
 
 std::atomic<Mode> g_mode{Mode::Off};
 std::atomic<int> g_countdown{0};
+std::atomic<int> g_error{0};
 
 // Called before each change of the disk; false when the change must fail with ENOSPC.
 bool Proceed(bool isWrite) {
@@ -38,9 +39,10 @@ bool Proceed(bool isWrite) {
     case Mode::Crash:
         if (--g_countdown == 0) ::kill(::getpid(), SIGKILL);
         return true;
-    case Mode::NoSpace:
-        if (!isWrite) return true;
-        errno = ENOSPC;
+    case Mode::FailWrites:
+    case Mode::FailAll:
+        if (!isWrite && g_mode.load() == Mode::FailWrites) return true;
+        errno = g_error.load();
         return false;
     }
     return true;
@@ -62,7 +64,10 @@ void CrashAt(int count) {
     g_mode = Mode::Crash;
 }
 
-void FailWrites() { g_mode = Mode::NoSpace; }
+void Fail(int error, bool allChanges) {
+    g_error = error;
+    g_mode = allChanges ? Mode::FailAll : Mode::FailWrites;
+}
 void Disarm() { g_mode = Mode::Off; }
 
 }  // namespace OvxTest::Faults

@@ -13,8 +13,9 @@ bool Available();
 
 // Ends the process with SIGKILL at the count-th change of the disk from now on.
 void CrashAt(int count);
-// Every write from now on fails with ENOSPC.
-void FailWrites();
+// From now on every write fails with error (ENOSPC: a full disk), or with allChanges
+// every change of the disk does (EROFS: a read-only file system).
+void Fail(int error, bool allChanges);
 void Disarm();
 
 }  // namespace OvxTest::Faults

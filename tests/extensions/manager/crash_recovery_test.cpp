@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <map>
 
 #ifndef _WIN32
@@ -129,20 +130,31 @@ TEST(CrashRecovery, EveryCrashPointOfAnInstallAnUpdateAndARemovalIsRepairedAtThe
 #endif
 }
 
-// A full disk fails the unpack with its reason in the log; the next start, with room
-// again, installs the package.
-TEST(CrashRecovery, AFullDiskIsReportedWithItsReasonAndRepairedWhenThereIsRoom) {
-    if (!Faults::Available()) GTEST_SKIP() << "a full disk is injected by interposing the C library's write";
-    TestHost host;
-    OvxTest::PackExtension(host.temp / u"source/a.OrvexExtension", {TestGuid(1), {1}, OvxTest::kTestExtensionType, kFiles});
-    Faults::FailWrites();
-    { Session full(host); }
-    Faults::Disarm();
-    const std::vector<std::string> lines = host.TakeLines();
+// A full disk or a read-only platform folder fails the unpack with the system's reason
+// in the log; the next start, with room again, installs the package.
+TEST(CrashRecovery, DiskFailuresAreLoggedWithTheirReasonAndRepairedAtTheNextStart) {
+    if (!Faults::Available()) GTEST_SKIP() << "disk failures are injected by interposing the C library's calls";
+    struct Case {
+        int error;
+        bool allChanges;
+        std::string line;  // begins the reason line
+        std::string words;
+    };
     const std::string guid = TestGuid(1).ToString().ToUtf8();
-    EXPECT_THAT(lines, testing::Contains(testing::AllOf(testing::StartsWith("(Error): " + guid + " reason: cannot write"),
-                                                        testing::EndsWith("No space left on device"))));
-    ExpectRepaired(host, 0);
+    const Case cases[] = {
+        {ENOSPC, false, "(Error): " + guid + " reason: cannot write", "No space left on device"},
+        {EROFS, true, "(Warning): " + guid + " reason: cannot create", "Read-only file system"},
+    };
+    for (const Case& failure : cases) {
+        TestHost host;
+        OvxTest::PackExtension(host.temp / u"source/a.OrvexExtension", {TestGuid(1), {1}, OvxTest::kTestExtensionType, kFiles});
+        Faults::Fail(failure.error, failure.allChanges);
+        { Session failing(host); }
+        Faults::Disarm();
+        EXPECT_THAT(host.TakeLines(), testing::Contains(testing::AllOf(testing::StartsWith(failure.line),
+                                                                        testing::EndsWith(failure.words))));
+        ExpectRepaired(host, 0);
+    }
 }
 
 }  // namespace
