@@ -63,7 +63,7 @@ Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, con
         if (!SystemIO::Folder::EnsureExists(path)) return SystemError(u"cannot create the folder " + path);
         return {};
     }
-    if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(path))) {
+    if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(path))) {
         return SystemError(u"cannot create the folder of " + path);
     }
     std::shared_ptr<OvxUtils::Stream> stream = OvxUtils::FileStream::Create(path);

@@ -42,10 +42,10 @@ Result<std::unique_ptr<StagingFolder>> StagingFolder::Create(const CString& targ
         return Error{u"the target " + target + u" exists and is not a folder"};
     }
     std::vector<CString> createdParents;
-    const CString parent = SystemIO::Path::GetFolderName(folder);
+    const CString parent = SystemIO::Path::GetParentFolder(folder);
     for (CString missing = parent; !missing.IsEmpty() && !SystemIO::Folder::Exists(missing);) {
         createdParents.push_back(missing);
-        const CString up = SystemIO::Path::GetFolderName(missing);
+        const CString up = SystemIO::Path::GetParentFolder(missing);
         if (up == missing) break;
         missing = up;
     }

@@ -42,7 +42,7 @@ Result<ZipContainer> ZipContainer::Open(const CString& path, ZipFile::OpenMode m
     impl->limits = limits;
     if (mode == ZipFile::OpenMode::Create) {
         if (SystemIO::Folder::Exists(path)) return Error{u"a folder is in the way of the package file"};
-        const CString folder = SystemIO::Path::GetFolderName(path);
+        const CString folder = SystemIO::Path::GetParentFolder(path);
         if (!folder.IsEmpty() && !SystemIO::Folder::Exists(folder)) return Error{u"the package's folder does not exist"};
         impl->modified = true;
         return ZipContainer(std::move(impl));

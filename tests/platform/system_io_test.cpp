@@ -101,21 +101,22 @@ TEST(Path, CombineJoinsWithOneSeparator) {
 
 TEST(Path, SplitsIntoFolderNameAndExtension) {
     struct Case {
-        const char16_t *path, *folder, *name, *ext;
+        const char16_t *path, *folder, *parent, *name, *ext;
     } cases[] = {
-        {u"a/b/c.txt", u"a/b", u"c.txt", u".txt"},
-        {u"a/b/", u"a/b", u"", u""},
-        {u"c.txt", u"", u"c.txt", u".txt"},
-        {u"/c", u"/", u"c", u""},
-        {u"/", u"/", u"", u""},
-        {u"x.d/name", u"x.d", u"name", u""},
-        {u"a/archive.tar.gz", u"a", u"archive.tar.gz", u".gz"},
-        {u"a/.profile", u"a", u".profile", u".profile"},
-        {u"ü ☃/𝄞 x.Ärger", u"ü ☃", u"𝄞 x.Ärger", u".Ärger"},
+        {u"a/b/c.txt", u"a/b/", u"a/b", u"c.txt", u".txt"},
+        {u"a/b/", u"a/b/", u"a/b", u"", u""},
+        {u"c.txt", u"", u"", u"c.txt", u".txt"},
+        {u"/c", u"/", u"/", u"c", u""},
+        {u"/", u"/", u"/", u"", u""},
+        {u"x.d/name", u"x.d/", u"x.d", u"name", u""},
+        {u"a/archive.tar.gz", u"a/", u"a", u"archive.tar.gz", u".gz"},
+        {u"a/.profile", u"a/", u"a", u".profile", u".profile"},
+        {u"ü ☃/𝄞 x.Ärger", u"ü ☃/", u"ü ☃", u"𝄞 x.Ärger", u".Ärger"},
     };
     for (const auto& c : cases) {
         const CString path = Native(c.path);
         EXPECT_EQ(Path::GetFolderName(path), Native(c.folder)) << path;
+        EXPECT_EQ(Path::GetParentFolder(path), Native(c.parent)) << path;
         EXPECT_EQ(Path::GetFileName(path), CString(c.name)) << path;
         EXPECT_EQ(Path::GetExtension(path), CString(c.ext)) << path;
     }
@@ -124,11 +125,11 @@ TEST(Path, SplitsIntoFolderNameAndExtension) {
         const char16_t *path, *folder, *name;
     } winCases[] = {
         {u"C:\\c.txt", u"C:\\", u"c.txt"},
-        {u"C:\\a/b", u"C:\\a", u"b"},
+        {u"C:\\a/b", u"C:\\a/", u"b"},
         {u"C:name", u"C:", u"name"},
         {u"\\\\server\\share\\f.txt", u"\\\\server\\share\\", u"f.txt"},
         {u"\\\\server\\share", u"\\\\server\\share", u""},
-        {u"\\\\?\\C:\\a\\b", u"\\\\?\\C:\\a", u"b"},
+        {u"\\\\?\\C:\\a\\b", u"\\\\?\\C:\\a\\", u"b"},
         {u"\\\\?\\UNC\\server\\share\\f", u"\\\\?\\UNC\\server\\share\\", u"f"},
     };
     for (const auto& c : winCases) {
@@ -379,10 +380,10 @@ TEST(FileSystem, DeleteTreeReportsWhatRemains) {
     EXPECT_TRUE(deleted.ErrorText().Find(u"locked.txt") > 0) << deleted.ErrorText();
     const Paths remains = Folder::GetFiles(temp.Path(), true);
     ASSERT_EQ(remains.size(), 1u);
-    const CString left = Path::GetFolderName(Path::GetFolderName(remains[0]));
+    const CString left = Path::GetParentFolder(Path::GetParentFolder(remains[0]));
     EXPECT_TRUE(left == root || OvxUtils::SystemIO::TemporaryName::IsTemporary(Path::GetFileName(left))) << left;
 #if !defined(_WIN32)
-    ASSERT_EQ(::chmod(Path::GetFolderName(remains[0]).ToUtf8().c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(Path::GetParentFolder(remains[0]).ToUtf8().c_str(), 0755), 0);
 #endif
     EXPECT_TRUE(Folder::DeleteTree(left));
 }

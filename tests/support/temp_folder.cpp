@@ -56,7 +56,7 @@ CString TempFolder::operator/(const CString& relative) const {
 
 CString TempFolder::WriteFile(const CString& relative, std::string_view bytes) const {
     const CString path = *this / relative;
-    if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(path)) ||
+    if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(path)) ||
         !SystemIO::File::WriteAllBytes(path, bytes)) {
         ADD_FAILURE() << "cannot write " << path;
     }

@@ -44,7 +44,7 @@ void PackFor(const CString& path, int number, const CString& type = u"applicatio
     data.requirements.AppList = {ExtensionAppSupport::Cinder};
     data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
     const CString files[] = {file};
-    SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(path));
+    SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(path));
     ExtensionContainer package = PackFiles(
         [&] {
             auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);

@@ -149,7 +149,7 @@ private:
         std::vector<CString> files;
         for (const auto& [relative, bytes] : sample.files) {
             const CString file = SystemIO::Path::Combine(folder, relative);
-            SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(file));
+            SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(file));
             SystemIO::File::WriteAllBytes(file, bytes);
             files.push_back(file);
         }
@@ -174,7 +174,7 @@ private:
             return;
         }
         const CString target = SystemIO::Path::Combine(m_source, name);
-        SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(target));
+        SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(target));
         std::error_code error;
         fs::rename(FsPath(packed), FsPath(target), error);
         m_out << "  (dropped " << name.ToUtf8() << ", " << sample.name << " " << sample.version.ToString().ToUtf8()

@@ -18,8 +18,8 @@ using namespace std::chrono_literals;
 
 // ".../{DOCUMENT-ID}/VERSION/unpacked/content" as "{DOCUMENT-ID} VERSION".
 std::string ExtensionOf(const CString& contentFolder) {
-    const CString versionFolder = Path::GetFolderName(Path::GetFolderName(contentFolder));
-    return Path::GetFileName(Path::GetFolderName(versionFolder)).ToUtf8() + " " + Path::GetFileName(versionFolder).ToUtf8();
+    const CString versionFolder = Path::GetParentFolder(Path::GetParentFolder(contentFolder));
+    return Path::GetFileName(Path::GetParentFolder(versionFolder)).ToUtf8() + " " + Path::GetFileName(versionFolder).ToUtf8();
 }
 
 std::string FileList(const std::vector<CString>& files) {

@@ -19,7 +19,7 @@ bool MarkerExists(const CString& path) { return SystemIO::File::Exists(path) || 
 
 bool HasAddonMarker(const CString& file, OvxUtils::array_view<const CString> addonNames) {
     static const CString kPlatformWord = OvxUtils::ToString(OvxUtils::runtime_bits::x64);
-    const CString folder = SystemIO::Path::GetFolderName(file);
+    const CString folder = SystemIO::Path::GetParentFolder(file);
     return std::any_of(addonNames.begin(), addonNames.end(), [&](const CString& name) {
         return MarkerExists(SystemIO::Path::Combine(folder, name, u"addon")) ||
                MarkerExists(SystemIO::Path::Combine(folder, name + u"." + kPlatformWord, u"addon"));

@@ -82,7 +82,7 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
         // An extension that is loaded is not opened again just to be left out.
         if (skipLoaded && FindExtension(*folderId)) continue;
         for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
-            const CString versionFolder = SystemIO::Path::GetFolderName(copy.installedCopy);
+            const CString versionFolder = SystemIO::Path::GetParentFolder(copy.installedCopy);
             const CString versionName = SystemIO::Path::GetFileName(versionFolder);
             if (!OvxUtils::Version::TryParse(versionName)) continue;
             const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
@@ -133,7 +133,7 @@ void ExtensionManagerImpl::FinishLoading() {
         if (info == nullptr) {
             log.Write(kCouldNotUnpack, candidate.folder);
             // Its source package, when there is one, is then unpacked afresh by a rescan.
-            if (auto deleted = InstallRepair::DeleteVersion(SystemIO::Path::GetFolderName(candidate.folder))) {
+            if (auto deleted = InstallRepair::DeleteVersion(SystemIO::Path::GetParentFolder(candidate.folder))) {
                 log.Write(kClearedUnusableVersion, candidate.folder);
                 cleared = true;
             } else {

@@ -68,7 +68,7 @@ OvxUtils::Result<void> ExtractAgain(const VdcContainer::ZipContainer& installedC
 
 OvxUtils::Result<void> DeleteVersion(const CString& versionFolder) {
     if (auto deleted = SystemIO::Folder::DeleteTree(versionFolder); !deleted) return deleted;
-    const CString extensionFolder = SystemIO::Path::GetFolderName(versionFolder);
+    const CString extensionFolder = SystemIO::Path::GetParentFolder(versionFolder);
     bool empty = true;
     SystemIO::Folder::Visit(extensionFolder, false, [&](const CString&, bool) { return empty = false; });
     if (empty) static_cast<void>(SystemIO::Folder::DeleteTree(extensionFolder));

@@ -181,7 +181,7 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
     if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);
     if (::rename(temporary.ToUtf8().c_str(), to.ToUtf8().c_str()) != 0) return fail(u"cannot rename the copy to " + to);
     // The rename itself is durable once the folder is flushed.
-    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetFolderName(to), O_RDONLY | O_DIRECTORY);
+    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetParentFolder(to), O_RDONLY | O_DIRECTORY);
     if (folder.IsValid()) ::fsync(folder.Get());
     return {};
 }

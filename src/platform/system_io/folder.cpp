@@ -42,7 +42,7 @@ void Walk(const CString& path, bool recursive, const Visitor& visitor, WalkResul
 CString WithoutTrailingSeparators(const CString& path) {
     CString out = path;
     while (Path::GetFileName(out).IsEmpty()) {
-        const CString parent = Path::GetFolderName(out);
+        const CString parent = Path::GetParentFolder(out);
         if (parent.GetLength() >= out.GetLength()) break;
         out = parent;
     }
@@ -71,7 +71,7 @@ bool EnsureExists(const CString& path) {
     std::vector<CString> missing;
     for (CString level = WithoutTrailingSeparators(path); !level.IsEmpty() && !Exists(level);) {
         missing.push_back(level);
-        const CString parent = Path::GetFolderName(level);
+        const CString parent = Path::GetParentFolder(level);
         if (parent.GetLength() >= level.GetLength()) break;
         level = parent;
     }

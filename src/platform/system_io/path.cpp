@@ -110,6 +110,13 @@ CString GetFolderName(const CString& path) {
     const int root = RootLength(path);
     const int last = LastSeparator(path);
     if (last < root) return path.Left(root);
+    return path.Left(last + 1);
+}
+
+CString GetParentFolder(const CString& path) {
+    const int root = RootLength(path);
+    const int last = LastSeparator(path);
+    if (last < root) return path.Left(root);
     return path.Left(last);
 }
 

@@ -25,9 +25,15 @@ OVX_API bool IsRooted(const CString& path);
 // The last component; empty when the path ends with a separator or is only a root.
 OVX_API CString GetFileName(const CString& path);
 
-// Everything before the last separator, so "a/b/c.txt" and "a/b/" both give "a/b" and a
-// bare "c.txt" gives "". A root stays whole: "/x" gives "/", "C:\x" gives "C:\".
+// The folder part of a path, up to and including its last separator: "a/b/c.txt" and
+// "a/b/" both give "a/b/", so a path that names a folder by ending in a separator is its
+// own folder name. A bare "c.txt" gives "". A root stays whole: "/x" gives "/", "C:\x"
+// gives "C:\". Packing takes a folder to pack from in this form.
 OVX_API CString GetFolderName(const CString& path);
+
+// The folder that holds the last component, without a final separator: "a/b/c.txt" and
+// "a/b/" both give "a/b"; "c.txt" gives "". A root stays whole.
+OVX_API CString GetParentFolder(const CString& path);
 
 // The extension of the last component with its dot (".txt"), or "" when it has none. It
 // starts at the last dot of the name, so ".profile" is all extension; a dot in a folder

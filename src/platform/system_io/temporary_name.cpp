@@ -26,7 +26,7 @@ CString Beside(const CString& path, std::u16string_view purpose) {
     }
     const CString tag = Guid::Generate().ToString().Mid(1, static_cast<int>(kTagLength));
     const CString name = u"." + Path::GetFileName(folder) + u"." + CString(purpose) + u"-" + tag;
-    return Path::Combine(Path::GetFolderName(folder), name);
+    return Path::Combine(Path::GetParentFolder(folder), name);
 }
 
 bool IsTemporary(const CString& name) {

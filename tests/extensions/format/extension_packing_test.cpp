@@ -68,6 +68,8 @@ TEST(ExtensionPacking, FailingOpenerGivesAnEmptyHandle) {
     EXPECT_EQ(calls, 1);
 }
 
+// The names a reader lists: files go under "content", relative to the folder part of the
+// folder argument (which ends in a separator when it names the folder itself).
 TEST(ExtensionPacking, FilesGoUnderContentRelativeToTheFolderPart) {
     OvxTest::TempFolder temp;
     const std::vector<CString> files{temp.WriteFile(u"src/a.txt", "a"), temp.WriteFile(u"src/sub/b.txt", "b")};
@@ -78,6 +80,13 @@ TEST(ExtensionPacking, FilesGoUnderContentRelativeToTheFolderPart) {
     EXPECT_EQ(calls, 1);
     ASSERT_TRUE(package.Close());
     EXPECT_EQ(ContentEntries(path), (std::vector<CString>{u"content/a.txt", u"content/sub/b.txt"}));
+
+    ASSERT_TRUE(PackFiles(CreateAt(path), OvxTest::SampleExtensionData(), temp / u"src", files).Close());
+    EXPECT_EQ(ContentEntries(path), (std::vector<CString>{u"content/src/a.txt", u"content/src/sub/b.txt"}));
+
+    // One file lands right under "content", whatever folder it comes from.
+    ASSERT_TRUE(PackFile(CreateAt(path), OvxTest::SampleExtensionData(), files[1]).Close());
+    EXPECT_EQ(ContentEntries(path), (std::vector<CString>{u"content/b.txt"}));
 }
 
 TEST(ExtensionPacking, FileOutsideTheFolderGivesAnEmptyHandle) {

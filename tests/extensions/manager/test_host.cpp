@@ -27,7 +27,7 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     info.SetAppMinMaxVersion(u"18", u"19");
     info.SetWinMinMaxVersion(u"0.1", u"*");
 
-    SystemIO::Folder::EnsureExists(SystemIO::Path::GetFolderName(packagePath));
+    SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(packagePath));
     const auto opener = [&] {
         auto opened = ExtensionContainer::Open(packagePath, VdcContainer::ZipFile::OpenMode::Create);
         return opened ? std::move(*opened) : ExtensionContainer();
