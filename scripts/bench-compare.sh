@@ -31,7 +31,7 @@ rm -rf "$work/runs" && mkdir -p "$work/runs"
 for ((round = 0; round < rounds; ++round)); do
   # Alternate which side runs first.
   sides=(base head)
-  ((round % 2)) && sides=(head base)
+  if ((round % 2)); then sides=(head base); fi
   for side in "${sides[@]}"; do
     bin=build/linux-release/bin/$program
     [[ $side == base ]] && bin=$tree/build/linux-release/bin/$program

@@ -61,7 +61,6 @@ void ExtensionManagerImpl::DispatchRescan(const CString& folder) {
 
 void ExtensionManagerImpl::Rescan(const CString& folder) {
     log.Information(CString(kManagerSubject), u"changes detected, scanning for changes");
-    SweepDebrisOnce();
     for (const CString& path : SystemIO::Folder::GetFiles(folder, true)) {
         if (!IsPackageFile(path)) continue;
         log.Information(path, u"should I load?");
@@ -125,6 +124,7 @@ UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& docume
     if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
         const CString text = log.Write(kCannotDeleteData, documentId);
         log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
+        leftWorkBehind = true;
         return Error{text};
     }
     log.Information(documentId, u"unload successful");

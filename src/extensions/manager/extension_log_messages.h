@@ -114,6 +114,9 @@ inline constexpr NameMessage kUnloadingEverything{u"unloading everything", Exten
 inline constexpr std::u16string_view kReasonPrefix = u"reason: ";
 
 // Repairs of the install state, made once per start (and when a version proves unusable).
+inline constexpr NameMessage kThoroughRepair{
+    u"repair: the last session in this folder did not end cleanly; checking every installed extension",
+    ExtensionLogLevel::Information};
 inline constexpr NameMessage kRemovedDebris{
     u"repair: deleted what an interrupted install or removal left behind", ExtensionLogLevel::Information};
 inline constexpr NameMessage kCannotRemoveDebris{

@@ -2,6 +2,7 @@
 #include "extensions/manager/extension_manager_impl.h"
 
 #include "extensions/format/runtime_bits.h"
+#include "extensions/manager/install_repair.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
@@ -41,6 +42,10 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
     // alone; the log then lives in memory until the folder appears.
     if (SystemIO::Folder::Exists(rootFolder)) SystemIO::Folder::EnsureExists(platformFolder);
     log.OpenOutput();
+}
+
+ExtensionManagerImpl::~ExtensionManagerImpl() {
+    if (installRepairDone && !leftWorkBehind) InstallRepair::EndSession(platformFolder);
 }
 
 std::shared_ptr<ExtensionManagerImpl> ExtensionManagerImpl::Make(

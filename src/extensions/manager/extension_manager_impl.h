@@ -71,6 +71,9 @@ public:
         std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
         OvxUtils::NamedOutStream logStream);
 
+    // Ends the session in the platform folder (see InstallRepair).
+    ~ExtensionManagerImpl() override;
+
     // IExtensionManager
     UnloadOutcome UnloadExtension(std::shared_ptr<IExtensionState> state, bool skipUiReload) override;
     std::optional<std::shared_ptr<IExtensionState>> FindExtension(const OvxUtils::Guid& documentId) override;
@@ -135,8 +138,6 @@ private:
                                 const std::shared_ptr<const IExtensionInstaller>& installer);
     // Hands a rescan of folder to the main thread; any thread.
     void DispatchRescan(const CString& folder);
-    // Deletes, once per manager, what interrupted work left below the platform folder.
-    void SweepDebrisOnce();
     // Calls the failure notifier when failures are recorded; any thread.
     void NotifyFailures();
     const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) const;
@@ -163,9 +164,11 @@ private:
     ResourceLoader resourceLoader;
     std::vector<CString> addonNames;
     ExtensionLog log;
-    // The repair of what a crash may have left runs once, at the first scan.
-    bool debrisSwept = false;
-    bool unpackedFilesChecked = false;
+    // The repair of what a crash may have left runs once, in the first verification scan;
+    // a session that leaves work unfinished (a tree it could not delete) keeps its marker
+    // so that the next start repairs thoroughly.
+    bool installRepairDone = false;
+    bool leftWorkBehind = false;
 };
 
 }  // namespace OvxComponent

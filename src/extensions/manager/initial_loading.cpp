@@ -64,27 +64,30 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     NotifyFailures();
 }
 
-void ExtensionManagerImpl::SweepDebrisOnce() {
-    if (debrisSwept) return;
-    debrisSwept = true;
-    InstallRepair::SweepDebris(log, platformFolder);
-}
-
 std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded) {
     std::vector<UnpackedCandidate> verified;
     if (!SystemIO::Folder::Exists(platformFolder)) return verified;
-    SweepDebrisOnce();
-    const bool checkFiles = !std::exchange(unpackedFilesChecked, true);
+    // The first scan of the manager's life repairs what a crash may have left: thoroughly
+    // when the last session did not end cleanly.
+    const bool repair = !std::exchange(installRepairDone, true);
+    const auto depth = repair ? InstallRepair::BeginSession(platformFolder) : InstallRepair::Depth::Quick;
+    const bool sweep = repair && depth == InstallRepair::Depth::Thorough;
+    if (sweep) {
+        log.Write(kThoroughRepair, CString(kManagerSubject));
+        if (!InstallRepair::SweepFolder(log, platformFolder)) leftWorkBehind = true;
+    }
     for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(platformFolder, false)) {
         const CString folderName = SystemIO::Path::GetFileName(extensionFolder);
         const std::optional<OvxUtils::Guid> folderId = OvxUtils::Guid::FromString(folderName);
         if (!folderId) continue;
         // An extension that is loaded is not opened again just to be left out.
         if (skipLoaded && FindExtension(*folderId)) continue;
+        if (sweep && !InstallRepair::SweepFolder(log, extensionFolder)) leftWorkBehind = true;
         for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
             const CString versionFolder = SystemIO::Path::GetParentFolder(copy.installedCopy);
             const CString versionName = SystemIO::Path::GetFileName(versionFolder);
             if (!OvxUtils::Version::TryParse(versionName)) continue;
+            if (sweep && !InstallRepair::SweepFolder(log, versionFolder)) leftWorkBehind = true;
             const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
             if (!SystemIO::File::Exists(copy.installedCopy)) {
                 log.Warning(unpackedFolder, u"File does not exist: " + copy.installedCopy);
@@ -107,11 +110,12 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
                 mismatch = true;
             }
             if (mismatch) continue;
-            if (checkFiles && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder)) {
+            if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, depth)) {
                 if (auto extracted = InstallRepair::ExtractAgain(installed->container->Container(), unpackedFolder);
                     !extracted) {
                     log.Write(kCannotExtractAgain, unpackedFolder);
                     log.Reason(kCannotExtractAgain.level, unpackedFolder, extracted.ErrorText());
+                    leftWorkBehind = true;
                     verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
                     continue;
                 }
@@ -138,6 +142,7 @@ void ExtensionManagerImpl::FinishLoading() {
                 cleared = true;
             } else {
                 log.Reason(kCouldNotUnpack.level, candidate.folder, deleted.ErrorText());
+                leftWorkBehind = true;
             }
             continue;
         }

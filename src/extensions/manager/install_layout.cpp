@@ -4,6 +4,7 @@
 #include "extensions/format/extension_packing.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
 
 #include <algorithm>
 
@@ -29,6 +30,8 @@ std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder) {
     std::vector<ExistingCopy> copies;
     if (!OvxUtils::SystemIO::Folder::Exists(extensionFolder)) return copies;
     for (const CString& folder : OvxUtils::SystemIO::Folder::GetSubfolders(extensionFolder, false)) {
+        // Work in progress (a version being deleted) is no copy.
+        if (OvxUtils::SystemIO::TemporaryName::IsTemporary(Path::GetFileName(folder))) continue;
         copies.push_back({OvxUtils::Version::Parse(Path::GetFileName(folder)), InstalledCopy(folder)});
     }
     std::sort(copies.begin(), copies.end(), [](const ExistingCopy& a, const ExistingCopy& b) {

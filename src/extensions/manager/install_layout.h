@@ -24,7 +24,7 @@ struct ExistingCopy {
 };
 
 // The version folders of the extension folder, sorted by version (then by name); empty
-// when the folder does not exist. Names that are not versions read leniently (as 0...).
+// when the folder does not exist. Folders under a temporary name are left out. Names that are not versions read leniently (as 0...).
 OVX_API std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder);
 
 }  // namespace OvxComponent::InstallLayout

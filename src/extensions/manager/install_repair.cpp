@@ -1,8 +1,10 @@
 // InstallRepair: the start-up sweep and the repair of unpacked folders.
 #include "extensions/manager/install_repair.h"
 
+#include "container/archive_reader.h"
 #include "container/extract_folder.h"
 #include "platform/system_io/file.h"
+#include "platform/system_io/file_system.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"
@@ -14,19 +16,27 @@ namespace {
 namespace SystemIO = OvxUtils::SystemIO;
 using namespace LogMessages;
 
-// Deletes the temporary entries of folder; calls into for the other subfolders.
-template <class Into>
-void SweepLevel(ExtensionLog& log, const CString& folder, const Into& into) {
-    std::vector<std::pair<CString, bool>> entries;
+}  // namespace
+
+Depth BeginSession(const CString& platformFolder) {
+    const CString marker = SystemIO::Path::Combine(platformFolder, CString(kSessionMarker));
+    const Depth depth = SystemIO::File::Exists(marker) ? Depth::Thorough : Depth::Quick;
+    SystemIO::File::WriteAllBytes(marker, {});
+    return depth;
+}
+
+void EndSession(const CString& platformFolder) {
+    SystemIO::File::Delete(SystemIO::Path::Combine(platformFolder, CString(kSessionMarker)));
+}
+
+bool SweepFolder(ExtensionLog& log, const CString& folder) {
+    bool swept = true;
+    std::vector<std::pair<CString, bool>> debris;
     SystemIO::Folder::Visit(folder, false, [&](const CString& path, bool isFolder) {
-        entries.emplace_back(path, isFolder);
+        if (SystemIO::TemporaryName::IsTemporary(SystemIO::Path::GetFileName(path))) debris.emplace_back(path, isFolder);
         return true;
     });
-    for (const auto& [path, isFolder] : entries) {
-        if (!SystemIO::TemporaryName::IsTemporary(SystemIO::Path::GetFileName(path))) {
-            if (isFolder) into(path);
-            continue;
-        }
+    for (const auto& [path, isFolder] : debris) {
         OvxUtils::Result<void> deleted;
         if (isFolder) {
             deleted = SystemIO::Folder::DeleteTree(path);
@@ -38,27 +48,22 @@ void SweepLevel(ExtensionLog& log, const CString& folder, const Into& into) {
         } else {
             log.Write(kCannotRemoveDebris, path);
             log.Reason(kCannotRemoveDebris.level, path, deleted.ErrorText());
+            swept = false;
         }
     }
+    return swept;
 }
 
-}  // namespace
-
-void SweepDebris(ExtensionLog& log, const CString& platformFolder) {
-    const auto none = [](const CString&) {};
-    SweepLevel(log, platformFolder, [&](const CString& extensionFolder) {
-        SweepLevel(log, extensionFolder, [&](const CString& versionFolder) { SweepLevel(log, versionFolder, none); });
-    });
-}
-
-bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder) {
-    if (!SystemIO::Folder::Exists(unpackedFolder)) return false;
-    for (const VdcContainer::ContainerEntry& entry : installedCopy.GetEntries()) {
-        if (entry.name.EndsWith(u"/")) continue;
-        // Entry names use '/', which every platform's file calls take as a separator.
-        if (SystemIO::File::GetSize(SystemIO::Path::Combine(unpackedFolder, entry.name)) != entry.size) return false;
+bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder, Depth depth) {
+    if (depth == Depth::Quick) return SystemIO::Folder::Exists(unpackedFolder);
+    const VdcContainer::ArchiveReader* reader = installedCopy.Reader();
+    if (reader == nullptr) return false;
+    std::vector<SystemIO::Detail::ExpectedFile> files;
+    files.reserve(reader->Entries().size());
+    for (const VdcContainer::ArchiveEntry& entry : reader->Entries()) {
+        if (!entry.name.IsFolder()) files.push_back({entry.name.Utf8(), entry.claimedSize});
     }
-    return true;
+    return SystemIO::Detail::HoldsFiles(unpackedFolder, files);
 }
 
 OvxUtils::Result<void> ExtractAgain(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder) {

@@ -101,7 +101,8 @@ OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CStr
     // Every version of the extension that is there goes, older and equal ones alike.
     const CString extensionFolder = InstallLayout::ExtensionFolder(platformFolder, documentId);
     if (SystemIO::Folder::Exists(extensionFolder)) {
-        static_cast<void>(SystemIO::Folder::DeleteTree(extensionFolder));  // what stays, the next steps meet
+        // What stays is met by the next steps, and swept at the next start.
+        if (!SystemIO::Folder::DeleteTree(extensionFolder)) leftWorkBehind = true;
     } else if (SystemIO::File::Exists(extensionFolder)) {
         SystemIO::File::Delete(extensionFolder);
     }

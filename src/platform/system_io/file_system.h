@@ -6,7 +6,9 @@
 
 #include "platform/cstring.h"
 
+#include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace OvxUtils::SystemIO::Detail {
@@ -36,6 +38,17 @@ bool CreateFolder(const CString& path);
 // Removes a file, a link or an empty folder without following links (on Windows also
 // when read-only); true when nothing is at path afterwards.
 bool RemoveEntry(const CString& path);
+
+// A file expected below a folder: its path relative to the folder, UTF-8 with '/'
+// between segments, and its size in bytes.
+struct ExpectedFile {
+    std::string_view relativeUtf8;
+    std::uint64_t size = 0;
+};
+
+// True when every file is below folder with its size. Cheaper than File::GetSize per file:
+// the folder's native path is built once.
+bool HoldsFiles(const CString& folder, const std::vector<ExpectedFile>& files);
 
 // Renames a file, link or folder without following links; a file at to is replaced, a
 // folder at to is not. True on success; the system's error is left for LastSystemError.

@@ -129,6 +129,21 @@ bool CreateFolder(const CString& path) {
     return errno == EEXIST && GetEntryInfo(path).type == EntryType::Folder;
 }
 
+bool HoldsFiles(const CString& folder, const std::vector<ExpectedFile>& files) {
+    std::string path = folder.ToUtf8();
+    if (path.empty() || path.back() != '/') path += '/';
+    const std::size_t base = path.size();
+    struct stat st {};
+    for (const ExpectedFile& file : files) {
+        path.resize(base);
+        path += file.relativeUtf8;
+        if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || static_cast<std::uint64_t>(st.st_size) != file.size) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool MoveEntry(const CString& from, const CString& to) {
     return ::rename(from.ToUtf8().c_str(), to.ToUtf8().c_str()) == 0;
 }

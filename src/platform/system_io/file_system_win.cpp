@@ -133,6 +133,19 @@ bool CreateFolder(const CString& path) {
     return ::GetLastError() == ERROR_ALREADY_EXISTS && GetEntryInfo(path).type == EntryType::Folder;
 }
 
+bool HoldsFiles(const CString& folder, const std::vector<ExpectedFile>& files) {
+    for (const ExpectedFile& file : files) {
+        WIN32_FILE_ATTRIBUTE_DATA data{};
+        const CString path = Path::Combine(folder, CString::FromUtf8(file.relativeUtf8));
+        if (!::GetFileAttributesExW(ToWin32Path(path).GetString(), GetFileExInfoStandard, &data) ||
+            (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ||
+            ((static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow) != file.size) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool MoveEntry(const CString& from, const CString& to) {
     const bool isFolder = GetEntryInfo(from).type == EntryType::Folder;
     return ::MoveFileExW(ToWin32Path(from).GetString(), ToWin32Path(to).GetString(),

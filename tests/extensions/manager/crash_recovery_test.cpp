@@ -69,7 +69,7 @@ void RunLifecycle(TestHost& host, int crashAt) {
 }
 
 // What a restarted host must find: each package of the source folder loaded, with all its
-// files, and nothing else below the platform folder but the log.
+// files, and nothing else below the platform folder but the marker of the running session.
 void ExpectRepaired(TestHost& host, int crashAt) {
     std::map<OvxUtils::Guid, std::string> expected;  // document ID -> version
     for (const CString& package : SystemIO::Folder::GetFiles(host.source, false)) {
@@ -83,7 +83,7 @@ void ExpectRepaired(TestHost& host, int crashAt) {
         if (!isFolder) present.push_back(path.Mid(platform.GetLength() + 1).ToUtf8());
         return true;
     });
-    std::vector<std::string> wanted;
+    std::vector<std::string> wanted{"orvex_extensions.session"};
     for (const auto& [id, version] : expected) {
         EXPECT_TRUE(session.manager->FindExtension(id)) << "after a crash at change " << crashAt;
         const std::string folder = id.ToString().ToUtf8() + "/" + version + "/";
