@@ -27,6 +27,9 @@ public:
     virtual bool Deserialize(const Metadata::Container& metadata, const XmlNS::Node& root,
                              ReadRootFileDelegate readRootFile) = 0;
     virtual std::unique_ptr<SubtypeInfo> Clone() const = 0;
+    // After a Deserialize that returned false: the rule that refused the record, naming the
+    // element, attribute or property it concerns; empty when the kind does not say.
+    virtual CString RefusalReason() const { return {}; }
 
 protected:
     SubtypeInfo() = default;

@@ -61,7 +61,9 @@ std::unique_ptr<SubtypeInfo> ReadInfo(const ZipContainer& container, const Subty
     std::unique_ptr<SubtypeInfo> info = subtypeClass.factory ? subtypeClass.factory(container.GetMetadata(), root, reader)
                                                              : nullptr;
     if (!info || !info->Deserialize(container.GetMetadata(), root, reader)) {
-        error = u"entry " + Quoted(main.name) + u" or the metadata does not hold valid information";
+        const CString reason = info ? info->RefusalReason() : CString();
+        error = reason.IsEmpty() ? u"entry " + Quoted(main.name) + u" or the metadata does not hold valid information"
+                                 : reason;
         return nullptr;
     }
     return info;

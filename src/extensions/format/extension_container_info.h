@@ -112,7 +112,13 @@ public:
     ExtensionData& data();
     const ExtensionData& data() const;
 
+    // Why the last Deserialize refused the record: the rule and the element, attribute or
+    // property that broke it ("requirements.xml: ..." or "metadata: ..."). Empty otherwise.
+    CString RefusalReason() const override { return m_refusal; }
+
 private:
+    // Records why reading stops, and returns false for the caller to return.
+    bool Refuse(CString reason);
     bool WriteRequirements(VdcContainer::XmlNS::Node& root) const;
     // Refuses any child other than require_must, and, deliberately in this version of the
     // format, any feature requirement: its group is added, then reading stops with false.
@@ -121,6 +127,7 @@ private:
     ExtensionData m_data;
     OvxUtils::Guid m_instanceID;
     std::vector<OvxUtils::Guid> m_derivedFrom;
+    CString m_refusal;  // see RefusalReason
 };
 
 }  // namespace OvxComponent

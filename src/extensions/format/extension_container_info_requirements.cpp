@@ -53,35 +53,39 @@ bool ExtensionContainerInfo::WriteRequirements(Node& root) const {
 
 bool ExtensionContainerInfo::ReadRequirements(const Node& root) {
     const std::vector<const Node*> requirements = root.GetChildNodes(Xml::must);
-    if (requirements.size() != root.GetChildNodeCount()) return false;
+    if (requirements.size() != root.GetChildNodeCount()) {
+        return Refuse(u"requirements.xml: an element other than require_must is not allowed under requirements");
+    }
     ClearAllFeatureRequirements();
     for (const Node* requirement : requirements) {
-        const std::optional<ExtensionRequirementType> type =
-            ExtensionRequirementTypeFromString(AttributeText(*requirement, Xml::requirement_type));
-        if (!type) return false;
+        const CString typeText = AttributeText(*requirement, Xml::requirement_type);
+        const std::optional<ExtensionRequirementType> type = ExtensionRequirementTypeFromString(typeText);
+        if (!type) return Refuse(u"requirements.xml: require_type \"" + typeText + u"\" is not known");
         const CString list = AttributeText(*requirement, Xml::required_list);
         const CString min = AttributeText(*requirement, Xml::require_min_version);
         const CString max = AttributeText(*requirement, Xml::require_max_version);
+        const CString where = u"requirements.xml: the " + typeText + u" requirement";
         switch (*type) {
             case ExtensionRequirementType::PlatformBits:
-                if (list.IsEmpty()) return false;
+                if (list.IsEmpty()) return Refuse(where + u" has an empty requires_any_of");
                 SetPlatformSupport(list);
                 break;
             case ExtensionRequirementType::OrvexApplication:
-                if (list.IsEmpty()) return false;
+                if (list.IsEmpty()) return Refuse(where + u" has an empty requires_any_of");
                 SetApplist(list);
                 break;
             case ExtensionRequirementType::WindowsVersion:
-                if (min.IsEmpty() || max.IsEmpty()) return false;
+                if (min.IsEmpty() || max.IsEmpty()) return Refuse(where + u" needs both bounds (\"*\" for none)");
                 SetWinMinMaxVersion(min, max);
                 break;
             case ExtensionRequirementType::OrvexSuiteVersion:
-                if (min.IsEmpty() || max.IsEmpty()) return false;
+                if (min.IsEmpty() || max.IsEmpty()) return Refuse(where + u" needs both bounds (\"*\" for none)");
                 SetAppMinMaxVersion(min, max);
                 break;
             case ExtensionRequirementType::Feature:
                 if (!list.IsEmpty()) AddFeatureRequirementFromString(list);
-                return false;
+                return Refuse(where + u" \"" + list + u"\": packages that state feature requirements cannot be read "
+                                                       u"in this version of the format");
         }
     }
     return true;

@@ -109,41 +109,68 @@ bool ExtensionContainerInfo::Serialize(VdcContainer::Metadata::Container& metada
     return true;
 }
 
+bool ExtensionContainerInfo::Refuse(CString reason) {
+    m_refusal = std::move(reason);
+    return false;
+}
+
 bool ExtensionContainerInfo::Deserialize(const VdcContainer::Metadata::Container& metadata, const Node& root,
                                          VdcContainer::ReadRootFileDelegate readRootFile) {
-    if (root.GetAttribute(Xml::zcf_version) != OvxUtils::optional<std::string>(kZcfVersion)) return false;
-    const std::optional<OvxUtils::Guid> documentId = OvxUtils::Guid::FromString(AttributeText(root, Xml::extension_guid));
-    if (!documentId) return false;
+    m_refusal.Empty();
+    const auto quoted = [](const CString& text) { return u"\"" + text + u"\""; };
+    if (root.GetAttribute(Xml::zcf_version) != OvxUtils::optional<std::string>(kZcfVersion)) {
+        return Refuse(u"extension.xml: zcf_version is " + quoted(AttributeText(root, Xml::zcf_version)) +
+                      u", only \"1.0\" is read");
+    }
+    const CString guidText = AttributeText(root, Xml::extension_guid);
+    const std::optional<OvxUtils::Guid> documentId = OvxUtils::Guid::FromString(guidText);
+    if (!documentId) return Refuse(u"extension.xml: guid " + quoted(guidText) + u" is not a GUID");
     m_data.DocumentID = *documentId;
     m_data.ExtensionType = AttributeText(root, Xml::type);
 
-    if (!readRootFile) return false;
+    if (!readRootFile) return Refuse(u"requirements.xml cannot be read");
     const bool read = readRootFile(RequirementsLocation(), Xml::requirements,
                                    [this](const Node& requirements) { return ReadRequirements(requirements); });
-    if (!read) return false;
+    if (!read) return Refuse(m_refusal.IsEmpty() ? CString(u"requirements.xml: missing, or not XML with a requirements root")
+                                                 : m_refusal);
 
     m_data.Version = OvxUtils::Version::Parse(AttributeText(root, Xml::extension_version));
     const OvxUtils::VersionRange& suite = m_data.requirements.AppVersion;
-    if (suite.min && suite.max && *suite.min == *suite.max) return false;
+    if (suite.min && suite.max && *suite.min == *suite.max) {
+        return Refuse(u"requirements.xml: the suite version range from " + suite.min->ToString() + u" to " +
+                      suite.max->ToString() + u" is empty (its maximum is exclusive)");
+    }
 
     m_data.EntryPoints = ReadEntryPoints(root);
 
     m_data.Title = MultiLanguageString::FromString(metadata.GetStringMetadata(Keys::Title).value_or(CString()));
     m_data.Description =
         MultiLanguageString::FromString(metadata.GetStringMetadata(Keys::Description).value_or(CString()));
-    if (metadata.GetStringMetadata(Keys::SubFormat).value_or(CString()) != m_data.ExtensionType) return false;
-    if (metadata.GetStringMetadata(Keys::Version) != OvxUtils::optional<CString>(kPackageFormatVersion)) return false;
+    const CString subFormat = metadata.GetStringMetadata(Keys::SubFormat).value_or(CString());
+    if (subFormat != m_data.ExtensionType) {
+        return Refuse(u"metadata: SubFormat " + quoted(subFormat) + u" differs from the type " +
+                      quoted(m_data.ExtensionType) + u" of extension.xml");
+    }
+    const CString formatVersion = metadata.GetStringMetadata(Keys::Version).value_or(CString());
+    if (formatVersion != CString(kPackageFormatVersion)) {
+        return Refuse(u"metadata: Version is " + quoted(formatVersion) + u", only \"1.0\" is read");
+    }
 
     m_data.DocumentID = GuidProperty(metadata, Keys::DocumentID);
-    if (m_data.DocumentID.IsNull()) return false;
+    if (m_data.DocumentID.IsNull()) return Refuse(u"metadata: DocumentID is missing, not a GUID, or all zero");
     m_instanceID = GuidProperty(metadata, Keys::InstanceID);
-    if (m_instanceID.IsNull()) return false;
+    if (m_instanceID.IsNull()) return Refuse(u"metadata: InstanceID is missing, not a GUID, or all zero");
     m_derivedFrom = PropertyOrDefault<std::vector<OvxUtils::Guid>>(metadata, Keys::DerivedFrom);
     SetKeywords(PropertyOrDefault<MultiLanguageString>(metadata, Keys::Keywords));
     m_data.Notes = PropertyOrDefault<MultiLanguageString>(metadata, Keys::Notes);
 
     m_data.CreatorTool = metadata.GetStringMetadata(Keys::CreatorTool).value_or(CString());
-    return metadata.GetStringMetadata(Keys::ContentVersion) == OvxUtils::optional<CString>(GetVersionAsString());
+    const CString contentVersion = metadata.GetStringMetadata(Keys::ContentVersion).value_or(CString());
+    if (contentVersion != GetVersionAsString()) {
+        return Refuse(u"metadata: ContentVersion " + quoted(contentVersion) + u" differs from extension_version " +
+                      quoted(GetVersionAsString()));
+    }
+    return true;
 }
 
 }  // namespace OvxComponent

@@ -6,6 +6,7 @@
 #include "extension_package_builder.h"
 #include "extensions/format/extension_container.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -50,12 +51,21 @@ TEST(ExtensionContainerInfoXml, LaterSavesKeepTheInstanceID) {
     EXPECT_EQ(info->GetInstanceID(), builder.InstanceID());
 }
 
+// A refused package names the rule and what broke it; refusal is where the reason starts,
+// null for a package that reads.
+void ExpectReadOrRefused(const ExtensionPackageBuilder& builder, const char* refusal) {
+    EXPECT_EQ(builder.Read() != nullptr, refusal == nullptr);
+    if (refusal != nullptr) {
+        EXPECT_THAT(builder.InfoError().ToUtf8(), testing::StartsWith(refusal));
+    }
+}
+
 struct DocumentEdit {
     const char* name;
     CString entry;
     std::string pattern;
     std::string replacement;
-    bool readable;
+    const char* refusal;
 };
 
 class ExtensionDocumentEdits : public testing::TestWithParam<DocumentEdit> {};
@@ -64,40 +74,40 @@ TEST_P(ExtensionDocumentEdits, ReadOnlyWhenTheDocumentIsValid) {
     const DocumentEdit& edit = GetParam();
     const ExtensionPackageBuilder builder;
     ASSERT_TRUE(builder.Replace(edit.entry, edit.pattern, edit.replacement));
-    EXPECT_EQ(builder.Read() != nullptr, edit.readable);
+    ExpectReadOrRefused(builder, edit.refusal);
 }
 
 
 INSTANTIATE_TEST_SUITE_P(
     , ExtensionDocumentEdits,
     testing::Values(
-        DocumentEdit{"ZcfVersion11", kExtensionXml, "zcf_version=\"1.0\"", "zcf_version=\"1.1\"", false},
-        DocumentEdit{"ZcfVersionMissing", kExtensionXml, "zcf_version=\"1.0\"", "", false},
-        DocumentEdit{"GuidUnparsable", kExtensionXml, "guid=\"\\{", "guid=\"x{", false},
-        DocumentEdit{"TypeDiffersFromSubFormat", kExtensionXml, "type=\"script\"", "type=\"style\"", false},
-        DocumentEdit{"RequirementsRootWrong", kRequirementsXml, "<requirements ", "<requirement ", false},
+        DocumentEdit{"ZcfVersion11", kExtensionXml, "zcf_version=\"1.0\"", "zcf_version=\"1.1\"", "extension.xml: zcf_version is \"1.1\""},
+        DocumentEdit{"ZcfVersionMissing", kExtensionXml, "zcf_version=\"1.0\"", "", "extension.xml: zcf_version is \"\""},
+        DocumentEdit{"GuidUnparsable", kExtensionXml, "guid=\"\\{", "guid=\"x{", "extension.xml: guid \"x{"},
+        DocumentEdit{"TypeDiffersFromSubFormat", kExtensionXml, "type=\"script\"", "type=\"style\"", "metadata: SubFormat \"script\" differs from the type \"style\""},
+        DocumentEdit{"RequirementsRootWrong", kRequirementsXml, "<requirements ", "<requirement ", "requirements.xml: missing, or not XML"},
         DocumentEdit{"FeatureRequirement", kRequirementsXml, "<requirements [^>]*>",
-                     "$&<require_must require_type=\"feature\" requires_any_of=\"ink\" />", false},
+                     "$&<require_must require_type=\"feature\" requires_any_of=\"ink\" />", "requirements.xml: the feature requirement \"ink\""},
         DocumentEdit{"EmptyFeatureRequirement", kRequirementsXml, "<requirements [^>]*>",
-                     "$&<require_must require_type=\"feature\" requires_any_of=\"\" />", false},
+                     "$&<require_must require_type=\"feature\" requires_any_of=\"\" />", "requirements.xml: the feature requirement \"\""},
         DocumentEdit{"OtherChildOfRequirements", kRequirementsXml, "<requirements [^>]*>",
-                     "$&<require_may require_type=\"platform_bits\" requires_any_of=\"x64\" />", false},
-        DocumentEdit{"RequireTypeUnknown", kRequirementsXml, "\"platform_bits\"", "\"Platform_bits\"", false},
-        DocumentEdit{"RequireTypeMissing", kRequirementsXml, "require_type=\"platform_bits\"", "", false},
-        DocumentEdit{"PlatformListEmpty", kRequirementsXml, "\"x32,x64\"", "\"\"", false},
-        DocumentEdit{"ApplicationListEmpty", kRequirementsXml, "\"Atlas,Cinder\"", "\"\"", false},
-        DocumentEdit{"WindowsBoundsBothStar", kRequirementsXml, "\"6.1\"", "\"*\"", true},
+                     "$&<require_may require_type=\"platform_bits\" requires_any_of=\"x64\" />", "requirements.xml: an element other than require_must"},
+        DocumentEdit{"RequireTypeUnknown", kRequirementsXml, "\"platform_bits\"", "\"Platform_bits\"", "requirements.xml: require_type \"Platform_bits\" is not known"},
+        DocumentEdit{"RequireTypeMissing", kRequirementsXml, "require_type=\"platform_bits\"", "", "requirements.xml: require_type \"\" is not known"},
+        DocumentEdit{"PlatformListEmpty", kRequirementsXml, "\"x32,x64\"", "\"\"", "requirements.xml: the platform_bits requirement has an empty requires_any_of"},
+        DocumentEdit{"ApplicationListEmpty", kRequirementsXml, "\"Atlas,Cinder\"", "\"\"", "requirements.xml: the orvex_application requirement has an empty requires_any_of"},
+        DocumentEdit{"WindowsBoundsBothStar", kRequirementsXml, "\"6.1\"", "\"*\"", nullptr},
         DocumentEdit{"WindowsMaximumEmpty", kRequirementsXml, "requires_before=\"\\*\"", "requires_before=\"\"",
-                     false},
-        DocumentEdit{"WindowsMaximumMissing", kRequirementsXml, "requires_before=\"\\*\"", "", false},
-        DocumentEdit{"SuiteMinimumEmpty", kRequirementsXml, "\"18.0\"", "\"\"", false},
-        DocumentEdit{"SuiteBoundsEqual", kRequirementsXml, "\"18.0\"", "\"19.0\"", false},
-        DocumentEdit{"SuiteBoundsReversed", kRequirementsXml, "\"18.0\"", "\"20\"", true},
+                     "requirements.xml: the windows_version requirement needs both bounds"},
+        DocumentEdit{"WindowsMaximumMissing", kRequirementsXml, "requires_before=\"\\*\"", "", "requirements.xml: the windows_version requirement needs both bounds"},
+        DocumentEdit{"SuiteMinimumEmpty", kRequirementsXml, "\"18.0\"", "\"\"", "requirements.xml: the orvex_suite_version requirement needs both bounds"},
+        DocumentEdit{"SuiteBoundsEqual", kRequirementsXml, "\"18.0\"", "\"19.0\"", "requirements.xml: the suite version range from 19.0 to "},
+        DocumentEdit{"SuiteBoundsReversed", kRequirementsXml, "\"18.0\"", "\"20\"", nullptr},
         DocumentEdit{"NoRequirementsAtAll", kRequirementsXml, "<require_must[\\s\\S]*</requirements>",
-                     "</requirements>", true},
+                     "</requirements>", nullptr},
         DocumentEdit{"EntryPointsEmpty", kExtensionXml, "<entry_points>[\\s\\S]*</entry_points>",
-                     "<entry_points />", true},
-        DocumentEdit{"EntryPointsMissing", kExtensionXml, "<entry_points>[\\s\\S]*</entry_points>", "", true}),
+                     "<entry_points />", nullptr},
+        DocumentEdit{"EntryPointsMissing", kExtensionXml, "<entry_points>[\\s\\S]*</entry_points>", "", nullptr}),
     [](const testing::TestParamInfo<DocumentEdit>& edit) { return std::string(edit.param.name); });
 
 TEST(ExtensionContainerInfoXml, RequirementsReadReplaceOnlyWhatTheyState) {
@@ -132,7 +142,7 @@ TEST(ExtensionContainerInfoXml, EmptyEntryPointGuidReadsAsNone) {
 struct MetadataEdit {
     const char* name;
     std::function<void(VdcContainer::Metadata::Container&)> edit;
-    bool readable;
+    const char* refusal;
 };
 
 class ExtensionMetadataEdits : public testing::TestWithParam<MetadataEdit> {};
@@ -140,7 +150,7 @@ class ExtensionMetadataEdits : public testing::TestWithParam<MetadataEdit> {};
 TEST_P(ExtensionMetadataEdits, ReadOnlyWhenTheMetadataIsValid) {
     const ExtensionPackageBuilder builder;
     ASSERT_TRUE(builder.EditMetadata(GetParam().edit));
-    EXPECT_EQ(builder.Read() != nullptr, GetParam().readable);
+    ExpectReadOrRefused(builder, GetParam().refusal);
 }
 
 using Metadata = VdcContainer::Metadata::Container;
@@ -148,19 +158,19 @@ using Metadata = VdcContainer::Metadata::Container;
 INSTANTIATE_TEST_SUITE_P(
     , ExtensionMetadataEdits,
     testing::Values(
-        MetadataEdit{"InstanceIDMissing", [](Metadata& m) { m.RemoveMetadata(Keys::InstanceID); }, false},
-        MetadataEdit{"InstanceIDZero", [](Metadata& m) { m.SetMetadata(Keys::InstanceID, OvxUtils::Guid()); }, false},
+        MetadataEdit{"InstanceIDMissing", [](Metadata& m) { m.RemoveMetadata(Keys::InstanceID); }, "metadata: InstanceID is missing"},
+        MetadataEdit{"InstanceIDZero", [](Metadata& m) { m.SetMetadata(Keys::InstanceID, OvxUtils::Guid()); }, "metadata: InstanceID is missing"},
         MetadataEdit{"InstanceIDAsString",
                      [](Metadata& m) { m.SetStringMetadata(Keys::InstanceID, OvxUtils::Guid::Generate().ToString()); },
-                     false},
-        MetadataEdit{"DocumentIDMissing", [](Metadata& m) { m.RemoveMetadata(Keys::DocumentID); }, false},
-        MetadataEdit{"DocumentIDZero", [](Metadata& m) { m.SetMetadata(Keys::DocumentID, OvxUtils::Guid()); }, false},
+                     "metadata: InstanceID is missing"},
+        MetadataEdit{"DocumentIDMissing", [](Metadata& m) { m.RemoveMetadata(Keys::DocumentID); }, "metadata: DocumentID is missing"},
+        MetadataEdit{"DocumentIDZero", [](Metadata& m) { m.SetMetadata(Keys::DocumentID, OvxUtils::Guid()); }, "metadata: DocumentID is missing"},
         MetadataEdit{"ContentVersionDiffers", [](Metadata& m) { m.SetStringMetadata(Keys::ContentVersion, u"2.5.2"); },
-                     false},
-        MetadataEdit{"ContentVersionMissing", [](Metadata& m) { m.RemoveMetadata(Keys::ContentVersion); }, false},
-        MetadataEdit{"FormatVersion11", [](Metadata& m) { m.SetStringMetadata(Keys::Version, u"1.1"); }, false},
-        MetadataEdit{"FormatVersionMissing", [](Metadata& m) { m.RemoveMetadata(Keys::Version); }, false},
-        MetadataEdit{"SubFormatDiffers", [](Metadata& m) { m.SetStringMetadata(Keys::SubFormat, u"Script"); }, false},
+                     "metadata: ContentVersion \"2.5.2\" differs"},
+        MetadataEdit{"ContentVersionMissing", [](Metadata& m) { m.RemoveMetadata(Keys::ContentVersion); }, "metadata: ContentVersion \"\" differs"},
+        MetadataEdit{"FormatVersion11", [](Metadata& m) { m.SetStringMetadata(Keys::Version, u"1.1"); }, "metadata: Version is \"1.1\""},
+        MetadataEdit{"FormatVersionMissing", [](Metadata& m) { m.RemoveMetadata(Keys::Version); }, "metadata: Version is \"\""},
+        MetadataEdit{"SubFormatDiffers", [](Metadata& m) { m.SetStringMetadata(Keys::SubFormat, u"Script"); }, "metadata: SubFormat \"Script\""},
         MetadataEdit{"OptionalPropertiesMissing",
                      [](Metadata& m) {
                          for (const auto& key : {Keys::Title, Keys::Description, Keys::DerivedFrom, Keys::Keywords,
@@ -168,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(
                              m.RemoveMetadata(key);
                          }
                      },
-                     true}),
+                     nullptr}),
     [](const testing::TestParamInfo<MetadataEdit>& edit) { return std::string(edit.param.name); });
 
 TEST(ExtensionContainerInfoXml, MetadataDocumentIDWinsOverTheGuidAttribute) {

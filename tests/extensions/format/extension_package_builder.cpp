@@ -89,4 +89,9 @@ std::unique_ptr<ExtensionContainerInfo> ExtensionPackageBuilder::Read() const {
     return package->GetInfo()->Modify();
 }
 
+CString ExtensionPackageBuilder::InfoError() const {
+    auto package = ExtensionContainer::Open(m_path, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    return package ? package->GetInfoError() : package.ErrorText();
+}
+
 }  // namespace OvxTest

@@ -35,6 +35,8 @@ public:
 
     // The record read by opening the package; null when the package holds no valid one.
     std::unique_ptr<OvxComponent::ExtensionContainerInfo> Read() const;
+    // Why the package's record cannot be read; empty when it can.
+    CString InfoError() const;
 
 private:
     TempFolder m_temp;
