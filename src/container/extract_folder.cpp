@@ -7,6 +7,7 @@
 #include "container/zip_container_subtype_base.h"
 #include "platform/stream/file_stream.h"
 #include "platform/system_io/file.h"
+#include "platform/system_io/file_system.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
@@ -113,6 +114,17 @@ Result<void> ExtractFolder(const ZipContainer& container, const CString& folderN
         }
     }
     return (*staging)->CommitInto();
+}
+
+bool HoldsExtractedFiles(const ZipContainer& container, const CString& targetFolder) {
+    const ArchiveReader* reader = container.Reader();
+    if (!reader) return false;
+    std::vector<SystemIO::Detail::ExpectedFile> files;
+    files.reserve(reader->Entries().size());
+    for (const ArchiveEntry& entry : reader->Entries()) {
+        if (!entry.name.IsFolder()) files.push_back({entry.name.Utf8(), entry.claimedSize});
+    }
+    return SystemIO::Detail::HoldsFiles(targetFolder, files);
 }
 
 Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,

@@ -22,4 +22,9 @@ OVX_API Result<void> ExtractFolder(const ZipContainer& container, const CString&
 OVX_API Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
                                    const CString& targetFolder);
 
+// Whether targetFolder holds every file of the whole container as ExtractFolder(container,
+// "", targetFolder) writes it, each at its size; content is not compared. Costs one look at
+// the disk per file.
+OVX_API bool HoldsExtractedFiles(const ZipContainer& container, const CString& targetFolder);
+
 }  // namespace VdcContainer

@@ -1,10 +1,8 @@
 // InstallRepair: the start-up sweep and the repair of unpacked folders.
 #include "extensions/manager/install_repair.h"
 
-#include "container/archive_reader.h"
 #include "container/extract_folder.h"
 #include "platform/system_io/file.h"
-#include "platform/system_io/file_system.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"
@@ -56,14 +54,7 @@ bool SweepFolder(ExtensionLog& log, const CString& folder) {
 
 bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder, Depth depth) {
     if (depth == Depth::Quick) return SystemIO::Folder::Exists(unpackedFolder);
-    const VdcContainer::ArchiveReader* reader = installedCopy.Reader();
-    if (reader == nullptr) return false;
-    std::vector<SystemIO::Detail::ExpectedFile> files;
-    files.reserve(reader->Entries().size());
-    for (const VdcContainer::ArchiveEntry& entry : reader->Entries()) {
-        if (!entry.name.IsFolder()) files.push_back({entry.name.Utf8(), entry.claimedSize});
-    }
-    return SystemIO::Detail::HoldsFiles(unpackedFolder, files);
+    return VdcContainer::HoldsExtractedFiles(installedCopy, unpackedFolder);
 }
 
 OvxUtils::Result<void> ExtractAgain(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder) {
