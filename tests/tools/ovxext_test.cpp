@@ -3,6 +3,7 @@
 #include "commands.h"
 
 #include "extensions/format/extension_packing.h"
+#include "container/zip_container.h"
 #include "platform/component_version.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
@@ -10,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -111,13 +114,96 @@ TEST_F(OvxextTest, ReproduciblePackGivesIdenticalBytes) {
     EXPECT_NE(*a, *OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(third)));
 }
 
-TEST_F(OvxextTest, PackWithoutIdPrintsTheNewOne) {
-    const RunResult pack =
-        RunOvxext({"pack", Path(u"source"), "-o", Path(u"new"), "--type", "application/x-test", "--app", "Atlas"});
-    ASSERT_EQ(pack.code, 0) << pack.err;
-    ASSERT_EQ(pack.out.rfind("Document ID: {", 0), 0u) << pack.out;
-    const std::string id = pack.out.substr(13, 38);
-    EXPECT_NE(RunOvxext({"info", Path(u"new") + ".OrvexExtension"}).out.find("Document ID: " + id), std::string::npos);
+// The names of the entries under content/ of a package.
+std::vector<std::string> ContentOf(const std::string& package) {
+    std::vector<std::string> names;
+    auto container = VdcContainer::ZipContainer::Open(CString::FromUtf8(package), VdcContainer::ZipFile::OpenMode::ReadOnly);
+    for (const auto& entry : container ? container->GetEntries() : std::vector<VdcContainer::ContainerEntry>()) {
+        if (entry.name.StartsWith(u"content/")) names.push_back(Utf8(entry.name.Mid(8)));
+    }
+    return names;
+}
+
+// Author mistakes: each is refused before anything is written, with the rule and what broke it.
+TEST_F(OvxextTest, PackRefusesAuthorMistakes) {
+    struct Case {
+        const char* what;
+        std::function<void(OvxTest::TempFolder&)> setup;
+        std::vector<std::string> args;
+        int code;
+        std::string reason;
+    };
+    const std::vector<std::string> base{"--type", "t", "--app", "Atlas"};
+    const auto with = [&](std::vector<std::string> more) {
+        more.insert(more.end(), base.begin(), base.end());
+        return more;
+    };
+    std::vector<Case> cases{
+        {"no ID", nullptr, base, 2, "no document ID: give --id GUID, or run 'ovxext init FOLDER'"},
+        {"equal suite bounds", nullptr, with({"--id", kId, "--suite-min", "19", "--suite-max", "19.0"}), 2,
+         "suite version: the minimum 19 is not below the maximum 19.0"},
+        {"reversed Windows bounds", nullptr, with({"--id", kId, "--windows-min", "10", "--windows-max", "6.1"}), 2,
+         "Windows version: the minimum 10 is not below the maximum 6.1"},
+        {"broken metadata file", [](OvxTest::TempFolder& t) { t.WriteFile(u"source/ovxext.xml", "<ovxext-metadata>"); },
+         with({"--id", kId}), 3, "ovxext.xml: "},
+        {"existing output", [](OvxTest::TempFolder& t) { t.WriteFile(u"out.OrvexExtension", "mine"); },
+         with({"--id", kId}), 3, "exists already (--force replaces it)"},
+        {"nothing left to pack",
+         [](OvxTest::TempFolder& t) {
+             OvxUtils::SystemIO::Folder::DeleteRecursive(t / u"source", false);
+             t.WriteFile(u"source/.DS_Store", "x");
+         },
+         with({"--id", kId}), 3, "there is nothing to pack"},
+    };
+#if !defined(_WIN32)
+    cases.push_back({"link out", [](OvxTest::TempFolder& t) { std::filesystem::create_symlink("/etc/passwd", (t / u"source/passwd").ToUtf8()); },
+                     with({"--id", kId}), 3, "passwd is a symbolic link: a package holds no links"});
+    cases.push_back({"followed link out", [](OvxTest::TempFolder& t) { std::filesystem::create_symlink("/etc/passwd", (t / u"source/passwd").ToUtf8()); },
+                     with({"--id", kId, "--follow-links"}), 3, "passwd is a symbolic link to something outside the folder"});
+#endif
+    for (const Case& c : cases) {
+        OvxTest::TempFolder temp;
+        temp.WriteFile(u"source/readme.txt", "hello");
+        if (c.setup) c.setup(temp);
+        std::vector<std::string> args{"pack", Utf8(temp / u"source"), "-o", Utf8(temp / u"out")};
+        args.insert(args.end(), c.args.begin(), c.args.end());
+        const RunResult pack = RunOvxext(args);
+        EXPECT_EQ(pack.code, c.code) << c.what << ": " << pack.err;
+        EXPECT_NE(pack.err.find(c.reason), std::string::npos) << c.what << ": " << pack.err;
+        const auto left = OvxUtils::SystemIO::Folder::GetFiles(temp.Path(), false);
+        EXPECT_EQ(left.size(), c.what == std::string("existing output") ? 1u : 0u) << c.what << ": something was written";
+    }
+}
+
+// What goes in: debris and version control are left out, the package never holds itself,
+// a link inside the folder is packed as its file when asked, and init keeps the ID.
+TEST_F(OvxextTest, PackTakesExactlyTheAuthorsFilesAndKeepsTheProjectID) {
+    for (const char16_t* debris : {u"source/.git/config", u"source/.DS_Store", u"source/readme.txt~", u"source/.x.swp"}) {
+        m_temp.WriteFile(debris, "debris");
+    }
+#if !defined(_WIN32)
+    std::filesystem::create_symlink("readme.txt", Utf8(m_temp / u"source/alias.txt"));
+#endif
+    const RunResult init = RunOvxext({"init", Path(u"source"), "--type", "application/x-test", "--app", "Atlas,Delta"});
+    ASSERT_EQ(init.code, 0) << init.err;
+    const std::string id = init.out.substr(13, 38);
+    EXPECT_EQ(RunOvxext({"init", Path(u"source")}).code, 3);  // the ID is kept
+
+    const std::string inside = Path(u"source/self");
+    for (int round = 0; round < 2; ++round) {
+        std::vector<std::string> args{"pack", Path(u"source"), "-o", inside, "--force"};
+#if !defined(_WIN32)
+        args.push_back("--follow-links");
+#endif
+        const RunResult pack = RunOvxext(args);
+        ASSERT_EQ(pack.code, 0) << pack.err;
+        EXPECT_NE(RunOvxext({"info", inside + ".OrvexExtension"}).out.find("Document ID: " + id), std::string::npos);
+    }
+    std::vector<std::string> expected{"bin/tool.dll", "readme.txt"};
+#if !defined(_WIN32)
+    expected.insert(expected.begin(), "alias.txt");
+#endif
+    EXPECT_EQ(ContentOf(inside + ".OrvexExtension"), expected);
 }
 
 TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
@@ -126,6 +212,10 @@ TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
     const RunResult passes = RunOvxext({"check", ok, "--app", "Cinder"});
     EXPECT_EQ(passes.code, 0) << passes.err;
     EXPECT_EQ(passes.out, ok + ": would load on Cinder\n");
+    const RunResult both = RunOvxext({"check", ok, "--app", "Cinder,Delta"});
+    EXPECT_EQ(both.code, 1);
+    EXPECT_EQ(both.out, ok + ": would load on Cinder\n" + ok +
+                            ": would not load on Delta\napplication: requires one of Cinder, this host is Delta\n");
 
     struct Case {
         const char16_t* name;
@@ -149,7 +239,7 @@ TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
         const std::string package = Pack(c.name, c.options);
         const RunResult fails = RunOvxext({"check", package, "--app", c.app});
         EXPECT_EQ(fails.code, 1) << package;
-        EXPECT_EQ(fails.out.rfind(package + ": would not load\n", 0), 0u) << fails.out;
+        EXPECT_EQ(fails.out.rfind(package + ": would not load on " + c.app + "\n", 0), 0u) << fails.out;
         EXPECT_NE(fails.out.find(c.reason), std::string::npos) << c.reason << " in\n" << fails.out;
     }
 }
@@ -216,12 +306,13 @@ TEST_F(OvxextTest, UsageAndFileErrors) {
         {{}, 2, "usage: ovxext"},
         {{"frobnicate"}, 2, "ovxext: unknown command 'frobnicate'"},
         {{"pack", Path(u"source")}, 2, "ovxext pack: -o FILE is required"},
-        {{"pack", Path(u"source"), "-o", Path(u"x")}, 2, "ovxext pack: the extension type is required"},
+        {{"pack", Path(u"source"), "-o", Path(u"x"), "--id", kId}, 2, "ovxext pack: the extension type is required"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--app", "Nope"}, 2,
          "ovxext pack: unknown application 'Nope'"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--id", "12"}, 2, "is not a GUID"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--bogus"}, 2, "ovxext pack: unknown option --bogus"},
-        {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t"}, 2, "ovxext pack: at least one application is required"},
+        {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--id", kId}, 2,
+         "ovxext pack: at least one application is required"},
         {{"pack", Path(u"nowhere"), "-o", Path(u"x"), "--type", "t", "--app", "Atlas"}, 3, "ovxext pack: " + Path(u"nowhere") + ": no such folder"},
         {{"info"}, 2, "ovxext info: expected one package FILE"},
         {{"info", missing}, 3, "ovxext info: " + missing + ": no such file"},
@@ -239,7 +330,7 @@ TEST_F(OvxextTest, UsageAndFileErrors) {
 }
 
 TEST_F(OvxextTest, EveryCommandHasHelp) {
-    for (const char* command : {"pack", "info", "check", "unpack", "lint"}) {
+    for (const char* command : {"init", "pack", "info", "check", "unpack", "lint"}) {
         const RunResult help = RunOvxext({command, "--help"});
         EXPECT_EQ(help.code, 0);
         EXPECT_EQ(help.out.rfind(std::string("usage: ovxext ") + command, 0), 0u) << help.out;

@@ -4,6 +4,7 @@
 
 #include "platform/cstring.h"
 
+#include <filesystem>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -27,6 +28,14 @@ struct CommandContext {
 // Text for the streams: CString as UTF-8.
 inline std::string Utf8(const CString& text) { return text.ToUtf8(); }
 inline CString FromUtf8(const std::string& text) { return CString::FromUtf8(text); }
+// A path for std::filesystem.
+inline std::filesystem::path NativePath(const CString& path) {
+#if defined(_WIN32)
+    return std::filesystem::path(path.Str());
+#else
+    return std::filesystem::path(path.ToUtf8());
+#endif
+}
 
 // "ovxext <command>: <file>: <message>" on err; returns code.
 int ReportError(const CommandContext& context, const std::string& command, const std::string& file,

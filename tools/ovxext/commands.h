@@ -13,6 +13,7 @@ namespace Ovxext {
 // args[0] is the command name ("pack", "info", ...); returns the exit code.
 int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
+int RunInit(const CommandContext& context);
 int RunPack(const CommandContext& context);
 int RunInfo(const CommandContext& context);
 int RunCheck(const CommandContext& context);

@@ -12,6 +12,7 @@ namespace Ovxext {
 
 namespace {
 
+using OvxUtils::Error;
 using VdcContainer::XmlNS::ElementDef;
 using VdcContainer::XmlNS::NamespaceDef;
 using VdcContainer::XmlNS::Node;
@@ -29,17 +30,22 @@ void SetLanguageText(const Node& node, MultiLanguageString& text) {
     text.Set(FromUtf8(Attribute(node, "lang")), FromUtf8(node.GetText()));
 }
 
-bool ReadRange(const Node& node, OvxUtils::VersionRange& range, std::string& error) {
-    return ParseBound(Attribute(node, "min"), range.min, error) && ParseBound(Attribute(node, "max"), range.max, error);
+OvxUtils::Result<void> ReadRange(const Node& node, OvxUtils::VersionRange& range) {
+    auto min = ParseBound(Attribute(node, "min"));
+    if (!min) return min.TakeError();
+    auto max = ParseBound(Attribute(node, "max"));
+    if (!max) return max.TakeError();
+    range = {*min, *max};
+    return {};
 }
 
-bool ReadEntryPoint(const Node& node, OvxComponent::ExtensionEntryPoint& entry, std::string& error) {
+OvxUtils::Result<OvxComponent::ExtensionEntryPoint> ReadEntryPoint(const Node& node) {
     const std::string type = Attribute(node, "type");
     const auto parsed = OvxComponent::ExtensionEntryPointTypeFromString(FromUtf8(type));
     if (!parsed) {
-        error = "entry-point: unknown type '" + type + "' (expected control, tool, docker, toolbar or menu)";
-        return false;
+        return Error{FromUtf8("entry-point: unknown type '" + type + "' (expected control, tool, docker, toolbar or menu)")};
     }
+    OvxComponent::ExtensionEntryPoint entry;
     entry.Type = *parsed;
     entry.Value = FromUtf8(Attribute(node, "value"));
     if (const auto guid = node.GetAttribute(Name("guid"))) entry.Guid = FromUtf8(*guid);
@@ -50,17 +56,32 @@ bool ReadEntryPoint(const Node& node, OvxComponent::ExtensionEntryPoint& entry, 
         } else if (name == "short-description") {
             SetLanguageText(*child, entry.ShortDescription);
         } else {
-            error = "entry-point: unknown element '" + name + "'";
-            return false;
+            return Error{FromUtf8("entry-point: unknown element '" + name + "'")};
         }
     }
-    return true;
+    return entry;
+}
+
+// Stores a parsed value in target, or hands on the error.
+template <class T>
+OvxUtils::Result<void> Assign(OvxUtils::Result<T> parsed, T& target) {
+    if (!parsed) return parsed.TakeError();
+    target = std::move(*parsed);
+    return {};
+}
+
+// Appends the values of a parsed list to target, or hands on the error.
+template <class T>
+OvxUtils::Result<void> Append(OvxUtils::Result<std::vector<T>> parsed, std::vector<T>& target) {
+    if (!parsed) return parsed.TakeError();
+    target.insert(target.end(), parsed->begin(), parsed->end());
+    return {};
 }
 
 // One child of the root element. Lists start empty in the file: the first element of a
 // list replaces what data held.
-bool ReadField(const Node& node, OvxComponent::ExtensionData& data, std::set<std::string>& listsStarted,
-               std::string& error) {
+OvxUtils::Result<void> ReadField(const Node& node, OvxComponent::ExtensionData& data,
+                                 std::set<std::string>& listsStarted) {
     const std::string name = node.GetLocalName();
     const std::string text = node.GetText();
     auto& requirements = data.requirements;
@@ -70,9 +91,17 @@ bool ReadField(const Node& node, OvxComponent::ExtensionData& data, std::set<std
         if (name == "keyword") data.Keywords.clear();
         if (name == "entry-point") data.EntryPoints.clear();
     }
-    if (name == "id") return ParseGuid(text, data.DocumentID, error);
-    if (name == "version") return ParseVersion(text, data.Version, error);
-    if (name == "type") {
+    if (name == "id") return Assign(ParseGuid(text), data.DocumentID);
+    if (name == "version") return Assign(ParseVersion(text), data.Version);
+    if (name == "app") return Append(ParseApps({text}), requirements.AppList);
+    if (name == "platform") return Append(ParsePlatforms({text}), requirements.PlatformSupport);
+    if (name == "suite") return ReadRange(node, requirements.AppVersion);
+    if (name == "windows") return ReadRange(node, requirements.WinVersion);
+    if (name == "entry-point") {
+        auto entry = ReadEntryPoint(node);
+        if (!entry) return entry.TakeError();
+        data.EntryPoints.push_back(std::move(*entry));
+    } else if (name == "type") {
         data.ExtensionType = FromUtf8(text);
     } else if (name == "title") {
         SetLanguageText(node, data.Title);
@@ -84,54 +113,30 @@ bool ReadField(const Node& node, OvxComponent::ExtensionData& data, std::set<std
         data.CreatorTool = FromUtf8(text);
     } else if (name == "keyword") {
         data.Keywords.emplace_back(FromUtf8(text));
-    } else if (name == "app") {
-        OvxComponent::ExtensionAppSupport app{};
-        if (!ParseApp(text, app, error)) return false;
-        requirements.AppList.push_back(app);
-    } else if (name == "platform") {
-        OvxUtils::runtime_bits platform{};
-        if (!ParsePlatform(text, platform, error)) return false;
-        requirements.PlatformSupport.push_back(platform);
-    } else if (name == "suite") {
-        return ReadRange(node, requirements.AppVersion, error);
-    } else if (name == "windows") {
-        return ReadRange(node, requirements.WinVersion, error);
-    } else if (name == "entry-point") {
-        OvxComponent::ExtensionEntryPoint entry;
-        if (!ReadEntryPoint(node, entry, error)) return false;
-        data.EntryPoints.push_back(std::move(entry));
     } else {
-        error = "unknown element '" + name + "'";
-        return false;
+        return Error{FromUtf8("unknown element '" + name + "'")};
     }
-    return true;
+    return {};
 }
 
 }  // namespace
 
-bool ReadMetadataFile(const std::string& path, OvxComponent::ExtensionData& data, std::string& error) {
+OvxUtils::Result<void> ReadMetadataFile(const std::string& path, OvxComponent::ExtensionData& data) {
     const auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
-    if (!bytes) {
-        error = "cannot be read";
-        return false;
-    }
+    if (!bytes) return Error{u"cannot be read"};
     auto document = VdcContainer::XmlNS::Document::Parse(*bytes, kMaxMetadataFile);
-    if (!document) {
-        error = Utf8(document.ErrorText());
-        return false;
-    }
+    if (!document) return document.TakeError();
     const Node& root = (*document)->Root();
     if (!root.Is(Name("ovxext-metadata"))) {
-        error = "the root element must be 'ovxext-metadata' (without a namespace)";
-        return false;
+        return Error{u"the root element must be 'ovxext-metadata' (without a namespace)"};
     }
     OvxComponent::ExtensionData read = data;
     std::set<std::string> listsStarted;
     for (const Node* child : root.GetAllChildNodes()) {
-        if (!ReadField(*child, read, listsStarted, error)) return false;
+        if (auto field = ReadField(*child, read, listsStarted); !field) return field;
     }
     data = std::move(read);
-    return true;
+    return {};
 }
 
 }  // namespace Ovxext

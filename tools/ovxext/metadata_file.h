@@ -4,14 +4,15 @@
 #pragma once
 
 #include "extensions/format/extension_data.h"
+#include "platform/result.h"
 
 #include <string>
 
 namespace Ovxext {
 
-// Reads the file at path into data, replacing the fields that the file gives. False with
-// error set (without the file name) when the file cannot be read, is not well-formed, or
-// holds an element or value that is not understood.
-bool ReadMetadataFile(const std::string& path, OvxComponent::ExtensionData& data, std::string& error);
+// Reads the file at path into data, replacing the fields that the file gives; data stays
+// as it was when the file cannot be read, is not well-formed, or holds an element or value
+// that is not understood, and the error (without the file name) says which.
+OvxUtils::Result<void> ReadMetadataFile(const std::string& path, OvxComponent::ExtensionData& data);
 
 }  // namespace Ovxext

@@ -1,58 +1,67 @@
+// Reading metadata values given as text.
 #include "metadata_values.h"
 
 #include "command_context.h"
 
 namespace Ovxext {
 
-bool ParseGuid(const std::string& text, OvxUtils::Guid& id, std::string& error) {
+namespace {
+
+using OvxUtils::Error;
+
+// The names of texts, each split at its commas; empty names are skipped.
+std::vector<std::string> Names(const std::vector<std::string>& texts) {
+    std::vector<std::string> names;
+    for (const std::string& text : texts) {
+        for (std::size_t start = 0; start <= text.size();) {
+            const std::size_t comma = std::min(text.find(',', start), text.size());
+            if (comma > start) names.push_back(text.substr(start, comma - start));
+            start = comma + 1;
+        }
+    }
+    return names;
+}
+
+template <class T, class FromString>
+OvxUtils::Result<std::vector<T>> ParseList(const std::vector<std::string>& texts, FromString fromString,
+                                           const char* kind, const char* expected) {
+    std::vector<T> values;
+    for (const std::string& name : Names(texts)) {
+        const std::optional<T> parsed = fromString(FromUtf8(name));
+        if (!parsed) return Error{FromUtf8("unknown " + std::string(kind) + " '" + name + "' (expected " + expected + ")")};
+        values.push_back(*parsed);
+    }
+    return values;
+}
+
+}  // namespace
+
+OvxUtils::Result<OvxUtils::Guid> ParseGuid(const std::string& text) {
     const auto parsed = OvxUtils::Guid::FromString(FromUtf8(text));
-    if (!parsed) {
-        error = "'" + text + "' is not a GUID ({XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX})";
-        return false;
-    }
-    id = *parsed;
-    return true;
+    if (!parsed) return Error{FromUtf8("'" + text + "' is not a GUID ({XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX})")};
+    return *parsed;
 }
 
-bool ParseVersion(const std::string& text, OvxUtils::Version& version, std::string& error) {
+OvxUtils::Result<OvxUtils::Version> ParseVersion(const std::string& text) {
     const auto parsed = OvxUtils::Version::TryParse(FromUtf8(text));
-    if (!parsed) {
-        error = "'" + text + "' is not a version (numbers separated by dots)";
-        return false;
-    }
-    version = *parsed;
-    return true;
+    if (!parsed) return Error{FromUtf8("'" + text + "' is not a version (numbers separated by dots)")};
+    return *parsed;
 }
 
-bool ParseBound(const std::string& text, std::optional<OvxUtils::Version>& bound, std::string& error) {
-    if (text.empty() || text == "*") {
-        bound.reset();
-        return true;
-    }
-    OvxUtils::Version version;
-    if (!ParseVersion(text, version, error)) return false;
-    bound = version;
-    return true;
+OvxUtils::Result<std::optional<OvxUtils::Version>> ParseBound(const std::string& text) {
+    if (text.empty() || text == "*") return std::optional<OvxUtils::Version>();
+    auto version = ParseVersion(text);
+    if (!version) return version.TakeError();
+    return std::optional<OvxUtils::Version>(*version);
 }
 
-bool ParseApp(const std::string& text, OvxComponent::ExtensionAppSupport& app, std::string& error) {
-    const auto parsed = OvxComponent::ExtensionAppSupportFromString(FromUtf8(text));
-    if (!parsed) {
-        error = "unknown application '" + text + "' (expected Atlas, Beacon, Cinder or Delta)";
-        return false;
-    }
-    app = *parsed;
-    return true;
+OvxUtils::Result<std::vector<OvxComponent::ExtensionAppSupport>> ParseApps(const std::vector<std::string>& texts) {
+    return ParseList<OvxComponent::ExtensionAppSupport>(texts, OvxComponent::ExtensionAppSupportFromString,
+                                                        "application", "Atlas, Beacon, Cinder or Delta");
 }
 
-bool ParsePlatform(const std::string& text, OvxUtils::runtime_bits& platform, std::string& error) {
-    const auto parsed = OvxUtils::RuntimeBitsFromString(FromUtf8(text));
-    if (!parsed) {
-        error = "unknown platform '" + text + "' (expected x32 or x64)";
-        return false;
-    }
-    platform = *parsed;
-    return true;
+OvxUtils::Result<std::vector<OvxUtils::runtime_bits>> ParsePlatforms(const std::vector<std::string>& texts) {
+    return ParseList<OvxUtils::runtime_bits>(texts, OvxUtils::RuntimeBitsFromString, "platform", "x32 or x64");
 }
 
 }  // namespace Ovxext

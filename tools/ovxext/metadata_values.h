@@ -1,19 +1,22 @@
 // Reading metadata values given as text, on the command line or in a metadata file. Each
-// returns false with error set when the text is not a valid value.
+// answers the value, or the error that says why the text is not one.
 #pragma once
 
 #include "extensions/format/extension_data.h"
+#include "platform/result.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Ovxext {
 
-bool ParseGuid(const std::string& text, OvxUtils::Guid& id, std::string& error);
-bool ParseVersion(const std::string& text, OvxUtils::Version& version, std::string& error);
+OvxUtils::Result<OvxUtils::Guid> ParseGuid(const std::string& text);
+OvxUtils::Result<OvxUtils::Version> ParseVersion(const std::string& text);
 // "*" or an empty text is an absent bound.
-bool ParseBound(const std::string& text, std::optional<OvxUtils::Version>& bound, std::string& error);
-bool ParseApp(const std::string& text, OvxComponent::ExtensionAppSupport& app, std::string& error);
-bool ParsePlatform(const std::string& text, OvxUtils::runtime_bits& platform, std::string& error);
+OvxUtils::Result<std::optional<OvxUtils::Version>> ParseBound(const std::string& text);
+// Each text is one name or a comma-separated list of names ("Atlas,Delta").
+OvxUtils::Result<std::vector<OvxComponent::ExtensionAppSupport>> ParseApps(const std::vector<std::string>& texts);
+OvxUtils::Result<std::vector<OvxUtils::runtime_bits>> ParsePlatforms(const std::vector<std::string>& texts);
 
 }  // namespace Ovxext

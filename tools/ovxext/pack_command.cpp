@@ -6,10 +6,15 @@
 #include "instance_id.h"
 #include "metadata_file.h"
 #include "metadata_values.h"
+#include "pack_selection.h"
 
 #include "extensions/format/extension_packing.h"
+#include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
+
+#include <filesystem>
 
 namespace Ovxext {
 
@@ -18,7 +23,7 @@ namespace {
 constexpr const char* kHelp =
     "usage: ovxext pack FOLDER -o FILE [options]\n"
     "\n"
-    "Packs every file under FOLDER into the package FILE (.OrvexExtension is appended when\n"
+    "Packs the files under FOLDER into the package FILE (.OrvexExtension is appended when\n"
     "FILE has another extension or none), below content/ with paths relative to FOLDER.\n"
     "\n"
     "options:\n"
@@ -26,52 +31,64 @@ constexpr const char* kHelp =
     "  --reproducible         same input, same bytes: sorted entries, fixed times, and an\n"
     "                         instance ID derived from the document ID and version\n"
     "  --metadata META.xml    read the metadata from this file first (see docs/ovxext.md)\n"
-    "  --id GUID              document ID; without one a new ID is made and printed\n"
+    "  --id GUID              document ID (required here, in the metadata file, or in the\n"
+    "                         project file that 'ovxext init FOLDER' writes)\n"
     "  --version V            extension version, for example 1.2.0 (default 1.0)\n"
     "  --type MIME            extension type: the MIME type of the host's installer (required,\n"
     "                         here or in the metadata file)\n"
     "  --title T              title\n"
     "  --description D        description\n"
     "  --notes N              notes\n"
-    "  --app NAME             a host application: Atlas, Beacon, Cinder or Delta (repeatable;\n"
-    "                         at least one, here or in the metadata file)\n"
-    "  --platform P           x32 or x64 (repeatable; default x64)\n"
+    "  --app NAMES            host applications: Atlas, Beacon, Cinder or Delta, one or a\n"
+    "                         comma-separated list (repeatable; at least one, here or in the\n"
+    "                         metadata file)\n"
+    "  --platform P           x32 or x64, or x32,x64 (repeatable; default x64)\n"
     "  --suite-min V          lowest suite version (inclusive; '*' for none)\n"
     "  --suite-max V          suite version bound (exclusive; '*' for none)\n"
     "  --windows-min V        lowest Windows version (inclusive; '*' for none)\n"
     "  --windows-max V        Windows version bound (exclusive; '*' for none)\n"
     "  --keyword K            a keyword (repeatable)\n"
     "  --creator-tool T       the tool that made the package (default ovxext)\n"
+    "  --force                replace FILE when it exists\n"
+    "  --follow-links         pack the files that symbolic links inside FOLDER point to\n"
+    "                         (otherwise any link is refused; links out of FOLDER always are)\n"
     "\n"
-    "A list option given on the command line replaces the metadata file's list.\n"
+    "The project file FOLDER/ovxext.xml ('ovxext init'), then --metadata, then the options give\n"
+    "the metadata; a list option given on the command line replaces the file's list.\n"
+    "Left out: version-control folders (.git, .svn, ...), system and editor debris (.DS_Store,\n"
+    "Thumbs.db, name~, .name.swp, ...), the project file and FILE itself. The package is written\n"
+    "under a temporary name, read back as a host reads it, and only then named FILE.\n"
     "\n"
-    "exit codes: 0 packed, 2 usage error, 3 a file cannot be read or the package written\n";
+    "exit codes: 0 packed, 2 usage error or metadata no host can accept, 3 a file cannot be\n"
+    "read, a link is refused, nothing is left to pack, or the package cannot be written\n";
 
-// Applies the options to data; false with error set for a value that is not valid.
-bool ApplyOptions(const ArgumentParser& parser, OvxComponent::ExtensionData& data, std::string& error) {
+// Applies the options to data.
+OvxUtils::Result<void> ApplyOptions(const ArgumentParser& parser, OvxComponent::ExtensionData& data) {
     auto& requirements = data.requirements;
-    if (auto id = parser.Value("--id"); id && !ParseGuid(*id, data.DocumentID, error)) return false;
-    if (auto version = parser.Value("--version"); version && !ParseVersion(*version, data.Version, error)) return false;
+    if (auto id = parser.Value("--id")) {
+        auto parsed = ParseGuid(*id);
+        if (!parsed) return parsed.TakeError();
+        data.DocumentID = *parsed;
+    }
+    if (auto version = parser.Value("--version")) {
+        auto parsed = ParseVersion(*version);
+        if (!parsed) return parsed.TakeError();
+        data.Version = *parsed;
+    }
     if (auto type = parser.Value("--type")) data.ExtensionType = FromUtf8(*type);
     if (auto title = parser.Value("--title")) data.Title.SetDefault(FromUtf8(*title));
     if (auto description = parser.Value("--description")) data.Description.SetDefault(FromUtf8(*description));
     if (auto notes = parser.Value("--notes")) data.Notes.SetDefault(FromUtf8(*notes));
     if (auto tool = parser.Value("--creator-tool")) data.CreatorTool = FromUtf8(*tool);
     if (parser.Has("--app")) {
-        requirements.AppList.clear();
-        for (const std::string& name : parser.Values("--app")) {
-            OvxComponent::ExtensionAppSupport app{};
-            if (!ParseApp(name, app, error)) return false;
-            requirements.AppList.push_back(app);
-        }
+        auto apps = ParseApps(parser.Values("--app"));
+        if (!apps) return apps.TakeError();
+        requirements.AppList = std::move(*apps);
     }
     if (parser.Has("--platform")) {
-        requirements.PlatformSupport.clear();
-        for (const std::string& name : parser.Values("--platform")) {
-            OvxUtils::runtime_bits platform{};
-            if (!ParsePlatform(name, platform, error)) return false;
-            requirements.PlatformSupport.push_back(platform);
-        }
+        auto platforms = ParsePlatforms(parser.Values("--platform"));
+        if (!platforms) return platforms.TakeError();
+        requirements.PlatformSupport = std::move(*platforms);
     }
     if (parser.Has("--keyword")) {
         data.Keywords.clear();
@@ -84,9 +101,41 @@ bool ApplyOptions(const ArgumentParser& parser, OvxComponent::ExtensionData& dat
         {"--windows-max", &requirements.WinVersion.max},
     };
     for (const auto& [option, bound] : bounds) {
-        if (auto text = parser.Value(option); text && !ParseBound(*text, *bound, error)) return false;
+        if (auto text = parser.Value(option)) {
+            auto parsed = ParseBound(*text);
+            if (!parsed) return parsed.TakeError();
+            *bound = *parsed;
+        }
     }
-    return true;
+    return {};
+}
+
+// A range that no version can pass makes a package that no host accepts (and an empty
+// suite range one that no host can even read).
+OvxUtils::Result<void> CheckRange(const char* what, const OvxUtils::VersionRange& range) {
+    if (!range.min || !range.max || OvxUtils::Version::Compare(*range.min, *range.max) < 0) return {};
+    return OvxUtils::Error{FromUtf8(std::string(what) + ": the minimum " + Utf8(range.min->ToString()) +
+                                    " is not below the maximum " + Utf8(range.max->ToString()) +
+                                    ", which is exclusive, so no version passes")};
+}
+
+// What every host checks before it reads a package, checked before anything is written.
+OvxUtils::Result<void> CheckPackable(const OvxComponent::ExtensionData& data) {
+    if (data.DocumentID.IsNull()) {
+        return OvxUtils::Error{u"no document ID: give --id GUID, or run 'ovxext init FOLDER' once to make a project "
+                               u"file that keeps one for every pack"};
+    }
+    if (data.ExtensionType.IsEmpty()) {
+        return OvxUtils::Error{u"the extension type is required (--type MIME or <type> in the metadata file)"};
+    }
+    if (data.requirements.AppList.empty()) {
+        return OvxUtils::Error{u"at least one application is required (--app NAME or <app> in the metadata file)"};
+    }
+    if (data.requirements.PlatformSupport.empty()) {
+        return OvxUtils::Error{u"at least one platform is required (--platform x64)"};
+    }
+    if (auto suite = CheckRange("suite version", data.requirements.AppVersion); !suite) return suite;
+    return CheckRange("Windows version", data.requirements.WinVersion);
 }
 
 OvxComponent::ExtensionData DefaultData() {
@@ -104,6 +153,42 @@ CString PackagePath(const std::string& output) {
     return path + u"." + extension;
 }
 
+// Writes the package at path. The caller reads it back before it counts as written.
+OvxUtils::Result<void> WritePackage(const CString& path, const OvxComponent::ExtensionData& data, const CString& folder,
+                                    const std::vector<CString>& files, bool reproducible) {
+    CString openError;
+    const OvxComponent::ExtensionContainerOpener opener = [&]() {
+        auto opened = OvxComponent::ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
+        if (!opened) {
+            openError = opened.ErrorText();
+            return OvxComponent::ExtensionContainer();
+        }
+        return std::move(opened).Value();
+    };
+    // The final separator makes the paths relative to the folder itself.
+    OvxComponent::ExtensionContainer package = OvxComponent::PackFiles(opener, data, folder + u"/", files);
+    if (!package) {
+        return OvxUtils::Error{openError.IsEmpty() ? u"the files under " + folder + u" cannot be added" : openError};
+    }
+    if (reproducible) {
+        package.Container().SetReproducible(true);
+        auto info = package.GetInfo()->Modify();
+        info->SetInstanceID(DeriveInstanceID(data.DocumentID, data.Version));
+        package.SetInfo(std::move(info));
+    }
+    return package.Close();
+}
+
+// Opens the package as a host does: the container, its record and its requirements.
+OvxUtils::Result<void> ReadBack(const CString& path) {
+    auto package = OvxComponent::ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    if (!package) return OvxUtils::Error{u"the package written cannot be opened again: " + package.ErrorText()};
+    if (package->GetInfo() == nullptr) {
+        return OvxUtils::Error{u"hosts could not read the package written: " + package->GetInfoError()};
+    }
+    return {};
+}
+
 }  // namespace
 
 int RunPack(const CommandContext& context) {
@@ -112,7 +197,7 @@ int RunPack(const CommandContext& context) {
         return kExitOk;
     }
     ArgumentParser parser;
-    parser.AddFlag("--reproducible");
+    for (const char* flag : {"--reproducible", "--force", "--follow-links"}) parser.AddFlag(flag);
     parser.AddOption("--output");
     parser.AddAlias("-o", "--output");
     for (const char* option : {"--metadata", "--id", "--version", "--type", "--title", "--description", "--notes",
@@ -124,62 +209,49 @@ int RunPack(const CommandContext& context) {
     if (parser.Positional().size() != 1) return ReportUsage(context, "pack", "expected one FOLDER to pack");
     const auto output = parser.Value("--output");
     if (!output) return ReportUsage(context, "pack", "-o FILE is required");
-
-    OvxComponent::ExtensionData data = DefaultData();
-    std::string error;
-    if (auto metadata = parser.Value("--metadata"); metadata && !ReadMetadataFile(*metadata, data, error)) {
-        return ReportError(context, "pack", *metadata, error, kExitFailure);
-    }
-    if (!ApplyOptions(parser, data, error)) return ReportUsage(context, "pack", error);
-    if (data.ExtensionType.IsEmpty()) {
-        return ReportUsage(context, "pack", "the extension type is required (--type MIME or <type> in the metadata file)");
-    }
-    // Hosts cannot read a package whose application or platform list is empty.
-    if (data.requirements.AppList.empty()) {
-        return ReportUsage(context, "pack", "at least one application is required (--app NAME or <app> in the metadata file)");
-    }
-    if (data.requirements.PlatformSupport.empty()) {
-        return ReportUsage(context, "pack", "at least one platform is required (--platform x64)");
-    }
     const std::string& folderText = parser.Positional()[0];
     const CString folder = FromUtf8(folderText);
     if (!OvxUtils::SystemIO::Folder::Exists(folder)) {
         return ReportError(context, "pack", folderText, "no such folder", kExitFailure);
     }
-    if (data.DocumentID.IsNull()) {
-        data.DocumentID = OvxUtils::Guid::Generate();
-        context.out << "Document ID: " << Utf8(data.DocumentID.ToString()) << " (new)\n";
+
+    // The project file first, then a metadata file, then the options: each wins over
+    // what came before.
+    OvxComponent::ExtensionData data = DefaultData();
+    const CString projectFile = OvxUtils::SystemIO::Path::Combine(folder, kProjectFileName);
+    std::vector<std::string> metadataFiles;
+    if (OvxUtils::SystemIO::File::Exists(projectFile)) metadataFiles.push_back(Utf8(projectFile));
+    if (auto metadata = parser.Value("--metadata")) metadataFiles.push_back(*metadata);
+    for (const std::string& file : metadataFiles) {
+        if (auto read = ReadMetadataFile(file, data); !read) {
+            return ReportError(context, "pack", file, Utf8(read.ErrorText()), kExitFailure);
+        }
     }
-    const std::vector<CString> files = OvxUtils::SystemIO::Folder::GetFiles(folder, true);
+    if (auto applied = ApplyOptions(parser, data); !applied) return ReportUsage(context, "pack", Utf8(applied.ErrorText()));
+    if (auto packable = CheckPackable(data); !packable) return ReportUsage(context, "pack", Utf8(packable.ErrorText()));
+
     const CString packagePath = PackagePath(*output);
     const std::string packageText = Utf8(packagePath);
+    if (OvxUtils::SystemIO::File::Exists(packagePath) && !parser.Has("--force")) {
+        return ReportError(context, "pack", packageText, "exists already (--force replaces it)", kExitFailure);
+    }
+    auto files = SelectFilesToPack(folder, {parser.Has("--follow-links"), packagePath});
+    if (!files) return ReportError(context, "pack", folderText, Utf8(files.ErrorText()), kExitFailure);
 
-    CString openError;
-    const OvxComponent::ExtensionContainerOpener opener = [&]() {
-        auto opened = OvxComponent::ExtensionContainer::Open(packagePath, VdcContainer::ZipFile::OpenMode::Create);
-        if (!opened) {
-            openError = opened.ErrorText();
-            return OvxComponent::ExtensionContainer();
-        }
-        return std::move(opened).Value();
-    };
-    // The trailing separator makes the paths relative to the folder itself.
-    OvxComponent::ExtensionContainer package = OvxComponent::PackFiles(opener, data, folder + u"/", files);
-    if (!package) {
-        const std::string why = openError.IsEmpty() ? "the files under " + folderText + " cannot be added"
-                                                    : Utf8(openError);
+    // Written under a temporary name and read back as a host reads it; only a package
+    // that passes takes its name.
+    const CString temporary =
+        OvxUtils::SystemIO::TemporaryName::Beside(packagePath, OvxUtils::SystemIO::TemporaryName::kWriting);
+    auto written = WritePackage(temporary, data, folder, *files, parser.Has("--reproducible"));
+    if (written) written = ReadBack(temporary);
+    std::error_code renameError;
+    if (written) std::filesystem::rename(NativePath(temporary), NativePath(packagePath), renameError);
+    if (!written || renameError) {
+        OvxUtils::SystemIO::File::Delete(temporary);
+        const std::string why = written ? "cannot be moved into place: " + renameError.message() : Utf8(written.ErrorText());
         return ReportError(context, "pack", packageText, why, kExitFailure);
     }
-    if (parser.Has("--reproducible")) {
-        package.Container().SetReproducible(true);
-        auto info = package.GetInfo()->Modify();
-        info->SetInstanceID(DeriveInstanceID(data.DocumentID, data.Version));
-        package.SetInfo(std::move(info));
-    }
-    if (auto saved = package.Close(); !saved) {
-        return ReportError(context, "pack", packageText, Utf8(saved.ErrorText()), kExitFailure);
-    }
-    context.out << "packed " << files.size() << (files.size() == 1 ? " file" : " files") << " into " << packageText
+    context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into " << packageText
                 << "\n";
     return kExitOk;
 }

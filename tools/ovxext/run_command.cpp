@@ -14,9 +14,11 @@ constexpr const char* kUsage =
     "usage: ovxext <command> [arguments]\n"
     "\n"
     "commands:\n"
-    "  pack FOLDER -o FILE [options]    pack every file under FOLDER into an extension package\n"
+    "  init FOLDER [--type MIME] [--app NAMES]\n"
+    "                                   write the project file that keeps the extension's ID\n"
+    "  pack FOLDER -o FILE [options]    pack the files under FOLDER into an extension package\n"
     "  info FILE                        show every metadata field, entry point and requirement\n"
-    "  check FILE --app NAME [--feature NAME]...\n"
+    "  check FILE --app NAMES [--feature NAME]...\n"
     "                                   tell whether the package would load on that host, and why not\n"
     "  unpack FILE DIR                  extract the whole package into DIR, safely\n"
     "  lint FILE                        list every problem of the package\n"
@@ -74,7 +76,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
         return kExitOk;
     }
     static const std::map<std::string, int (*)(const CommandContext&)> commands{
-        {"pack", &RunPack}, {"info", &RunInfo},   {"check", &RunCheck}, {"unpack", &RunUnpack},
+        {"init", &RunInit}, {"pack", &RunPack}, {"info", &RunInfo}, {"check", &RunCheck}, {"unpack", &RunUnpack},
         {"lint", &RunLint}, {"demo", &RunDemo},   {"host", &RunHost},
     };
     const auto found = commands.find(command);
