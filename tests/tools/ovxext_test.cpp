@@ -178,9 +178,12 @@ TEST_F(OvxextTest, PackRefusesAuthorMistakes) {
 // What goes in: debris and version control are left out, the package never holds itself,
 // a link inside the folder is packed as its file when asked, and init keeps the ID.
 TEST_F(OvxextTest, PackTakesExactlyTheAuthorsFilesAndKeepsTheProjectID) {
-    for (const char16_t* debris : {u"source/.git/config", u"source/.DS_Store", u"source/readme.txt~", u"source/.x.swp"}) {
+    for (const char16_t* debris : {u"source/.git/config", u"source/.DS_Store", u"source/readme.txt~", u"source/.x.swp",
+                                   u"source/a.log", u"source/build/x.o", u"source/bin/build/y.o"}) {
         m_temp.WriteFile(debris, "debris");
     }
+    m_temp.WriteFile(u"source/keep.log", "kept");
+    m_temp.WriteFile(u"source/.ovxextignore", "# the author's own rules\n*.log\n!keep.log\nbuild/\n");
 #if !defined(_WIN32)
     std::filesystem::create_symlink("readme.txt", Utf8(m_temp / u"source/alias.txt"));
 #endif
@@ -199,11 +202,20 @@ TEST_F(OvxextTest, PackTakesExactlyTheAuthorsFilesAndKeepsTheProjectID) {
         ASSERT_EQ(pack.code, 0) << pack.err;
         EXPECT_NE(RunOvxext({"info", inside + ".OrvexExtension"}).out.find("Document ID: " + id), std::string::npos);
     }
-    std::vector<std::string> expected{"bin/tool.dll", "readme.txt"};
+    std::vector<std::string> expected{"bin/tool.dll", "keep.log", "readme.txt"};
 #if !defined(_WIN32)
     expected.insert(expected.begin(), "alias.txt");
 #endif
     EXPECT_EQ(ContentOf(inside + ".OrvexExtension"), expected);
+
+    // The dry run lists exactly that, and ls shows what a reader lists.
+    const RunResult dryRun = RunOvxext({"pack", Path(u"source"), "-o", inside, "--follow-links", "--dry-run"});
+    std::string listed;
+    for (const std::string& name : expected) listed += "content/" + name + "\n";
+    EXPECT_EQ(dryRun.out, listed + std::to_string(expected.size()) + " files would be packed into " + inside +
+                              ".OrvexExtension\n");
+    const RunResult ls = RunOvxext({"ls", inside + ".OrvexExtension", "--json"});
+    EXPECT_NE(ls.out.find("\"name\": \"content/keep.log\""), std::string::npos) << ls.out;
 }
 
 TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
@@ -216,6 +228,10 @@ TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
     EXPECT_EQ(both.code, 1);
     EXPECT_EQ(both.out, ok + ": would load on Cinder\n" + ok +
                             ": would not load on Delta\napplication: requires one of Cinder, this host is Delta\n");
+    const RunResult json = RunOvxext({"check", ok, "--app", "Delta", "--json"});
+    EXPECT_EQ(json.code, 1);
+    EXPECT_NE(json.out.find("\"required\": \"requires one of Cinder\""), std::string::npos) << json.out;
+    EXPECT_TRUE(RunOvxext({"check", ok, "--app", "Delta", "--quiet"}).out.empty());
 
     struct Case {
         const char16_t* name;
@@ -330,7 +346,7 @@ TEST_F(OvxextTest, UsageAndFileErrors) {
 }
 
 TEST_F(OvxextTest, EveryCommandHasHelp) {
-    for (const char* command : {"init", "pack", "info", "check", "unpack", "lint"}) {
+    for (const char* command : {"init", "pack", "info", "check", "unpack", "lint", "ls"}) {
         const RunResult help = RunOvxext({command, "--help"});
         EXPECT_EQ(help.code, 0);
         EXPECT_EQ(help.out.rfind(std::string("usage: ovxext ") + command, 0), 0u) << help.out;

@@ -3,6 +3,7 @@
 // CheckRequirements, with this host's answers.
 
 #include "argument_parser.h"
+#include "json_output.h"
 #include "commands.h"
 #include "package_reader.h"
 
@@ -11,6 +12,7 @@
 #include "extensions/format/check_requirements.h"
 
 #include <algorithm>
+#include <sstream>
 #include <optional>
 
 namespace Ovxext {
@@ -18,13 +20,14 @@ namespace Ovxext {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: ovxext check FILE --app NAMES [--feature NAME]...\n"
+    "usage: ovxext check FILE --app NAMES [--feature NAME]... [--json | --quiet]\n"
     "\n"
     "Tells whether the package FILE would load on a host that is the application NAME\n"
     "(Atlas, Beacon, Cinder or Delta) offering the given features, on this system with\n"
     "this component's suite version, for each application given (--app Atlas,Delta, or\n"
     "--app repeated). When it would not, names the requirement that fails, what it\n"
-    "requires and what this host has.\n"
+    "requires and what this host has. --json answers with one JSON object, --quiet only\n"
+    "with the exit code.\n"
     "\n"
     "exit codes: 0 would load on every application, 1 would not load on one (or its record\n"
     "            cannot be read),\n"
@@ -46,7 +49,12 @@ int RunCheck(const CommandContext& context) {
     ArgumentParser parser;
     parser.AddOption("--app", true);
     parser.AddOption("--feature", true);
+    parser.AddFlag("--json");
+    parser.AddFlag("--quiet");
     if (!parser.Parse(context.args)) return ReportUsage(context, "check", parser.Error());
+    const bool json = parser.Has("--json");
+    std::ostringstream discarded;
+    std::ostream& out = parser.Has("--quiet") || json ? discarded : context.out;
     if (parser.Positional().size() != 1) return ReportUsage(context, "check", "expected one package FILE");
     if (!parser.Has("--app")) return ReportUsage(context, "check", "--app NAME is required");
     auto apps = ParseApps(parser.Values("--app"));
@@ -58,9 +66,10 @@ int RunCheck(const CommandContext& context) {
     auto package = OpenPackage(file);
     if (!package) return ReportError(context, "check", file, Utf8(package.ErrorText()), kExitFailure);
     const OvxComponent::ExtensionContainerInfo* info = package->GetInfo();
+    Json verdicts = Json::array();
     if (info == nullptr) {
-        context.out << file << ": would not load\n"
-                    << "record: hosts cannot read it: " << Utf8(package->GetInfoError()) << "\n";
+        out << file << ": would not load\n" << "record: hosts cannot read it: " << Utf8(package->GetInfoError()) << "\n";
+        if (json) WriteJson(context, {{"file", file}, {"loads", false}, {"record", JsonText(package->GetInfoError())}});
         return kExitProblems;
     }
     // One verdict per application: the same evaluation that hosts run, with this host's
@@ -73,14 +82,21 @@ int RunCheck(const CommandContext& context) {
             [app](OvxComponent::ExtensionAppSupport candidate) { return candidate == app; });
         const std::string appName = Utf8(ToString(app));
         if (!unmet) {
-            context.out << file << ": would load on " << appName << "\n";
+            out << file << ": would load on " << appName << "\n";
+            verdicts.push_back({{"app", appName}, {"loads", true}});
             continue;
         }
         const CString hostSide = unmet->what == u"feature" ? FromUtf8("this host offers " + JoinTexts(features))
                                                            : FromUtf8("this host is " + appName);
-        context.out << file << ": would not load on " << appName << "\n" << Utf8(unmet->Text(hostSide)) << "\n";
+        out << file << ": would not load on " << appName << "\n" << Utf8(unmet->Text(hostSide)) << "\n";
+        verdicts.push_back({{"app", appName},
+                            {"loads", false},
+                            {"unmet", {{"what", JsonText(unmet->what)},
+                                       {"required", JsonText(unmet->required)},
+                                       {"actual", JsonText(unmet->actual.IsEmpty() ? hostSide : unmet->actual)}}}});
         code = kExitProblems;
     }
+    if (json) WriteJson(context, {{"file", file}, {"loads", code == kExitOk}, {"apps", verdicts}});
     return code;
 }
 

@@ -19,6 +19,7 @@ int RunInfo(const CommandContext& context);
 int RunCheck(const CommandContext& context);
 int RunUnpack(const CommandContext& context);
 int RunLint(const CommandContext& context);
+int RunLs(const CommandContext& context);
 int RunDemo(const CommandContext& context);
 int RunHost(const CommandContext& context);
 

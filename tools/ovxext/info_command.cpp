@@ -5,17 +5,19 @@
 #include "package_reader.h"
 
 #include "argument_parser.h"
+#include "json_output.h"
 
 namespace Ovxext {
 
 namespace {
 
 constexpr const char* kHelp =
-    "usage: ovxext info FILE\n"
+    "usage: ovxext info FILE [--json]\n"
     "\n"
     "Shows every metadata field, entry point and requirement of the package FILE, one\n"
     "'Field: value' per line. Lists are joined by ','; an absent version bound is '*';\n"
-    "texts with language variants show as 'default|lang=text'.\n"
+    "texts with language variants show as 'default|lang=text'. With --json, one JSON object\n"
+    "with the same fields, lists as arrays and absent bounds as null.\n"
     "\n"
     "exit codes: 0 shown, 2 usage error, 3 the package cannot be read\n";
 
@@ -55,6 +57,56 @@ void WriteInfo(const OvxComponent::ExtensionContainerInfo& info, std::ostream& o
     out << "Features: " << features << "\n";
 }
 
+Json BoundJson(const std::optional<OvxUtils::Version>& bound) {
+    return bound ? Json(JsonText(bound->ToString())) : Json(nullptr);
+}
+
+template <class T>
+Json NamesJson(const std::vector<T>& items) {
+    Json names = Json::array();
+    for (const T& item : items) names.push_back(JsonText(ToString(item)));
+    return names;
+}
+
+Json InfoJson(const OvxComponent::ExtensionContainerInfo& info) {
+    const OvxComponent::ExtensionData& data = info.data();
+    const OvxComponent::ExtensionRequirements& requirements = data.requirements;
+    Json entryPoints = Json::array();
+    for (const OvxComponent::ExtensionEntryPoint& entry : data.EntryPoints) {
+        entryPoints.push_back({{"type", JsonText(ToString(entry.Type))},
+                               {"name", Text(entry.Name)},
+                               {"value", JsonText(entry.Value)},
+                               {"guid", entry.Guid ? Json(JsonText(*entry.Guid)) : Json(nullptr)},
+                               {"shortDescription", Text(entry.ShortDescription)}});
+    }
+    Json derivedFrom = Json::array();
+    for (const OvxUtils::Guid& id : info.GetDerivedFrom()) derivedFrom.push_back(JsonText(id.ToString()));
+    Json keywords = Json::array();
+    for (const MultiLanguageString& keyword : data.Keywords) keywords.push_back(Text(keyword));
+    Json features = Json::array();
+    for (const auto& group : requirements.Features) {
+        Json names = Json::array();
+        for (const CString& name : group) names.push_back(JsonText(name));
+        features.push_back(names);
+    }
+    return {{"title", Text(data.Title)},
+            {"description", Text(data.Description)},
+            {"documentId", JsonText(info.GetDocumentID().ToString())},
+            {"instanceId", JsonText(info.GetInstanceID().ToString())},
+            {"derivedFrom", derivedFrom},
+            {"version", JsonText(info.GetVersionAsString())},
+            {"extensionType", JsonText(info.GetSubformatAsString())},
+            {"keywords", keywords},
+            {"creatorTool", JsonText(info.GetCreatorTool())},
+            {"notes", Text(info.GetNotes())},
+            {"entryPoints", entryPoints},
+            {"applications", NamesJson(requirements.AppList)},
+            {"platforms", NamesJson(requirements.PlatformSupport)},
+            {"suiteVersion", {{"min", BoundJson(requirements.AppVersion.min)}, {"max", BoundJson(requirements.AppVersion.max)}}},
+            {"windowsVersion", {{"min", BoundJson(requirements.WinVersion.min)}, {"max", BoundJson(requirements.WinVersion.max)}}},
+            {"features", features}};
+}
+
 }  // namespace
 
 int RunInfo(const CommandContext& context) {
@@ -63,6 +115,7 @@ int RunInfo(const CommandContext& context) {
         return kExitOk;
     }
     ArgumentParser parser;
+    parser.AddFlag("--json");
     if (!parser.Parse(context.args)) return ReportUsage(context, "info", parser.Error());
     if (parser.Positional().size() != 1) return ReportUsage(context, "info", "expected one package FILE");
     const std::string& file = parser.Positional()[0];
@@ -73,7 +126,11 @@ int RunInfo(const CommandContext& context) {
         return ReportError(context, "info", file, "not a readable extension package: " + Utf8(package->GetInfoError()),
                            kExitFailure);
     }
-    WriteInfo(*info, context.out);
+    if (parser.Has("--json")) {
+        WriteJson(context, InfoJson(*info));
+    } else {
+        WriteInfo(*info, context.out);
+    }
     return kExitOk;
 }
 

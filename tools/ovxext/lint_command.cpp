@@ -5,6 +5,7 @@
 // still be looked at, and requirements.xml is walked element by element.
 
 #include "argument_parser.h"
+#include "json_output.h"
 #include "commands.h"
 #include "package_reader.h"
 
@@ -20,13 +21,14 @@ namespace Ovxext {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: ovxext lint FILE\n"
+    "usage: ovxext lint FILE [--json | --quiet]\n"
     "\n"
     "Lists every problem found in the package FILE, one per line as 'FILE: problem':\n"
     "a package or record that cannot be read, requirements.xml elements that are missing,\n"
     "unknown or refused (feature requirements make a package unreadable), empty\n"
     "application or platform lists, a platform list without x64, version ranges that no\n"
     "version can pass, a zero document ID, a missing extension type, version or title.\n"
+    "--json answers with one JSON object, --quiet only with the exit code.\n"
     "\n"
     "exit codes: 0 no problems, 1 problems found, 2 usage error, 3 the file cannot be read\n";
 
@@ -112,6 +114,8 @@ int RunLint(const CommandContext& context) {
         return kExitOk;
     }
     ArgumentParser parser;
+    parser.AddFlag("--json");
+    parser.AddFlag("--quiet");
     if (!parser.Parse(context.args)) return ReportUsage(context, "lint", parser.Error());
     if (parser.Positional().size() != 1) return ReportUsage(context, "lint", "expected one package FILE");
     const std::string& file = parser.Positional()[0];
@@ -136,13 +140,19 @@ int RunLint(const CommandContext& context) {
         LintRequirementsDocument(*package, problems);
         if (info != nullptr) LintRecord(*info, problems);
     }
+    const int code = problems.empty() ? kExitOk : kExitProblems;
+    if (parser.Has("--json")) {
+        WriteJson(context, {{"file", file}, {"problems", problems}});
+        return code;
+    }
+    if (parser.Has("--quiet")) return code;
     for (const std::string& problem : problems) context.out << file << ": " << problem << "\n";
     if (problems.empty()) {
         context.out << file << ": no problems\n";
-        return kExitOk;
+    } else {
+        context.out << file << ": " << problems.size() << (problems.size() == 1 ? " problem\n" : " problems\n");
     }
-    context.out << file << ": " << problems.size() << (problems.size() == 1 ? " problem\n" : " problems\n");
-    return kExitProblems;
+    return code;
 }
 
 }  // namespace Ovxext

@@ -14,6 +14,7 @@
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"
 
+#include <algorithm>
 #include <filesystem>
 
 namespace Ovxext {
@@ -50,13 +51,16 @@ constexpr const char* kHelp =
     "  --keyword K            a keyword (repeatable)\n"
     "  --creator-tool T       the tool that made the package (default ovxext)\n"
     "  --force                replace FILE when it exists\n"
+    "  --dry-run              list the entries that would be packed, and write nothing\n"
+    "  --quiet                print nothing but errors\n"
     "  --follow-links         pack the files that symbolic links inside FOLDER point to\n"
     "                         (otherwise any link is refused; links out of FOLDER always are)\n"
     "\n"
     "The project file FOLDER/ovxext.xml ('ovxext init'), then --metadata, then the options give\n"
     "the metadata; a list option given on the command line replaces the file's list.\n"
     "Left out: version-control folders (.git, .svn, ...), system and editor debris (.DS_Store,\n"
-    "Thumbs.db, name~, .name.swp, ...), the project file and FILE itself. The package is written\n"
+    "Thumbs.db, name~, .name.swp, ...), what FOLDER/.ovxextignore names (gitignore's rules),\n"
+    "the project and ignore files, and FILE itself. The package is written\n"
     "under a temporary name, read back as a host reads it, and only then named FILE.\n"
     "\n"
     "exit codes: 0 packed, 2 usage error or metadata no host can accept, 3 a file cannot be\n"
@@ -197,7 +201,7 @@ int RunPack(const CommandContext& context) {
         return kExitOk;
     }
     ArgumentParser parser;
-    for (const char* flag : {"--reproducible", "--force", "--follow-links"}) parser.AddFlag(flag);
+    for (const char* flag : {"--reproducible", "--force", "--follow-links", "--dry-run", "--quiet"}) parser.AddFlag(flag);
     parser.AddOption("--output");
     parser.AddAlias("-o", "--output");
     for (const char* option : {"--metadata", "--id", "--version", "--type", "--title", "--description", "--notes",
@@ -232,11 +236,23 @@ int RunPack(const CommandContext& context) {
 
     const CString packagePath = PackagePath(*output);
     const std::string packageText = Utf8(packagePath);
-    if (OvxUtils::SystemIO::File::Exists(packagePath) && !parser.Has("--force")) {
+    const bool dryRun = parser.Has("--dry-run");
+    if (!dryRun && OvxUtils::SystemIO::File::Exists(packagePath) && !parser.Has("--force")) {
         return ReportError(context, "pack", packageText, "exists already (--force replaces it)", kExitFailure);
     }
     auto files = SelectFilesToPack(folder, {parser.Has("--follow-links"), packagePath});
     if (!files) return ReportError(context, "pack", folderText, Utf8(files.ErrorText()), kExitFailure);
+    if (dryRun) {
+        const int prefix = OvxUtils::SystemIO::Path::GetParentFolder(OvxUtils::SystemIO::Path::Combine(folder, u"x")).GetLength();
+        for (const CString& file : *files) {
+            std::string name = Utf8(file.Mid(prefix + 1));
+            std::replace(name.begin(), name.end(), '\\', '/');
+            context.out << "content/" << name << "\n";
+        }
+        context.out << files->size() << (files->size() == 1 ? " file" : " files") << " would be packed into "
+                    << packageText << "\n";
+        return kExitOk;
+    }
 
     // Written under a temporary name and read back as a host reads it; only a package
     // that passes takes its name.
@@ -251,7 +267,7 @@ int RunPack(const CommandContext& context) {
         const std::string why = written ? "cannot be moved into place: " + renameError.message() : Utf8(written.ErrorText());
         return ReportError(context, "pack", packageText, why, kExitFailure);
     }
-    context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into " << packageText
+    if (!parser.Has("--quiet")) context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into " << packageText
                 << "\n";
     return kExitOk;
 }

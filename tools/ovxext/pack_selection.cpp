@@ -2,6 +2,7 @@
 #include "pack_selection.h"
 
 #include "command_context.h"
+#include "ignore_rules.h"
 
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace Ovxext {
@@ -31,7 +33,8 @@ bool Ignored(const CString& name, bool isFolder) {
                                    static_cast<std::size_t>(name.GetLength()));
     if (isFolder) return std::find(kIgnoredFolders.begin(), kIgnoredFolders.end(), text) != kIgnoredFolders.end();
     if (std::find(kIgnoredFiles.begin(), kIgnoredFiles.end(), text) != kIgnoredFiles.end()) return true;
-    if (text == kProjectFileName || text.starts_with(u"._")) return true;  // resource forks of copies from macOS
+    if (text == kProjectFileName || text == kIgnoreFileName) return true;
+    if (text.starts_with(u"._")) return true;  // resource forks of copies from macOS
     // Editor backups and swap files: name~, .name.swp, #name#, .#name
     if (text.ends_with(u"~") || text.starts_with(u".#")) return true;
     if (text.size() > 1 && text.starts_with(u"#") && text.ends_with(u"#")) return true;
@@ -43,9 +46,19 @@ bool IsInside(const fs::path& path, const fs::path& folder) {
     return end == folder.end() && at != path.end();
 }
 
+// path below folder, '/' between segments.
+std::string RelativeUtf8(const CString& folder, const CString& path) {
+    std::string relative = path.Mid(folder.GetLength() + 1).ToUtf8();
+    std::replace(relative.begin(), relative.end(), '\\', '/');
+    return relative;
+}
+
 }  // namespace
 
 OvxUtils::Result<std::vector<CString>> SelectFilesToPack(const CString& folder, const PackSelectionOptions& options) {
+    auto rules = IgnoreRules::Read(Path::Combine(folder, kIgnoreFileName));
+    if (!rules) return rules.TakeError();
+    const CString walked = Path::GetParentFolder(Path::Combine(folder, u"x"));  // without a final separator
     std::error_code error;
     const fs::path root = fs::weakly_canonical(NativePath(folder), error);
     const fs::path output = options.output.IsEmpty() ? fs::path() : fs::weakly_canonical(NativePath(options.output), error);
@@ -56,7 +69,7 @@ OvxUtils::Result<std::vector<CString>> SelectFilesToPack(const CString& folder, 
         for (const CString& skipped : skippedFolders) {
             if (path.StartsWith(skipped)) return true;
         }
-        if (Ignored(Path::GetFileName(path), isFolder)) {
+        if (Ignored(Path::GetFileName(path), isFolder) || rules->Ignores(RelativeUtf8(walked, path), isFolder)) {
             if (isFolder) skippedFolders.push_back(path + CString(1, Path::Separator()));
             return true;
         }

@@ -1,7 +1,8 @@
 // PackSelection: which files under a folder go into a package, and why others do not.
 //
-// Left out: version-control folders, the debris of operating systems and editors, the
-// project file and the package being written. A symbolic link is refused unless links are
+// Left out: version-control folders, the debris of operating systems and editors, what
+// the folder's .ovxextignore names (IgnoreRules), the project file, the ignore file and
+// the package being written. A symbolic link is refused unless links are
 // followed, and then only one that points at a file inside the folder is taken.
 #pragma once
 

@@ -22,6 +22,7 @@ constexpr const char* kUsage =
     "                                   tell whether the package would load on that host, and why not\n"
     "  unpack FILE DIR                  extract the whole package into DIR, safely\n"
     "  lint FILE                        list every problem of the package\n"
+    "  ls FILE                          list the entries of the package\n"
     "  demo [--keep DIR]                walk through the life of extensions in a host, step by step\n"
     "  host --data DIR --source DIR [--app NAME] [--feature NAME]...\n"
     "                                   run a host over real folders until interrupted\n"
@@ -77,7 +78,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     }
     static const std::map<std::string, int (*)(const CommandContext&)> commands{
         {"init", &RunInit}, {"pack", &RunPack}, {"info", &RunInfo}, {"check", &RunCheck}, {"unpack", &RunUnpack},
-        {"lint", &RunLint}, {"demo", &RunDemo},   {"host", &RunHost},
+        {"lint", &RunLint}, {"ls", &RunLs},     {"demo", &RunDemo},   {"host", &RunHost},
     };
     const auto found = commands.find(command);
     if (found == commands.end()) {

@@ -11,7 +11,7 @@ namespace Ovxext {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: ovxext unpack FILE DIR\n"
+    "usage: ovxext unpack FILE DIR [--quiet]\n"
     "\n"
     "Extracts every entry of the package FILE (the container's own entries and content/)\n"
     "into DIR. Entry names are checked, sizes and checksums verified, and nothing outside\n"
@@ -28,6 +28,7 @@ int RunUnpack(const CommandContext& context) {
         return kExitOk;
     }
     ArgumentParser parser;
+    parser.AddFlag("--quiet");
     if (!parser.Parse(context.args)) return ReportUsage(context, "unpack", parser.Error());
     if (parser.Positional().size() != 2) return ReportUsage(context, "unpack", "expected a package FILE and a folder DIR");
     const std::string& file = parser.Positional()[0];
@@ -37,7 +38,7 @@ int RunUnpack(const CommandContext& context) {
     if (auto extracted = VdcContainer::ExtractFolder(*package, CString(), FromUtf8(target)); !extracted) {
         return ReportError(context, "unpack", file, Utf8(extracted.ErrorText()), kExitFailure);
     }
-    context.out << "unpacked " << file << " into " << target << "\n";
+    if (!parser.Has("--quiet")) context.out << "unpacked " << file << " into " << target << "\n";
     return kExitOk;
 }
 
