@@ -4,6 +4,7 @@
 
 #include "platform/cstring.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <ostream>
 #include <string>
@@ -36,6 +37,12 @@ inline std::filesystem::path NativePath(const CString& path) {
     return std::filesystem::path(path.ToUtf8());
 #endif
 }
+
+// Writes a line that says what long work is under way ("packing 2000 files, 35 MB ...")
+// on err, only when err is the terminal: scripts and logs get the result lines alone.
+void ReportProgress(const CommandContext& context, const std::string& line);
+// Whether the work on count files of bytes bytes is long enough for ReportProgress.
+inline bool IsLargeWork(std::size_t count, std::uint64_t bytes) { return count >= 500 || bytes >= (16u << 20); }
 
 // "ovxext <command>: <file>: <message>" on err; returns code.
 int ReportError(const CommandContext& context, const std::string& command, const std::string& file,

@@ -254,6 +254,12 @@ int RunPack(const CommandContext& context) {
         return kExitOk;
     }
 
+    std::uint64_t bytes = 0;
+    for (const CString& file : *files) bytes += OvxUtils::SystemIO::File::GetSize(file).value_or(0);
+    if (IsLargeWork(files->size(), bytes)) {
+        ReportProgress(context, "packing " + std::to_string(files->size()) + " files, " + std::to_string(bytes >> 20) +
+                                    " MB, into " + packageText + " ...");
+    }
     // Written under a temporary name and read back as a host reads it; only a package
     // that passes takes its name.
     const CString temporary =

@@ -1,9 +1,11 @@
 // ovxext: dispatch of the commands, the general help and the shared error reports.
 
 #include "commands.h"
+#include "terminal.h"
 
 #include "platform/component_version.h"
 
+#include <iostream>
 #include <map>
 
 namespace Ovxext {
@@ -48,6 +50,10 @@ bool WantsHelp(const std::vector<std::string>& args) {
         if (arg == "--help" || arg == "-h") return true;
     }
     return false;
+}
+
+void ReportProgress(const CommandContext& context, const std::string& line) {
+    if (&context.err == &std::cerr && StandardErrorIsTerminal()) context.err << line << std::endl;
 }
 
 int ReportError(const CommandContext& context, const std::string& command, const std::string& file,

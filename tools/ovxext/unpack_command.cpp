@@ -5,6 +5,9 @@
 #include "package_reader.h"
 
 #include "container/extract_folder.h"
+#include "container/zip_container.h"
+
+#include <string>
 
 namespace Ovxext {
 
@@ -35,6 +38,13 @@ int RunUnpack(const CommandContext& context) {
     const std::string& target = parser.Positional()[1];
     auto package = OpenPackage(file);
     if (!package) return ReportError(context, "unpack", file, Utf8(package.ErrorText()), kExitFailure);
+    const auto entries = package->Container().GetEntries();
+    std::uint64_t bytes = 0;
+    for (const auto& entry : entries) bytes += entry.size;
+    if (IsLargeWork(entries.size(), bytes)) {
+        ReportProgress(context, "unpacking " + std::to_string(entries.size()) + " entries, " +
+                                    std::to_string(bytes >> 20) + " MB, into " + target + " ...");
+    }
     if (auto extracted = VdcContainer::ExtractFolder(*package, CString(), FromUtf8(target)); !extracted) {
         return ReportError(context, "unpack", file, Utf8(extracted.ErrorText()), kExitFailure);
     }

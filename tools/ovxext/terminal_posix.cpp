@@ -1,0 +1,9 @@
+#include "terminal.h"
+
+#include <unistd.h>
+
+namespace Ovxext {
+
+bool StandardErrorIsTerminal() { return ::isatty(STDERR_FILENO) != 0; }
+
+}  // namespace Ovxext

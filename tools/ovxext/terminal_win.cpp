@@ -1,0 +1,10 @@
+#include "terminal.h"
+
+#include <cstdio>
+#include <io.h>
+
+namespace Ovxext {
+
+bool StandardErrorIsTerminal() { return ::_isatty(::_fileno(stderr)) != 0; }
+
+}  // namespace Ovxext
