@@ -1,4 +1,4 @@
-// CEnumBase.
+// CEnumBase: IEnumVARIANT over an element count and a copy of one element by position.
 #include "automation/enum_base.h"
 
 namespace OvxComponent {

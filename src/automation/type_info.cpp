@@ -1,5 +1,8 @@
-// CTypeInfo.
+// CTypeInfo: the shared type info wrapper, its counted lifetime and its name-to-DISPID
+// cache.
 #include "automation/type_info.h"
+
+#include "automation/ref_count.h"
 
 #include "automation/type_lib.h"
 #include "comsupport/scoped_bstr.h"
@@ -24,23 +27,17 @@ CTypeInfo::~CTypeInfo() {
     delete m_pNameCache.load(std::memory_order_relaxed);
 }
 
-void CTypeInfo::AddRef() { m_refCount.fetch_add(1, std::memory_order_relaxed); }
+void CTypeInfo::AddRef() { RefCount::Add(m_refCount); }
 
 void CTypeInfo::Release() {
-    if (m_refCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    if (!RefCount::Drop(m_refCount)) return;
     if (m_pTypeLib) m_pTypeLib->RemoveTypeInfo(m_guid, this);
     delete this;
 }
 
-bool CTypeInfo::TryAddRef() {
-    unsigned long count = m_refCount.load(std::memory_order_relaxed);
-    while (count != 0) {
-        if (m_refCount.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) return true;
-    }
-    return false;
-}
+bool CTypeInfo::TryAddRef() { return RefCount::TryAdd(m_refCount); }
 
-unsigned long CTypeInfo::GetRefCount() const { return m_refCount.load(std::memory_order_relaxed); }
+unsigned long CTypeInfo::GetRefCount() const { return RefCount::Get(m_refCount); }
 
 HRESULT CTypeInfo::GetTypeInfo(unsigned long, ITypeInfo** result) {
     if (!result) return E_POINTER;

@@ -1,4 +1,4 @@
-// CTypeInfoHolder.
+// CTypeInfoHolder: IDispatch for an automation object, answered from one shared CTypeInfo.
 #include "automation/type_info_holder.h"
 
 #include "automation/type_info.h"

@@ -1,10 +1,13 @@
-// CTypeLib.
+// CTypeLib: the shared type library wrapper, its counted lifetime and its cache of type
+// infos.
 //
 // A count that has reached zero is final: TryAddRef refuses such an object, so a wrapper
 // (or a CTypeInfo) that another thread is destroying is never handed out again; the
 // lookups replace its cache entry with a new object instead, and the dying object removes
 // its entry only while the entry still names it.
 #include "automation/type_lib.h"
+
+#include "automation/ref_count.h"
 
 #include "automation/type_info.h"
 #include "automation/type_lib_map.h"
@@ -37,23 +40,17 @@ CTypeLib::~CTypeLib() {
     if (m_pTypeLib) m_pTypeLib->Release();
 }
 
-void CTypeLib::AddRef() { m_refCount.fetch_add(1, std::memory_order_relaxed); }
+void CTypeLib::AddRef() { RefCount::Add(m_refCount); }
 
 void CTypeLib::Release() {
-    if (m_refCount.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    if (!RefCount::Drop(m_refCount)) return;
     OvxUtils::Singleton<CTypeLibMap>::GetInstance().RemoveMapEntry(m_pTypeLib, this);
     delete this;
 }
 
-bool CTypeLib::TryAddRef() {
-    unsigned long count = m_refCount.load(std::memory_order_relaxed);
-    while (count != 0) {
-        if (m_refCount.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) return true;
-    }
-    return false;
-}
+bool CTypeLib::TryAddRef() { return RefCount::TryAdd(m_refCount); }
 
-unsigned long CTypeLib::GetRefCount() const { return m_refCount.load(std::memory_order_relaxed); }
+unsigned long CTypeLib::GetRefCount() const { return RefCount::Get(m_refCount); }
 
 ITypeLib* CTypeLib::GetITypeLib() const { return m_pTypeLib; }
 

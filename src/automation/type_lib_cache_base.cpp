@@ -1,4 +1,4 @@
-// CTypeLibCacheBase.
+// CTypeLibCacheBase: one type library loaded on first use and kept for the process.
 #include "automation/type_lib_cache_base.h"
 
 #include "automation/type_lib.h"

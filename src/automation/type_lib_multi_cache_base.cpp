@@ -1,4 +1,4 @@
-// CTypeLibMultiCacheBase.
+// CTypeLibMultiCacheBase: several type libraries, each loaded on first use and kept.
 #include "automation/type_lib_multi_cache_base.h"
 
 #include "automation/type_lib.h"

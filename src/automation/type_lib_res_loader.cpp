@@ -1,4 +1,4 @@
-// CTypeLibResLoader.
+// CTypeLibResLoader: loading a type library from a module's resources.
 #include "automation/type_lib_res_loader.h"
 
 #include "automation/type_lib.h"

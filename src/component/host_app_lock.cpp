@@ -1,4 +1,4 @@
-// HostAppLock.
+// HostAppLock: the lock on the registered host application object, while there is one.
 #include "component/host_app_lock.h"
 
 #include "component/host_binding.h"

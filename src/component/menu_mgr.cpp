@@ -1,4 +1,4 @@
-// MenuMgr.
+// MenuMgr: popup menus, shown by the host's user-interface service when it has one.
 #include "component/menu_mgr.h"
 
 #include "comsupport/menu.h"

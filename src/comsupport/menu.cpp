@@ -1,4 +1,4 @@
-// CMenu.
+// CMenu: an owned popup menu handle and the calls made on it.
 #include "comsupport/menu.h"
 
 #include <utility>

@@ -1,4 +1,4 @@
-// ScopedBstr.
+// ScopedBstr: the BSTR owner's allocation and release.
 #include "comsupport/scoped_bstr.h"
 
 #include <utility>

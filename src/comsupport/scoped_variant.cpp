@@ -1,4 +1,4 @@
-// ScopedVariant.
+// ScopedVariant: the VARIANT owner's copy and clearing.
 #include "comsupport/scoped_variant.h"
 
 namespace OvxComponent {

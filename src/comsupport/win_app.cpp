@@ -1,4 +1,4 @@
-// CWinApp.
+// CWinApp: the application object whose name captions message boxes shown without a host.
 #include "comsupport/win_app.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-// AddFiles.
+// AddFiles: files from disk added to a container under names relative to a base folder.
 #include "container/add_files.h"
 
 #include "container/native_io.h"

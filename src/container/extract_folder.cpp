@@ -1,4 +1,5 @@
-// ExtractFolder.
+// ExtractFolder: a container's entries written to disk through a staging folder, and the
+// check that a folder holds them.
 #include "container/extract_folder.h"
 
 #include "container/archive_reader.h"

@@ -1,4 +1,4 @@
-// InflateBudget.
+// InflateBudget: the caps on the bytes that one operation inflates.
 #include "container/inflate_budget.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// PathResolver.
+// PathResolver: the paths that container operations use for the paths they are given.
 #include "container/path_resolver.h"
 
 #include "platform/system_io/path.h"

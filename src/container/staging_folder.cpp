@@ -1,4 +1,4 @@
-// StagingFolder.
+// StagingFolder: the folder beside an extraction's target, committed in one move.
 #include "container/staging_folder.h"
 
 #include "container/native_io.h"

@@ -1,3 +1,4 @@
+// Simple Unicode case folding, from the table generated from CaseFolding.txt.
 #include "platform/case_folding.h"
 
 #include <algorithm>

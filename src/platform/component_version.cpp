@@ -1,3 +1,4 @@
+// The component's own version, fixed at build time.
 #include "platform/component_version.h"
 
 namespace OvxComponent {

@@ -1,3 +1,4 @@
+// CString: UTF-8 conversion, comparison, search and substrings.
 #include "platform/cstring.h"
 
 #include "platform/case_folding.h"

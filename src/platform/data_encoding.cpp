@@ -1,3 +1,4 @@
+// DataEncoding: UTF-8 encoding and decoding of wide strings.
 #include "platform/data_encoding.h"
 
 #include <cstdint>

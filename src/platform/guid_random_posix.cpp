@@ -1,3 +1,4 @@
+// Random bytes for new GUIDs on POSIX systems.
 #include "platform/guid_random.h"
 
 #include <sys/random.h>

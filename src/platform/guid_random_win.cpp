@@ -1,3 +1,4 @@
+// Random bytes for new GUIDs on Windows.
 #include "platform/guid_random.h"
 
 #include <windows.h>

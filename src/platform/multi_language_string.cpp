@@ -1,3 +1,4 @@
+// MultiLanguageString: its string form, parsing and joining.
 #include "platform/multi_language_string.h"
 
 #include <algorithm>

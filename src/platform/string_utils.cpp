@@ -1,3 +1,4 @@
+// String: splitting and number parsing as the metadata record uses them.
 #include "platform/string_utils.h"
 
 #include <limits>

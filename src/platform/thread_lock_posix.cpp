@@ -1,3 +1,4 @@
+// ThreadLock on POSIX systems: a pthread reader/writer lock.
 #include "platform/thread_lock.h"
 
 namespace OvxUtils {

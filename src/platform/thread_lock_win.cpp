@@ -1,3 +1,4 @@
+// ThreadLock on Windows: a slim reader/writer lock.
 #include "platform/thread_lock.h"
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+// Version: parsing, text form and comparison of dotted version numbers.
 #include "platform/version.h"
 
 #include "platform/string_utils.h"

@@ -1,3 +1,4 @@
+// ArgumentParser: reading the command lines of the ovxext commands.
 #include "argument_parser.h"
 
 namespace Ovxext {

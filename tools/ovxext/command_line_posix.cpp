@@ -1,3 +1,4 @@
+// The program's arguments on POSIX systems, taken as UTF-8.
 #include "command_line.h"
 
 namespace Ovxext {

@@ -1,3 +1,4 @@
+// The program's arguments on Windows, from the wide command line.
 #include "command_line.h"
 
 #include "platform/data_encoding.h"

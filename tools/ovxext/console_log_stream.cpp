@@ -1,4 +1,4 @@
-// ConsoleLogStream.
+// ConsoleLogStream: the manager's log lines, turned to UTF-8 and written to a console.
 #include "console_log_stream.h"
 
 #include "platform/cstring.h"

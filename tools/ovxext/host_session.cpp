@@ -1,4 +1,4 @@
-// HostSession.
+// HostSession: the host that ovxext demo and host run around a manager.
 #include "host_session.h"
 
 #include "console_log_stream.h"

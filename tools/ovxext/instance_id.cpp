@@ -1,3 +1,4 @@
+// DeriveInstanceID: the instance ID of a reproducible package.
 #include "instance_id.h"
 
 #include <cstdint>

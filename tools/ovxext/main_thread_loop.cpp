@@ -1,4 +1,4 @@
-// MainThreadLoop.
+// MainThreadLoop: the main thread of ovxext's hosts, running what the manager dispatches.
 #include "main_thread_loop.h"
 
 namespace Ovxext {

@@ -1,3 +1,4 @@
+// The metadata file of ovxext pack and init: reading its elements into a record.
 #include "metadata_file.h"
 
 #include "command_context.h"

@@ -1,3 +1,4 @@
+// Opening packages for the read-only commands, and reading a refused record again.
 #include "package_reader.h"
 
 #include "command_context.h"

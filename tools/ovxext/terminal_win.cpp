@@ -1,3 +1,4 @@
+// Whether standard error is a terminal, on Windows.
 #include "terminal.h"
 
 #include <cstdio>

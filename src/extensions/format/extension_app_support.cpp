@@ -1,3 +1,4 @@
+// ExtensionAppSupport: the host applications and their names.
 #include "extensions/format/extension_app_support.h"
 
 #include "extensions/format/enum_text_table.h"

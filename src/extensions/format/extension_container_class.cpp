@@ -1,3 +1,5 @@
+// ExtensionContainerClass: how the container library recognises an extension package and
+// makes its record.
 #include "extensions/format/extension_container_class.h"
 
 #include "extensions/format/extension_container_info.h"

@@ -1,3 +1,4 @@
+// ExtensionContainerInfo: construction, copying and the accessors of the metadata record.
 #include "extensions/format/extension_container_info.h"
 
 #include "platform/string_utils.h"

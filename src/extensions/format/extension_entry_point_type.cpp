@@ -1,3 +1,4 @@
+// ExtensionEntryPointType: the entry-point types and their names.
 #include "extensions/format/extension_entry_point_type.h"
 
 #include "extensions/format/enum_text_table.h"

@@ -1,3 +1,4 @@
+// PackFiles and PackFile: packages made from files on disk; the package file extension.
 #include "extensions/format/extension_packing.h"
 
 #include "container/add_files.h"

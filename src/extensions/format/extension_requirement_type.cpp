@@ -1,3 +1,4 @@
+// ExtensionRequirementType: the requirement types of requirements.xml and their names.
 #include "extensions/format/extension_requirement_type.h"
 
 #include "extensions/format/enum_text_table.h"

@@ -1,3 +1,4 @@
+// runtime_bits: the platforms and their names.
 #include "extensions/format/runtime_bits.h"
 
 #include "extensions/format/enum_text_table.h"

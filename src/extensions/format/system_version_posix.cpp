@@ -1,3 +1,4 @@
+// The running system's version on POSIX systems: the kernel's major and minor numbers.
 #include "extensions/format/system_version.h"
 
 #include "extensions/format/system_version_numbers.h"

@@ -1,3 +1,4 @@
+// The running system's version on Windows, tested as VerifyVersionInfoW tests it.
 #include "extensions/format/system_version.h"
 
 #include "extensions/format/system_version_numbers.h"

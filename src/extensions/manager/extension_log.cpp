@@ -1,4 +1,4 @@
-// ExtensionLog.
+// ExtensionLog: writing entries, the histories, associations and failed subjects.
 #include "extensions/manager/extension_log.h"
 
 #include "extensions/manager/log_timestamp.h"

@@ -1,3 +1,4 @@
+// MemoryStream: a stream that keeps what is written in memory.
 #include "platform/stream/memory_stream.h"
 
 namespace OvxUtils {

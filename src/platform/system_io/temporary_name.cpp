@@ -1,4 +1,4 @@
-// TemporaryName.
+// TemporaryName: making and recognising the names of work in progress.
 #include "platform/system_io/temporary_name.h"
 
 #include "platform/guid.h"
