@@ -10,6 +10,7 @@
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
+#include <atomic>
 #include <set>
 
 namespace OvxComponent {
@@ -39,11 +40,14 @@ void ExtensionManagerImpl::TrackSourceFolders() {
     for (const ExtensionSourceFolder& source : sourceFolders) {
         log.Information(source.folder, u"tracking changes here");
         // Runs on the tracker's thread: it holds the manager only weakly and hands the
-        // rescan to the main thread.
-        auto changed = [weakManager = weak_from_this(), folder = source.folder] {
+        // rescan to the main thread. A burst of changes costs one rescan, not one each:
+        // while a rescan of the folder waits to run, further changes find it pending and
+        // dispatch nothing; once it has started, the next change dispatches one more.
+        auto changed = [weakManager = weak_from_this(), folder = source.folder,
+                        pending = std::make_shared<std::atomic<bool>>(false)] {
             const std::shared_ptr<ExtensionManagerImpl> self = weakManager.lock();
             if (!self) return;
-            self->DispatchRescan(folder);
+            if (self->dispatchToMainThread && !pending->exchange(true)) self->DispatchRescan(folder, pending);
             self->NotifyFailures();
         };
         changed();  // the first scan of the folder
@@ -52,9 +56,10 @@ void ExtensionManagerImpl::TrackSourceFolders() {
     }
 }
 
-void ExtensionManagerImpl::DispatchRescan(const CString& folder) {
+void ExtensionManagerImpl::DispatchRescan(const CString& folder, std::shared_ptr<std::atomic<bool>> pending) {
     if (!dispatchToMainThread) return;
-    dispatchToMainThread([weakManager = weak_from_this(), folder] {
+    dispatchToMainThread([weakManager = weak_from_this(), folder, pending = std::move(pending)] {
+        if (pending) pending->store(false);
         if (const auto manager = weakManager.lock()) manager->Rescan(folder);
     });
 }

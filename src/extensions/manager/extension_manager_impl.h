@@ -21,6 +21,7 @@
 #include "extensions/manager/extension_manager.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -136,8 +137,9 @@ public:
 private:
     static void RemoveInstaller(const std::weak_ptr<ExtensionManagerImpl>& manager, const std::set<CString>& mimeTypes,
                                 const std::shared_ptr<const IExtensionInstaller>& installer);
-    // Hands a rescan of folder to the main thread; any thread.
-    void DispatchRescan(const CString& folder);
+    // Hands a rescan of folder to the main thread; any thread. pending, when given, is
+    // cleared as the rescan starts (see TrackSourceFolders).
+    void DispatchRescan(const CString& folder, std::shared_ptr<std::atomic<bool>> pending = nullptr);
     // Calls the failure notifier when failures are recorded; any thread.
     void NotifyFailures();
     const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) const;

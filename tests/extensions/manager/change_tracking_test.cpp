@@ -5,11 +5,13 @@
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
 #include "support/runs_under_wine.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -87,6 +89,32 @@ TEST_F(ChangeTracking, ASourceFolderThatIsDeletedAndMadeAgainIsTrackedAgain) {
     ASSERT_TRUE(SystemIO::Folder::EnsureExists(host.source));
     ASSERT_TRUE(SystemIO::File::Copy(outside, host.temp / u"source/ext.OrvexExtension", false));
     EXPECT_TRUE(PumpUntil([&] { return manager->FindExtension(TestGuid(1)).has_value(); }));
+}
+
+// A burst of drops costs rescans that the burst coalesces, and every package still loads
+// with the lines of its own drop.
+TEST_F(ChangeTracking, ABurstOfDropsLoadsEveryPackage) {
+    constexpr int kDrops = 100;
+    std::vector<CString> staged;
+    for (int i = 1; i <= kDrops; ++i) {
+        staged.push_back(OvxTest::PackExtension(host.temp / CString::FromUtf8("outside/" + std::to_string(i) + ".OrvexExtension"),
+                                                {TestGuid(i)}));
+    }
+    manager->StartLoading();
+    manager->FinishLoading();
+    manager->TrackSourceFolders();
+    host.RunMainThread();
+    for (const CString& package : staged) {
+        ASSERT_TRUE(SystemIO::File::Copy(package, host.source + u"/" + OvxUtils::SystemIO::Path::GetFileName(package), false));
+    }
+    EXPECT_TRUE(PumpUntil([&] { return installer->loadedPaths.size() == kDrops; }));
+    const auto lines = host.TakeLines();
+    for (const CString& package : staged) {
+        const std::string dropped = (host.source + u"/" + OvxUtils::SystemIO::Path::GetFileName(package)).ToUtf8();
+        EXPECT_THAT(lines, Contains("(Information): \"" + dropped + "\" auto loaded")) << dropped;
+    }
+    const auto rescans = std::count(lines.begin(), lines.end(), "(Information): \"manager\" changes detected, scanning for changes");
+    EXPECT_LT(rescans, kDrops);
 }
 
 TEST_F(ChangeTracking, DelayedUnloadKeepsTheFolder) {
