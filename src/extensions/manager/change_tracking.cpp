@@ -66,10 +66,11 @@ void ExtensionManagerImpl::DispatchRescan(const CString& folder, std::shared_ptr
 
 void ExtensionManagerImpl::Rescan(const CString& folder) {
     log.Information(CString(kManagerSubject), u"changes detected, scanning for changes");
+    packageCache.BeginScan();
     for (const CString& path : SystemIO::Folder::GetFiles(folder, true)) {
         if (!IsPackageFile(path)) continue;
         log.Information(path, u"should I load?");
-        auto package = OpenPackage(path);
+        auto package = OpenPackage(path, PackageUse::RecordOnly);
         const bool unpack =
             package && ShouldUnpack(*package, SystemIO::File::GetLastWriteTime(path).value_or(0)).HasValue();
         if (unpack) {
@@ -82,12 +83,13 @@ void ExtensionManagerImpl::Rescan(const CString& folder) {
 
     std::set<OvxUtils::Guid> present;
     for (const OpenedPackage& package : ScanSourceFolders()) present.insert(InfoOf(package)->GetDocumentID());
-    for (const UnpackedCandidate& candidate : VerifyUnpacked()) {
+    for (const UnpackedCandidate& candidate : VerifyUnpacked(false, PackageUse::RecordOnly)) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr || present.contains(info->GetDocumentID())) continue;
         log.Information(candidate.folder, u"removing extension");
         static_cast<void>(RemoveExtension(info->GetDocumentID()));  // its outcome is in the log
     }
+    packageCache.EndScan();
 }
 
 void ExtensionManagerImpl::AutoLoad(const CString& path) {

@@ -19,6 +19,7 @@
 #include "extensions/format/extension_container.h"
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/extension_manager.h"
+#include "extensions/manager/package_cache.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"
 
 #include <atomic>
@@ -55,6 +56,11 @@ struct LoadOutcome {
 };
 
 using OpenResult = VdcContainer::Result<OpenedPackage>;
+
+// What an opened package is for: reading its files (unpacking, loading), or only its
+// record (deciding, scanning), which a file unchanged since it was last read answers from
+// the manager's PackageCache without reading it again.
+enum class PackageUse { Readable, RecordOnly };
 
 class OVX_API ExtensionManagerImpl final : public IExtensionManager,
                                            public std::enable_shared_from_this<ExtensionManagerImpl> {
@@ -97,8 +103,9 @@ public:
     std::vector<UnloadOutcome> UnloadAll() override;
     std::vector<CString> GetPendingItems() const override;
 
-    // Opening and unpacking.
-    OpenResult OpenPackage(const CString& path);
+    // Opening and unpacking. With RecordOnly the container may be a record without an
+    // open archive; the log lines and the requirement check are the same either way.
+    OpenResult OpenPackage(const CString& path, PackageUse use = PackageUse::Readable);
     // Whether the package should be unpacked; the error text says why not.
     VdcContainer::Result<void> ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime);
     // Unpacks into installFolder, which must be the platform folder; the result is the
@@ -123,7 +130,7 @@ public:
     // With skipLoaded, extensions that are loaded now are left out without being opened.
     // The first scan of the manager's life also repairs: it sweeps the debris of
     // interrupted work and extracts again the unpacked folders that are incomplete.
-    std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded = false);
+    std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded = false, PackageUse use = PackageUse::Readable);
     std::vector<OpenedPackage> ScanSourceFolders();
 
     // Change tracking.
@@ -171,6 +178,7 @@ private:
     // so that the next start repairs thoroughly.
     bool installRepairDone = false;
     bool leftWorkBehind = false;
+    PackageCache packageCache;
 };
 
 }  // namespace OvxComponent

@@ -64,7 +64,8 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     NotifyFailures();
 }
 
-std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded) {
+std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded,
+                                                                                        PackageUse use) {
     std::vector<UnpackedCandidate> verified;
     if (!SystemIO::Folder::Exists(platformFolder)) return verified;
     // The first scan of the manager's life repairs what a crash may have left: thoroughly
@@ -94,7 +95,8 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
                 verified.push_back({unpackedFolder, {nullptr, unpackedFolder}});
                 continue;
             }
-            auto installed = OpenPackage(copy.installedCopy);
+            // The repair needs the archive; after it, a record answers what is asked here.
+            auto installed = OpenPackage(copy.installedCopy, repair ? PackageUse::Readable : use);
             if (!installed) {
                 verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
                 continue;
@@ -132,7 +134,7 @@ std::vector<ExtensionManagerImpl::UnpackedCandidate> ExtensionManagerImpl::Verif
 void ExtensionManagerImpl::FinishLoading() {
     initialLoadDone = true;
     bool cleared = false;
-    for (const UnpackedCandidate& candidate : VerifyUnpacked()) {
+    for (const UnpackedCandidate& candidate : VerifyUnpacked(false, PackageUse::RecordOnly)) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr) {
             log.Write(kCouldNotUnpack, candidate.folder);
@@ -166,7 +168,7 @@ std::vector<OpenedPackage> ExtensionManagerImpl::ScanSourceFolders() {
     std::vector<OpenedPackage> packages;
     for (const ExtensionSourceFolder& source : sourceFolders) {
         for (const CString& file : SystemIO::Folder::GetFiles(source.folder, true)) {
-            if (auto package = OpenPackage(file)) packages.push_back(std::move(*package));
+            if (auto package = OpenPackage(file, PackageUse::RecordOnly)) packages.push_back(std::move(*package));
         }
     }
     return packages;

@@ -36,7 +36,7 @@ VdcContainer::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& lo
 
 }  // namespace
 
-OpenResult ExtensionManagerImpl::OpenPackage(const CString& path) {
+OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) {
     log.Write(kOpeningPackage, path);
     const auto cannotOpen = [&](const CString& reason) {
         const CString text = log.Information(path, u"Cannot open " + path + u" as an extension");
@@ -45,10 +45,21 @@ OpenResult ExtensionManagerImpl::OpenPackage(const CString& path) {
     };
     // A name without the package extension is refused without touching the file.
     if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen(CString());
-    auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
-    if (!opened) return cannotOpen(opened.ErrorText());
-
-    OpenedPackage package{std::make_shared<ExtensionContainer>(std::move(*opened)), path};
+    OpenedPackage package{nullptr, path};
+    if (use == PackageUse::RecordOnly) {
+        if (auto record = packageCache.Find(path)) {
+            package.container = std::make_shared<ExtensionContainer>();
+            package.container->SetInfo(std::move(record));
+        }
+    }
+    if (!package.container) {
+        // The identity is taken first: a file that changes while it is read is read again.
+        const auto identity = SystemIO::File::GetIdentity(path);
+        auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
+        if (!opened) return cannotOpen(opened.ErrorText());
+        package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
+        if (identity && package.container->GetInfo()) packageCache.Remember(path, *identity, *package.container->GetInfo());
+    }
     if (const ExtensionContainerInfo* info = package.container->GetInfo();
         info != nullptr && !CheckRequirements(info->GetRequirements(), requirementText, appSupported)) {
         return Error{log.Information(path, path + u" does not work on this system")};

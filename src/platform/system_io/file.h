@@ -36,6 +36,21 @@ OVX_API Result<void> CopyAtomically(const CString& from, const CString& to);
 // and, with recursive, in all its subfolders, in Folder::Visit order.
 OVX_API std::vector<CString> Find(const CString& folder, const CString& name, bool recursive);
 
+// What tells one state of a file from another: its size, last write time, and the device
+// and index that name it on its volume. Equal identities mean, as far as the system can
+// tell, the same file with the same content.
+struct FileIdentity {
+    std::uint64_t size = 0;
+    std::uint64_t lastWrite = 0;  // GetLastWriteTime's scale
+    std::uint64_t device = 0;
+    std::uint64_t index = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// The identity of a file (after following a link); no value for a folder, a missing file
+// or what is not a regular file.
+OVX_API std::optional<FileIdentity> GetIdentity(const CString& path);
+
 // Size in bytes of a file (after following a link); no value for a folder or a missing file.
 OVX_API std::optional<std::uint64_t> GetSize(const CString& path);
 

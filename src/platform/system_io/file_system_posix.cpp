@@ -201,6 +201,15 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
     return {};
 }
 
+std::optional<FileIdentity> GetIdentity(const CString& path) {
+    struct stat st {};
+    if (!StatPath(path, st) || !S_ISREG(st.st_mode)) return std::nullopt;
+    const std::uint64_t lastWrite = static_cast<std::uint64_t>(st.st_mtim.tv_sec + kEpochOffsetSeconds) * kTicksPerSecond +
+                                    static_cast<std::uint64_t>(st.st_mtim.tv_nsec / 100);
+    return FileIdentity{static_cast<std::uint64_t>(st.st_size), lastWrite, static_cast<std::uint64_t>(st.st_dev),
+                        static_cast<std::uint64_t>(st.st_ino)};
+}
+
 std::optional<std::uint64_t> GetSize(const CString& path) {
     struct stat st {};
     if (!StatPath(path, st) || S_ISDIR(st.st_mode)) return std::nullopt;

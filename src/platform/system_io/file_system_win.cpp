@@ -206,6 +206,20 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
     return {};
 }
 
+std::optional<FileIdentity> GetIdentity(const CString& path) {
+    const UniqueFileHandle file = Open(path, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!file.IsValid() || !::GetFileInformationByHandle(file.Get(), &info) ||
+        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || ::GetFileType(file.Get()) != FILE_TYPE_DISK) {
+        return std::nullopt;
+    }
+    return FileIdentity{(static_cast<std::uint64_t>(info.nFileSizeHigh) << 32) | info.nFileSizeLow,
+                        (static_cast<std::uint64_t>(info.ftLastWriteTime.dwHighDateTime) << 32) |
+                            info.ftLastWriteTime.dwLowDateTime,
+                        info.dwVolumeSerialNumber,
+                        (static_cast<std::uint64_t>(info.nFileIndexHigh) << 32) | info.nFileIndexLow};
+}
+
 std::optional<std::uint64_t> GetSize(const CString& path) {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExW(Detail::ToWin32Path(path).GetString(), GetFileExInfoStandard, &data) ||

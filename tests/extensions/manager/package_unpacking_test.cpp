@@ -15,6 +15,7 @@
 #endif
 
 #include <cstdio>
+#include <filesystem>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -100,6 +101,33 @@ TEST_F(PackageUnpacking, SpecialFilesNamedLikePackagesAreRefusedWithoutBlocking)
 #ifndef _WIN32
     ::close(listener);
 #endif
+}
+
+// A record read once serves later scans only while the file is the same: replaced by
+// another with its old time, or rewritten in place, the file is read again.
+TEST_F(PackageUnpacking, AScanReadsAChangedPackageAgain) {
+    const CString path = Pack(u"ext.OrvexExtension", {TestGuid(1), {1}});
+    const auto versionOf = [&] {
+        auto opened = manager->OpenPackage(path, PackageUse::RecordOnly);
+        return opened ? opened->container->GetInfo()->GetVersionAsString() : CString(u"none");
+    };
+    EXPECT_EQ(versionOf(), u"1");
+    const std::uint64_t time = *SystemIO::File::GetLastWriteTime(path);
+
+    const CString replacement = OvxTest::PackExtension(host.temp / u"elsewhere/ext.OrvexExtension", {TestGuid(1), {2}});
+    ASSERT_TRUE(SystemIO::File::SetLastWriteTime(replacement, time));
+    SystemIO::File::Delete(path);
+    std::filesystem::rename(U8(replacement), U8(path));
+    EXPECT_EQ(versionOf(), u"2");
+
+    const auto bytes = SystemIO::File::ReadAllBytes(OvxTest::PackExtension(host.temp / u"elsewhere/3.OrvexExtension", {TestGuid(1), {3}}));
+    ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, *bytes));
+    EXPECT_EQ(versionOf(), u"3");
+    // What the decision then sees is the new version: an equal version whose file is not
+    // newer than the installed copy stays installed.
+    OpenedPackage package = Open(path);
+    ASSERT_TRUE(manager->Unpack(package, manager->GetPlatformFolder()));
+    EXPECT_EQ(manager->ShouldUnpack(Open(path), 0).ErrorText(), u"Already unpacked.");
 }
 
 TEST_F(PackageUnpacking, UnpacksIntoTheVersionedLayoutAndReplacesOlderVersions) {

@@ -1,0 +1,41 @@
+// PackageCache: the records parsed from package files, kept by path with the file's
+// identity, so that a rescan reads again only the files that changed.
+//
+// A record is handed out only while the file's identity (size, last write time, device
+// and index) is the one it had when it was read; any change, a file replaced by another
+// of the same size and time included, reads the file again. Owned by the manager and used
+// on the main thread only; entries not used during a rescan are dropped at its end.
+#pragma once
+
+#include "extensions/format/extension_container_info.h"
+#include "platform/system_io/file.h"
+
+#include <memory>
+#include <unordered_map>
+
+namespace OvxComponent {
+
+class PackageCache {
+public:
+    // A copy of the record read from path, when the file there is still the one it was read
+    // from; null otherwise.
+    std::unique_ptr<ExtensionContainerInfo> Find(const CString& path);
+    // Keeps what was read from path, whose identity was taken before it was read.
+    void Remember(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
+                  const ExtensionContainerInfo& info);
+
+    // Marks the start of a rescan; EndScan drops the entries that were not used since.
+    void BeginScan() { ++m_generation; }
+    void EndScan();
+
+private:
+    struct Entry {
+        OvxUtils::SystemIO::File::FileIdentity identity;
+        std::unique_ptr<ExtensionContainerInfo> info;
+        std::uint64_t used = 0;  // the generation that last used it
+    };
+    std::unordered_map<CString, Entry> m_entries;
+    std::uint64_t m_generation = 0;
+};
+
+}  // namespace OvxComponent
