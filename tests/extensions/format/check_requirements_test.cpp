@@ -132,6 +132,8 @@ TEST(CheckRequirements, EveryFeatureGroupNeedsOneOfferedName) {
     }
 }
 
+// CheckRequirements and FirstUnmetRequirement stop at the same step, after the same
+// questions, and the latter names it.
 TEST(CheckRequirements, StopsAtTheFirstFailingStep) {
     const auto spoil = [](void (*change)(ExtensionContainerInfo&)) {
         ExtensionContainerInfo info = Fitting();
@@ -144,11 +146,18 @@ TEST(CheckRequirements, StopsAtTheFirstFailingStep) {
         ExtensionRequirements requirements;
         std::size_t appsAsked;
         std::size_t featuresAsked;
+        const char16_t* unmet;  // what FirstUnmetRequirement names
     } cases[] = {
-        {"windows", spoil([](ExtensionContainerInfo& i) { i.SetWinMinMaxVersion(u"100000", u"*"); }), 0, 0},
-        {"platform", spoil([](ExtensionContainerInfo& i) { i.SetPlatformSupport(u"x32"); }), 0, 0},
-        {"application", spoil([](ExtensionContainerInfo& i) { i.SetApplist(u"Beacon"); }), 1, 0},
-        {"suite", spoil([](ExtensionContainerInfo& i) { i.SetAppMinMaxVersion(u"19", u"*"); }), 1, 0},
+        {"windows", spoil([](ExtensionContainerInfo& i) { i.SetWinMinMaxVersion(u"100000", u"*"); }), 0, 0,
+         u"Windows version: requires at or after 100000, this system is "},
+        {"platform", spoil([](ExtensionContainerInfo& i) { i.SetPlatformSupport(u"x32"); }), 0, 0,
+         u"platform: requires one of x32, this host is x64"},
+        {"application", spoil([](ExtensionContainerInfo& i) { i.SetApplist(u"Beacon"); }), 1, 0,
+         u"application: requires one of Beacon, the host meets none of them"},
+        {"suite", spoil([](ExtensionContainerInfo& i) { i.SetAppMinMaxVersion(u"19", u"*"); }), 1, 0,
+         u"suite version: requires at or after 19, this host is 18.0.0.448"},
+        {"feature", spoil([](ExtensionContainerInfo& i) { i.AddFeatureRequirementFromString(u"ink,pen"); }), 1, 3,
+         u"feature: requires one of ink,pen, the host meets none of them"},
     };
     for (const Case& c : cases) {
         Host host;
@@ -156,6 +165,10 @@ TEST(CheckRequirements, StopsAtTheFirstFailingStep) {
         EXPECT_FALSE(host.Check(c.requirements)) << c.step;
         EXPECT_EQ(host.appsAsked.size(), c.appsAsked) << c.step;
         EXPECT_EQ(host.featuresAsked.size(), c.featuresAsked) << c.step;
+        const auto unmet = FirstUnmetRequirement(c.requirements, [](CString name) { return name == u"feature"; },
+                                                 [](ExtensionAppSupport app) { return app == ExtensionAppSupport::Atlas; });
+        ASSERT_TRUE(unmet) << c.step;
+        EXPECT_TRUE(unmet->Text().StartsWith(c.unmet)) << unmet->Text();
     }
 }
 
