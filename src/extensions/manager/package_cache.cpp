@@ -20,8 +20,20 @@ void PackageCache::Remember(const CString& path, const OvxUtils::SystemIO::File:
     m_entries.insert_or_assign(path, Entry{identity, info.Modify(), m_generation});
 }
 
+void PackageCache::KeepOpened(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
+                              std::shared_ptr<ExtensionContainer> container) {
+    m_opened = {path, identity, std::move(container)};
+}
+
+std::shared_ptr<ExtensionContainer> PackageCache::FindOpened(const CString& path) const {
+    if (!m_opened.container || m_opened.path != path) return nullptr;
+    const auto identity = OvxUtils::SystemIO::File::GetIdentity(path);
+    return identity && *identity == m_opened.identity ? m_opened.container : nullptr;
+}
+
 void PackageCache::EndScan() {
     std::erase_if(m_entries, [this](const auto& entry) { return entry.second.used != m_generation; });
+    m_opened = {};
 }
 
 }  // namespace OvxComponent

@@ -7,6 +7,7 @@
 // on the main thread only; entries not used during a rescan are dropped at its end.
 #pragma once
 
+#include "extensions/format/extension_container.h"
 #include "extensions/format/extension_container_info.h"
 #include "platform/system_io/file.h"
 
@@ -24,7 +25,15 @@ public:
     void Remember(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
                   const ExtensionContainerInfo& info);
 
-    // Marks the start of a rescan; EndScan drops the entries that were not used since.
+    // The package opened last, with its archive: a rescan that decides to unpack a new
+    // package opens it once more, and gets this one instead of reading the file again.
+    void KeepOpened(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
+                    std::shared_ptr<ExtensionContainer> container);
+    // The kept package when it is path's and the file is unchanged; null otherwise.
+    std::shared_ptr<ExtensionContainer> FindOpened(const CString& path) const;
+
+    // Marks the start of a rescan; EndScan drops the entries that were not used since,
+    // and the package kept open.
     void BeginScan() { ++m_generation; }
     void EndScan();
 
@@ -36,6 +45,11 @@ private:
     };
     std::unordered_map<CString, Entry> m_entries;
     std::uint64_t m_generation = 0;
+    struct Opened {
+        CString path;
+        OvxUtils::SystemIO::File::FileIdentity identity;
+        std::shared_ptr<ExtensionContainer> container;
+    } m_opened;
 };
 
 }  // namespace OvxComponent

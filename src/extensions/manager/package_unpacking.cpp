@@ -45,8 +45,8 @@ OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use
     };
     // A name without the package extension is refused without touching the file.
     if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen(CString());
-    OpenedPackage package{nullptr, path};
-    if (use == PackageUse::RecordOnly) {
+    OpenedPackage package{packageCache.FindOpened(path), path};
+    if (!package.container && use == PackageUse::RecordOnly) {
         if (auto record = packageCache.Find(path)) {
             package.container = std::make_shared<ExtensionContainer>();
             package.container->SetInfo(std::move(record));
@@ -58,7 +58,10 @@ OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use
         auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
         if (!opened) return cannotOpen(opened.ErrorText());
         package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
-        if (identity && package.container->GetInfo()) packageCache.Remember(path, *identity, *package.container->GetInfo());
+        if (identity && package.container->GetInfo()) {
+            packageCache.Remember(path, *identity, *package.container->GetInfo());
+            packageCache.KeepOpened(path, *identity, package.container);
+        }
     }
     if (const ExtensionContainerInfo* info = package.container->GetInfo();
         info != nullptr && !CheckRequirements(info->GetRequirements(), requirementText, appSupported)) {
