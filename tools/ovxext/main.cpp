@@ -2,12 +2,14 @@
 
 #include "command_line.h"
 #include "commands.h"
+#include "process_setup.h"
 
 #include <iostream>
 #include <string>
 #include <vector>
 
 int main(int argc, char** argv) {
+    Ovxext::SetUpProcess();
     const std::vector<std::string> args = Ovxext::Utf8Arguments(argc, argv);
     const int code = Ovxext::RunCommand(args, std::cout, std::cerr);
     std::cout.flush();

@@ -86,7 +86,11 @@ OvxUtils::Result<std::vector<CString>> SelectFilesToPack(const CString& folder, 
             if (!refused) return false;
         }
         if (isFolder) return true;
-        if (!output.empty() && fs::weakly_canonical(NativePath(path), error) == output) return true;
+        // Only a file of the output's name can be the output.
+        if (!output.empty() && NativePath(Path::GetFileName(path)) == output.filename() &&
+            fs::weakly_canonical(NativePath(path), error) == output) {
+            return true;
+        }
         files.push_back(path);
         return true;
     });
