@@ -105,12 +105,12 @@ TEST_F(ChangeTracking, ABurstOfDropsLoadsEveryPackage) {
     manager->TrackSourceFolders();
     host.RunMainThread();
     for (const CString& package : staged) {
-        ASSERT_TRUE(SystemIO::File::Copy(package, host.source + u"/" + OvxUtils::SystemIO::Path::GetFileName(package), false));
+        ASSERT_TRUE(SystemIO::File::Copy(package, SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package)), false));
     }
     EXPECT_TRUE(PumpUntil([&] { return installer->loadedPaths.size() == kDrops; }));
     const auto lines = host.TakeLines();
     for (const CString& package : staged) {
-        const std::string dropped = (host.source + u"/" + OvxUtils::SystemIO::Path::GetFileName(package)).ToUtf8();
+        const std::string dropped = SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package)).ToUtf8();
         EXPECT_THAT(lines, Contains("(Information): \"" + dropped + "\" auto loaded")) << dropped;
     }
     const auto rescans = std::count(lines.begin(), lines.end(), "(Information): \"manager\" changes detected, scanning for changes");
