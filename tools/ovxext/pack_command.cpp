@@ -14,7 +14,6 @@
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"
 
-#include <algorithm>
 #include <filesystem>
 
 namespace Ovxext {
@@ -243,12 +242,7 @@ int RunPack(const CommandContext& context) {
     auto files = SelectFilesToPack(folder, {parser.Has("--follow-links"), packagePath});
     if (!files) return ReportError(context, "pack", folderText, Utf8(files.ErrorText()), kExitFailure);
     if (dryRun) {
-        const int prefix = OvxUtils::SystemIO::Path::GetParentFolder(OvxUtils::SystemIO::Path::Combine(folder, u"x")).GetLength();
-        for (const CString& file : *files) {
-            std::string name = Utf8(file.Mid(prefix + 1));
-            std::replace(name.begin(), name.end(), '\\', '/');
-            context.out << "content/" << name << "\n";
-        }
+        for (const CString& file : *files) context.out << "content/" << RelativeName(folder, file) << "\n";
         context.out << files->size() << (files->size() == 1 ? " file" : " files") << " would be packed into "
                     << packageText << "\n";
         return kExitOk;
@@ -273,8 +267,10 @@ int RunPack(const CommandContext& context) {
         const std::string why = written ? "cannot be moved into place: " + renameError.message() : Utf8(written.ErrorText());
         return ReportError(context, "pack", packageText, why, kExitFailure);
     }
-    if (!parser.Has("--quiet")) context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into " << packageText
-                << "\n";
+    if (!parser.Has("--quiet")) {
+        context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into "
+                    << packageText << "\n";
+    }
     return kExitOk;
 }
 

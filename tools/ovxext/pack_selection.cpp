@@ -46,19 +46,19 @@ bool IsInside(const fs::path& path, const fs::path& folder) {
     return end == folder.end() && at != path.end();
 }
 
-// path below folder, '/' between segments.
-std::string RelativeUtf8(const CString& folder, const CString& path) {
-    std::string relative = path.Mid(folder.GetLength() + 1).ToUtf8();
+}  // namespace
+
+std::string RelativeName(const CString& folder, const CString& path) {
+    // The folder without a final separator, as the walk combines it with names.
+    const CString base = Path::GetParentFolder(Path::Combine(folder, u"x"));
+    std::string relative = path.Mid(base.GetLength() + 1).ToUtf8();
     std::replace(relative.begin(), relative.end(), '\\', '/');
     return relative;
 }
 
-}  // namespace
-
 OvxUtils::Result<std::vector<CString>> SelectFilesToPack(const CString& folder, const PackSelectionOptions& options) {
     auto rules = IgnoreRules::Read(Path::Combine(folder, kIgnoreFileName));
     if (!rules) return rules.TakeError();
-    const CString walked = Path::GetParentFolder(Path::Combine(folder, u"x"));  // without a final separator
     std::error_code error;
     const fs::path root = fs::weakly_canonical(NativePath(folder), error);
     const fs::path output = options.output.IsEmpty() ? fs::path() : fs::weakly_canonical(NativePath(options.output), error);
@@ -69,7 +69,7 @@ OvxUtils::Result<std::vector<CString>> SelectFilesToPack(const CString& folder, 
         for (const CString& skipped : skippedFolders) {
             if (path.StartsWith(skipped)) return true;
         }
-        if (Ignored(Path::GetFileName(path), isFolder) || rules->Ignores(RelativeUtf8(walked, path), isFolder)) {
+        if (Ignored(Path::GetFileName(path), isFolder) || rules->Ignores(RelativeName(folder, path), isFolder)) {
             if (isFolder) skippedFolders.push_back(path + CString(1, Path::Separator()));
             return true;
         }

@@ -9,6 +9,7 @@
 #include "platform/cstring.h"
 #include "platform/result.h"
 
+#include <string>
 #include <vector>
 
 namespace Ovxext {
@@ -21,6 +22,10 @@ struct PackSelectionOptions {
 // The files to pack, in the order Folder::Visit lists them. Refuses a link that may not
 // be followed, naming it, and a folder where nothing is left to pack.
 OvxUtils::Result<std::vector<CString>> SelectFilesToPack(const CString& folder, const PackSelectionOptions& options);
+
+// The name of path below folder, '/' between segments, as the package stores it under
+// content/.
+std::string RelativeName(const CString& folder, const CString& path);
 
 // The project file that 'ovxext init' writes in a folder: the metadata that every pack of
 // the folder starts from, its document ID above all.
