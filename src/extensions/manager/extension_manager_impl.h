@@ -11,7 +11,8 @@
 //   ui_resource_visiting.cpp    UI modification and resource callbacks
 //   initial_loading.cpp         the start-up pass, verification and the source scan
 //   change_tracking.cpp         tracking source folders, rescans and removal
-// and the repair of the install state after a crash is in install_repair.cpp.
+// The repair of the install state after a crash is install_repair.cpp; the records of
+// package files that rescans reuse are package_cache.cpp.
 // The class is exported so that tests and hosts with special needs can drive the steps
 // that the interface runs as a whole.
 #pragma once

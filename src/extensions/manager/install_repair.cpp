@@ -1,4 +1,5 @@
-// InstallRepair: the start-up sweep and the repair of unpacked folders.
+// InstallRepair: the session marker, the sweep of temporary names and the repair of
+// unpacked folders.
 #include "extensions/manager/install_repair.h"
 
 #include "container/extract_folder.h"
