@@ -1,4 +1,6 @@
-# Warnings and platform definitions shared by every target of the project.
+# Warnings and platform definitions for the project's own targets. They are linked
+# privately everywhere, so that a host that builds the project as a subproject or links
+# the installed library never receives them.
 
 add_library(ovx_compile_options INTERFACE)
 
@@ -21,8 +23,10 @@ if(WIN32)
     UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601 WINVER=0x0601)
 endif()
 
-# Marks an object library as part of OvxComponent, so that OVX_API exports its symbols.
+# Marks an object library as part of OvxComponent: OVX_API exports its symbols, and
+# nothing else leaves the shared library.
 function(ovx_component_part target)
   target_compile_definitions(${target} PRIVATE OVX_BUILDING_COMPONENT)
-  target_link_libraries(${target} PUBLIC ovx_compile_options)
+  target_link_libraries(${target} PRIVATE ovx_compile_options)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()

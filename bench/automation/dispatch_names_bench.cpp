@@ -7,10 +7,10 @@
 //
 // Exit status: 0 when both sides agree on every DISPID, 1 otherwise, 2 when the type
 // library cannot be loaded.
-#include "automation/type_info_holder.h"
-#include "automation/type_lib_cache_base.h"
-#include "comsupport/com_ptr.h"
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/automation/type_info_holder.h"
+#include "OvxComponent/automation/type_lib_cache_base.h"
+#include "OvxComponent/comsupport/com_ptr.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 #include <initguid.h>  // defines the GUIDs of the generated header
 

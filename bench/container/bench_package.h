@@ -2,7 +2,7 @@
 // when the BenchPackage is destroyed.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <filesystem>
 #include <string>

@@ -6,8 +6,8 @@
 
 #include "bench_package.h"
 
+#include "OvxComponent/container/zip_container.h"
 #include "container/extract_folder.h"
-#include "container/zip_container.h"
 
 #include <benchmark/benchmark.h>
 

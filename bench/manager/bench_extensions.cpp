@@ -1,7 +1,7 @@
 // Shared pieces of the extension manager benchmarks.
 #include "bench_extensions.h"
 
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/stream/memory_stream.h"
 
 #include <cstdlib>

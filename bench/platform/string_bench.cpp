@@ -2,7 +2,7 @@
 // UTF-8 conversion both ways and the case-insensitive comparison used by name caches,
 // each beside the plain operation it replaces.
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <benchmark/benchmark.h>
 

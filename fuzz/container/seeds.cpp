@@ -3,8 +3,8 @@
 // gets whole widget packages; XML_DIR gets their XML entries and a few hand-written
 // documents that use prefixes and the constructs the parser must refuse.
 
+#include "OvxComponent/container/zip_container.h"
 #include "container/add_files.h"
-#include "container/zip_container.h"
 #include "widget_package.h"
 
 #include <cstdio>

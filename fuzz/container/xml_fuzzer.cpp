@@ -3,7 +3,7 @@
 // to bytes that parse again and serialise to the same bytes.
 // Seeds: ovx_container_seeds (seeds.cpp).
 
-#include "container/xml_document.h"
+#include "OvxComponent/container/xml_document.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,10 +1,10 @@
 // Feeds arbitrary bytes to the text parsers that see package content: UTF-8 decoding,
 // GUID, version and multi-language string parsing. Checks the round trips they promise.
 
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/multi_language_string.h"
+#include "OvxComponent/platform/version.h"
 #include "platform/data_encoding.h"
-#include "platform/guid.h"
-#include "platform/multi_language_string.h"
-#include "platform/version.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // CEnumBase: IEnumVARIANT over an element count and a copy of one element by position.
-#include "automation/enum_base.h"
+#include "OvxComponent/automation/enum_base.h"
 
 namespace OvxComponent {
 

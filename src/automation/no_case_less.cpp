@@ -1,5 +1,5 @@
 // NoCaseLess: the comparison of CString::CompareNoCase over plain wide text.
-#include "automation/no_case_less.h"
+#include "OvxComponent/automation/no_case_less.h"
 
 namespace OvxComponent {
 

@@ -1,11 +1,11 @@
 // CTypeInfo: the shared type info wrapper, its counted lifetime and its name-to-DISPID
 // cache.
-#include "automation/type_info.h"
+#include "OvxComponent/automation/type_info.h"
 
 #include "automation/ref_count.h"
 
-#include "automation/type_lib.h"
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/automation/type_lib.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 #include <new>
 #include <string_view>

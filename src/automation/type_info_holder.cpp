@@ -1,9 +1,9 @@
 // CTypeInfoHolder: IDispatch for an automation object, answered from one shared CTypeInfo.
-#include "automation/type_info_holder.h"
+#include "OvxComponent/automation/type_info_holder.h"
 
-#include "automation/type_info.h"
-#include "automation/type_lib.h"
-#include "automation/type_lib_loader.h"
+#include "OvxComponent/automation/type_info.h"
+#include "OvxComponent/automation/type_lib.h"
+#include "OvxComponent/automation/type_lib_loader.h"
 
 namespace OvxComponent {
 

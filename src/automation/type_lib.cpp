@@ -5,13 +5,13 @@
 // (or a CTypeInfo) that another thread is destroying is never handed out again; the
 // lookups replace its cache entry with a new object instead, and the dying object removes
 // its entry only while the entry still names it.
-#include "automation/type_lib.h"
+#include "OvxComponent/automation/type_lib.h"
 
 #include "automation/ref_count.h"
 
-#include "automation/type_info.h"
-#include "automation/type_lib_map.h"
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/automation/type_info.h"
+#include "OvxComponent/automation/type_lib_map.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 #include <new>
 #include <utility>

@@ -1,7 +1,7 @@
 // CTypeLibCacheBase: one type library loaded on first use and kept for the process.
-#include "automation/type_lib_cache_base.h"
+#include "OvxComponent/automation/type_lib_cache_base.h"
 
-#include "automation/type_lib.h"
+#include "OvxComponent/automation/type_lib.h"
 
 #include <utility>
 

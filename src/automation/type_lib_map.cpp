@@ -1,7 +1,7 @@
 // CTypeLibMap, and the one instantiation of its singleton.
-#include "automation/type_lib_map.h"
+#include "OvxComponent/automation/type_lib_map.h"
 
-#include "automation/type_lib.h"
+#include "OvxComponent/automation/type_lib.h"
 
 #include <new>
 

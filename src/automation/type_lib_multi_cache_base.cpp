@@ -1,8 +1,8 @@
 // CTypeLibMultiCacheBase: several type libraries, each loaded on first use and kept.
-#include "automation/type_lib_multi_cache_base.h"
+#include "OvxComponent/automation/type_lib_multi_cache_base.h"
 
-#include "automation/type_lib.h"
-#include "automation/type_lib_res_loader.h"
+#include "OvxComponent/automation/type_lib.h"
+#include "OvxComponent/automation/type_lib_res_loader.h"
 
 #include <new>
 

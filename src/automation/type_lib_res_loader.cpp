@@ -1,9 +1,9 @@
 // CTypeLibResLoader: loading a type library from a module's resources.
-#include "automation/type_lib_res_loader.h"
+#include "OvxComponent/automation/type_lib_res_loader.h"
 
-#include "automation/type_lib.h"
-#include "automation/type_lib_map.h"
-#include "comsupport/com_ptr.h"
+#include "OvxComponent/automation/type_lib.h"
+#include "OvxComponent/automation/type_lib_map.h"
+#include "OvxComponent/comsupport/com_ptr.h"
 
 #include <windows.h>
 #include <oleauto.h>

@@ -1,8 +1,8 @@
 // CVariantEnum and its creatable object.
-#include "automation/variant_enum.h"
+#include "OvxComponent/automation/variant_enum.h"
 
-#include "comsupport/com_object_app_lock.h"
 #include "component/host_app_lock.h"
+#include "comsupport/com_object_app_lock.h"
 
 #include <new>
 #include <utility>

@@ -1,8 +1,8 @@
 // HostAppLock: the lock on the registered host application object, while there is one.
 #include "component/host_app_lock.h"
 
-#include "component/host_binding.h"
-#include "component/orvex_cmn_app.h"
+#include "OvxComponent/component/host_binding.h"
+#include "OvxComponent/component/orvex_cmn_app.h"
 
 namespace OvxComponent {
 

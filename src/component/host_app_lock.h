@@ -3,11 +3,9 @@
 // SetAppInterface at the time of the call, and does nothing while none is registered.
 #pragma once
 
-#include "platform/ovx_export.h"
-
 namespace OvxComponent {
 
-struct OVX_API HostAppLock {
+struct HostAppLock {
     // Lets an exception of the host's LockApplication through to the caller.
     static void Lock();
     static void Unlock();

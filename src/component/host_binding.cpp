@@ -1,6 +1,6 @@
 // The host binding values. They are written at start-up, before other threads run, and
 // read from any thread afterwards; atomics keep those reads well defined at no cost.
-#include "component/host_binding.h"
+#include "OvxComponent/component/host_binding.h"
 
 #include "comsupport/module_state.h"
 

@@ -1,10 +1,10 @@
 // MenuMgr: popup menus, shown by the host's user-interface service when it has one.
-#include "component/menu_mgr.h"
+#include "OvxComponent/component/menu_mgr.h"
 
-#include "comsupport/menu.h"
-#include "comsupport/wnd.h"
-#include "component/host_binding.h"
-#include "component/host_ui_service.h"
+#include "OvxComponent/component/host_binding.h"
+#include "OvxComponent/component/host_ui_service.h"
+#include "OvxComponent/comsupport/menu.h"
+#include "OvxComponent/comsupport/wnd.h"
 
 namespace OvxComponent::MenuMgr {
 

@@ -1,12 +1,12 @@
 // MessageMgr: choosing who presents a message, and formatting it.
-#include "component/message_mgr.h"
+#include "OvxComponent/component/message_mgr.h"
 
-#include "comsupport/win_app.h"
-#include "comsupport/wnd.h"
-#include "component/app_ui_mode.h"
-#include "component/host_binding.h"
-#include "component/host_ui_service.h"
-#include "platform/cstring.h"
+#include "OvxComponent/component/app_ui_mode.h"
+#include "OvxComponent/component/host_binding.h"
+#include "OvxComponent/component/host_ui_service.h"
+#include "OvxComponent/comsupport/win_app.h"
+#include "OvxComponent/comsupport/wnd.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <windows.h>
 

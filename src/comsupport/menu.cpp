@@ -1,5 +1,5 @@
 // CMenu: an owned popup menu handle and the calls made on it.
-#include "comsupport/menu.h"
+#include "OvxComponent/comsupport/menu.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // The library's module state and its own application object.
 #include "comsupport/module_state.h"
 
-#include "comsupport/win_app.h"
+#include "OvxComponent/comsupport/win_app.h"
 
 namespace OvxComponent {
 namespace {

@@ -1,5 +1,5 @@
 // ScopedBstr: the BSTR owner's allocation and release.
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 #include <utility>
 

@@ -1,5 +1,5 @@
 // ScopedVariant: the VARIANT owner's copy and clearing.
-#include "comsupport/scoped_variant.h"
+#include "OvxComponent/comsupport/scoped_variant.h"
 
 namespace OvxComponent {
 

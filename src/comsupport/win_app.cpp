@@ -1,5 +1,5 @@
 // CWinApp: the application object whose name captions message boxes shown without a host.
-#include "comsupport/win_app.h"
+#include "OvxComponent/comsupport/win_app.h"
 
 #include <windows.h>
 

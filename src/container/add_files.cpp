@@ -1,10 +1,10 @@
 // AddFiles: files from disk added to a container under names relative to a base folder.
 #include "container/add_files.h"
 
+#include "OvxComponent/container/xml_document.h"
+#include "OvxComponent/container/zip_container.h"
+#include "OvxComponent/container/zip_container_subtype_base.h"
 #include "container/native_io.h"
-#include "container/xml_document.h"
-#include "container/zip_container.h"
-#include "container/zip_container_subtype_base.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/path.h"
 

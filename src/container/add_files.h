@@ -1,10 +1,10 @@
 // AddFiles: puts files from disk into a container, under a folder of the archive.
 #pragma once
 
-#include "container/result.h"
-#include "container/root_file_info.h"
-#include "platform/array_view.h"
-#include "platform/cstring.h"
+#include "OvxComponent/container/result.h"
+#include "OvxComponent/container/root_file_info.h"
+#include "OvxComponent/platform/array_view.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <map>
 
@@ -20,10 +20,10 @@ class ZipContainerSubtypeBase;
 // file that is missing or lies outside baseFolder, and any path that EntryName refuses or
 // that is taken; then no content entry is added. The files are read when the container is
 // saved.
-OVX_API Result<void> AddFiles(ZipContainer& container, const CString& baseFolder,
+Result<void> AddFiles(ZipContainer& container, const CString& baseFolder,
                               OvxUtils::array_view<const CString> files, const CString& folder,
                               const std::map<CString, RootFileInfo>& rootFiles = {});
-OVX_API Result<void> AddFiles(ZipContainerSubtypeBase& container, const CString& baseFolder,
+Result<void> AddFiles(ZipContainerSubtypeBase& container, const CString& baseFolder,
                               OvxUtils::array_view<const CString> files, const CString& folder,
                               const std::map<CString, RootFileInfo>& rootFiles = {});
 

@@ -8,7 +8,7 @@
 // every entry must lie before the central directory and apart from every other entry's.
 #pragma once
 
-#include "container/result.h"
+#include "OvxComponent/container/result.h"
 
 #include <cstdint>
 #include <functional>

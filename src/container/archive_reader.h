@@ -10,10 +10,10 @@
 // InflateBudget. Internal; owned by ZipContainer, used by one thread at a time.
 #pragma once
 
+#include "OvxComponent/container/container_limits.h"
+#include "OvxComponent/container/result.h"
 #include "container/archive_entry.h"
-#include "container/container_limits.h"
 #include "container/inflate_budget.h"
-#include "container/result.h"
 #include "container/zip_handles.h"
 
 #include <functional>

@@ -1,7 +1,7 @@
 // WriteArchive: writes a new ZIP archive from a list of entries. Internal to ZipContainer.
 #pragma once
 
-#include "container/result.h"
+#include "OvxComponent/container/result.h"
 #include "container/zip_handles.h"
 
 #include <cstdint>

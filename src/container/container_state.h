@@ -3,11 +3,11 @@
 // entries say, and which entries a save writes in which order. Internal.
 #pragma once
 
+#include "OvxComponent/container/metadata_container.h"
+#include "OvxComponent/container/zip_container.h"
 #include "container/archive_reader.h"
 #include "container/archive_writer.h"
 #include "container/manifest.h"
-#include "container/metadata_container.h"
-#include "container/zip_container.h"
 
 #include <map>
 #include <memory>

@@ -9,15 +9,15 @@
 // COM0-9, LPT0-9, CONIN$, CONOUT$), also with an extension ("nul.txt").
 #pragma once
 
-#include "container/result.h"
-#include "platform/cstring.h"
+#include "OvxComponent/container/result.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <string>
 #include <string_view>
 
 namespace VdcContainer {
 
-class OVX_API EntryName {
+class EntryName {
 public:
     static constexpr std::size_t kMaxBytes = 1024;
     static constexpr std::size_t kMaxSegmentUnits = 255;

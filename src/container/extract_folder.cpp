@@ -2,10 +2,10 @@
 // check that a folder holds them.
 #include "container/extract_folder.h"
 
+#include "OvxComponent/container/zip_container.h"
+#include "OvxComponent/container/zip_container_subtype_base.h"
 #include "container/archive_reader.h"
 #include "container/staging_folder.h"
-#include "container/zip_container.h"
-#include "container/zip_container_subtype_base.h"
 #include "platform/stream/file_stream.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/file_system.h"

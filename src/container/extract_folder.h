@@ -1,8 +1,8 @@
 // ExtractFolder: writes a container's entries to disk, safely.
 #pragma once
 
-#include "container/result.h"
-#include "platform/cstring.h"
+#include "OvxComponent/container/result.h"
+#include "OvxComponent/platform/cstring.h"
 
 namespace VdcContainer {
 
@@ -17,14 +17,14 @@ class ZipContainerSubtypeBase;
 // place only when all entries are out, so a failed extraction leaves the target as it
 // was. The target may exist; an entry that exists there already fails the extraction.
 // Only what the container holds as saved is extracted.
-OVX_API Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName,
+Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName,
                                    const CString& targetFolder);
-OVX_API Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
+Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
                                    const CString& targetFolder);
 
 // Whether targetFolder holds every file of the whole container as ExtractFolder(container,
 // "", targetFolder) writes it, each at its size; content is not compared. Costs one look at
 // the disk per file.
-OVX_API bool HoldsExtractedFiles(const ZipContainer& container, const CString& targetFolder);
+bool HoldsExtractedFiles(const ZipContainer& container, const CString& targetFolder);
 
 }  // namespace VdcContainer

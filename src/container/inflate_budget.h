@@ -2,9 +2,9 @@
 // ContainerLimits. Internal; one per opening or extraction, used by one thread.
 #pragma once
 
+#include "OvxComponent/container/container_limits.h"
+#include "OvxComponent/container/result.h"
 #include "container/archive_entry.h"
-#include "container/container_limits.h"
-#include "container/result.h"
 
 #include <cstddef>
 #include <cstdint>

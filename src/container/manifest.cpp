@@ -1,9 +1,9 @@
 // Manifest and its XML form.
 #include "container/manifest.h"
 
+#include "OvxComponent/container/xml_document.h"
 #include "container/entry_name.h"
 #include "container/multi_language_xml.h"
-#include "container/xml_document.h"
 #include "container/zip_container_schema.h"
 
 #include <set>

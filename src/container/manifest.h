@@ -1,8 +1,8 @@
 // Manifest: the list of root files that the manifest entry holds. Internal to ZipContainer.
 #pragma once
 
-#include "container/result.h"
-#include "container/root_file_info.h"
+#include "OvxComponent/container/result.h"
+#include "OvxComponent/container/root_file_info.h"
 
 #include <cstdint>
 #include <string>

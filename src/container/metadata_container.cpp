@@ -1,11 +1,11 @@
 // Metadata::Container and its XML form, the metadata entry of a container.
-#include "container/metadata_container.h"
+#include "OvxComponent/container/metadata_container.h"
 
+#include "OvxComponent/container/xml_document.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/multi_language_string.h"
 #include "container/multi_language_xml.h"
-#include "container/xml_document.h"
 #include "container/zip_container_schema.h"
-#include "platform/guid.h"
-#include "platform/multi_language_string.h"
 
 #include <optional>
 #include <set>

@@ -2,8 +2,8 @@
 // lang attribute. Shared by the manifest and the metadata entry. Internal.
 #pragma once
 
-#include "container/xml_node.h"
-#include "platform/multi_language_string.h"
+#include "OvxComponent/container/xml_node.h"
+#include "OvxComponent/platform/multi_language_string.h"
 
 namespace VdcContainer {
 

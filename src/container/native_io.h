@@ -2,7 +2,7 @@
 // platform (native_io_posix.cpp, native_io_win.cpp). Internal.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // PathResolver: the paths that container operations use for the paths they are given.
-#include "container/path_resolver.h"
+#include "OvxComponent/container/path_resolver.h"
 
 #include "platform/system_io/path.h"
 

@@ -6,8 +6,8 @@
 // the parents it made unless the commit succeeded.
 #pragma once
 
-#include "container/result.h"
-#include "platform/cstring.h"
+#include "OvxComponent/container/result.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <memory>
 #include <vector>

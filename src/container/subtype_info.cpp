@@ -1,5 +1,5 @@
 // SubtypeInfo: its destructor anchors the class's virtual table in the component.
-#include "container/subtype_info.h"
+#include "OvxComponent/container/subtype_info.h"
 
 namespace VdcContainer {
 

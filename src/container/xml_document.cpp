@@ -1,5 +1,5 @@
 // XmlNS::Document over a pugixml document.
-#include "container/xml_document.h"
+#include "OvxComponent/container/xml_document.h"
 
 #include "container/xml_scope.h"
 #include "platform/data_encoding.h"

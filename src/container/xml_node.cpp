@@ -1,7 +1,7 @@
 // XmlNS::Node over a pugixml element.
-#include "container/xml_node.h"
+#include "OvxComponent/container/xml_node.h"
 
-#include "container/xml_document.h"
+#include "OvxComponent/container/xml_document.h"
 #include "container/xml_scope.h"
 
 #include <pugixml.hpp>

@@ -1,5 +1,5 @@
 // ZipContainer: opening, changing and saving a package file.
-#include "container/zip_container.h"
+#include "OvxComponent/container/zip_container.h"
 
 #include "container/container_state.h"
 #include "container/entry_name.h"

@@ -2,8 +2,8 @@
 // the keys of its standard metadata properties. docs/package-format.md describes them.
 #pragma once
 
-#include "container/metadata_property.h"
-#include "container/xml_names.h"
+#include "OvxComponent/container/metadata_property.h"
+#include "OvxComponent/container/xml_names.h"
 
 namespace VdcContainer::ZipContainerSchema {
 

@@ -1,5 +1,5 @@
 // ZipContainerSubtypeBase: reading and writing the subtype's record.
-#include "container/zip_container_subtype_base.h"
+#include "OvxComponent/container/zip_container_subtype_base.h"
 
 #include "container/entry_name.h"
 #include "container/zip_container_schema.h"

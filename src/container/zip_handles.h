@@ -1,7 +1,7 @@
 // Owners of libzip handles, and libzip errors as text. Internal.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <zip.h>
 

@@ -1,10 +1,9 @@
-// The component's own version, fixed at build time.
+// The suite version that this component belongs to. Requirement checks compare against
+// it; it is part of the suite, not of a release of the library, so it is fixed here.
 #include "platform/component_version.h"
 
 namespace OvxComponent {
 
-OvxUtils::Version GetComponentVersion() {
-    return {OVX_VERSION_MAJOR, OVX_VERSION_MINOR, OVX_VERSION_PATCH, OVX_VERSION_TWEAK};
-}
+OvxUtils::Version GetComponentVersion() { return {18, 0, 0, 448}; }
 
 }  // namespace OvxComponent

@@ -2,10 +2,10 @@
 // same version, and extension requirements on the suite version are checked against it.
 #pragma once
 
-#include "platform/version.h"
+#include "OvxComponent/platform/version.h"
 
 namespace OvxComponent {
 
-OVX_API OvxUtils::Version GetComponentVersion();
+OvxUtils::Version GetComponentVersion();
 
 }  // namespace OvxComponent

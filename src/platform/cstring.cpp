@@ -1,5 +1,5 @@
 // CString: UTF-8 conversion, comparison, search and substrings.
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include "platform/case_folding.h"
 #include "platform/data_encoding.h"

@@ -1,7 +1,7 @@
 // UTF-8 conversions between CString (UTF-16) and the byte strings of XML and archives.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <string>
 #include <string_view>
@@ -9,14 +9,14 @@
 namespace OvxUtils::DataEncoding {
 
 // Unpaired surrogates in the input become U+FFFD; everything else round-trips.
-OVX_API std::string Utf8Encode(const CString& text);
+std::string Utf8Encode(const CString& text);
 
 // Each maximal ill-formed subsequence (overlong forms, encoded surrogates, values above
 // U+10FFFF, truncated sequences, stray continuation bytes) becomes one U+FFFD, following
 // the Unicode recommendation for substitution.
-OVX_API CString Utf8Decode(std::string_view utf8);
+CString Utf8Decode(std::string_view utf8);
 
 // True when the bytes are well-formed UTF-8.
-OVX_API bool IsValidUtf8(std::string_view utf8);
+bool IsValidUtf8(std::string_view utf8);
 
 }  // namespace OvxUtils::DataEncoding

@@ -1,5 +1,5 @@
 // Guid: the text form, parsing and comparison of 16-byte identifiers.
-#include "platform/guid.h"
+#include "OvxComponent/platform/guid.h"
 
 #include "platform/guid_random.h"
 

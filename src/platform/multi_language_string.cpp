@@ -1,5 +1,5 @@
 // MultiLanguageString: its string form, parsing and joining.
-#include "platform/multi_language_string.h"
+#include "OvxComponent/platform/multi_language_string.h"
 
 #include <algorithm>
 

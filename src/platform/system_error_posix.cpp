@@ -1,5 +1,5 @@
 // System errors on POSIX systems: errno and strerror_r.
-#include "platform/result.h"
+#include "OvxComponent/platform/result.h"
 
 #include <cerrno>
 #include <cstring>

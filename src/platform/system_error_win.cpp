@@ -1,5 +1,5 @@
 // System errors on Windows: GetLastError and FormatMessageW.
-#include "platform/result.h"
+#include "OvxComponent/platform/result.h"
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
 // ThreadLock on POSIX systems: a pthread reader/writer lock.
-#include "platform/thread_lock.h"
+#include "OvxComponent/platform/thread_lock.h"
 
 namespace OvxUtils {
 

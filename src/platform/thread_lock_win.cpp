@@ -1,5 +1,5 @@
 // ThreadLock on Windows: a slim reader/writer lock.
-#include "platform/thread_lock.h"
+#include "OvxComponent/platform/thread_lock.h"
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
 // Version: parsing, text form and comparison of dotted version numbers.
-#include "platform/version.h"
+#include "OvxComponent/platform/version.h"
 
 #include "platform/string_utils.h"
 

@@ -1,8 +1,8 @@
 // Gadget and its collection of parts.
 #include "gadget.h"
 
-#include "automation/variant_enum.h"
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/automation/variant_enum.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 #include <utility>
 

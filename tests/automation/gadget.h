@@ -5,8 +5,8 @@
 
 #include "test_typelibs.h"
 
-#include "automation/type_info_holder.h"
-#include "comsupport/scoped_variant.h"
+#include "OvxComponent/automation/type_info_holder.h"
+#include "OvxComponent/comsupport/scoped_variant.h"
 
 #include <string>
 #include <vector>

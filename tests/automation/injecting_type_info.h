@@ -3,7 +3,7 @@
 // itself; References() tells whether the code under test gave back what it took.
 #pragma once
 
-#include "comsupport/com_ptr.h"
+#include "OvxComponent/comsupport/com_ptr.h"
 
 #include <oaidl.h>
 

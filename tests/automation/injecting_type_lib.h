@@ -6,7 +6,7 @@
 
 #include "injecting_type_info.h"
 
-#include "comsupport/com_ptr.h"
+#include "OvxComponent/comsupport/com_ptr.h"
 
 #include <oaidl.h>
 

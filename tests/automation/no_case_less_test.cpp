@@ -1,6 +1,6 @@
 // NoCaseLess must order names exactly as CString::CompareNoCase does: the name caches
 // are searched with it and built with it.
-#include "automation/no_case_less.h"
+#include "OvxComponent/automation/no_case_less.h"
 
 #include <gtest/gtest.h>
 

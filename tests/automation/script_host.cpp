@@ -1,7 +1,7 @@
 // ScriptHost.
 #include "script_host.h"
 
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 namespace OvxTest {
 namespace {

@@ -5,8 +5,8 @@
 // single-threaded apartment.
 #pragma once
 
-#include "comsupport/com_ptr.h"
-#include "comsupport/scoped_variant.h"
+#include "OvxComponent/comsupport/com_ptr.h"
+#include "OvxComponent/comsupport/scoped_variant.h"
 
 #include <activscp.h>
 

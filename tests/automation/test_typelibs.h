@@ -2,11 +2,11 @@
 // compiled by widl and embedded as TYPELIB resources 1 and 2 of ovx_test_typelibs.dll.
 #pragma once
 
-#include "automation/type_lib_cache_base.h"
-#include "automation/type_lib_map.h"
-#include "automation/type_lib_multi_cache_base.h"
-#include "automation/type_lib_res_loader.h"
-#include "comsupport/com_ptr.h"
+#include "OvxComponent/automation/type_lib_cache_base.h"
+#include "OvxComponent/automation/type_lib_map.h"
+#include "OvxComponent/automation/type_lib_multi_cache_base.h"
+#include "OvxComponent/automation/type_lib_res_loader.h"
+#include "OvxComponent/comsupport/com_ptr.h"
 
 #include "gadget_library.h"  // generated
 

@@ -4,9 +4,9 @@
 #include "injecting_type_info.h"
 #include "test_typelibs.h"
 
-#include "automation/type_info.h"
-#include "automation/type_info_holder.h"
-#include "automation/type_lib.h"
+#include "OvxComponent/automation/type_info.h"
+#include "OvxComponent/automation/type_info_holder.h"
+#include "OvxComponent/automation/type_lib.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // test DLL whose resources 1 and 2 are type libraries.
 #include "test_typelibs.h"
 
-#include "automation/type_lib.h"
+#include "OvxComponent/automation/type_lib.h"
 
 #include "second_library.h"  // generated
 

@@ -3,9 +3,9 @@
 #include "injecting_type_lib.h"
 #include "test_typelibs.h"
 
-#include "automation/type_info.h"
-#include "automation/type_lib.h"
-#include "comsupport/scoped_bstr.h"
+#include "OvxComponent/automation/type_info.h"
+#include "OvxComponent/automation/type_lib.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
 
 #include <gtest/gtest.h>
 

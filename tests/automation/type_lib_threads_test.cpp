@@ -3,8 +3,8 @@
 // ask for them.
 #include "test_typelibs.h"
 
-#include "automation/type_info.h"
-#include "automation/type_lib.h"
+#include "OvxComponent/automation/type_info.h"
+#include "OvxComponent/automation/type_lib.h"
 
 #include <gtest/gtest.h>
 

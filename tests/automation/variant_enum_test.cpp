@@ -1,10 +1,10 @@
 // CEnumBase and CVariantEnum: the IEnumVARIANT contract with its deliberate differences
 // (a clone starts at the first element), ownership of the elements, and the lock the
 // enumerator holds on the host application.
-#include "automation/variant_enum.h"
-#include "comsupport/com_ptr.h"
-#include "comsupport/scoped_bstr.h"
-#include "comsupport/scoped_variant.h"
+#include "OvxComponent/automation/variant_enum.h"
+#include "OvxComponent/comsupport/com_ptr.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
+#include "OvxComponent/comsupport/scoped_variant.h"
 #include "support/counted_dispatch.h"
 #include "support/fake_host_app.h"
 

@@ -1,6 +1,6 @@
 // The host binding: the main thread, the application interface, the application object.
-#include "comsupport/win_app.h"
-#include "component/host_binding.h"
+#include "OvxComponent/component/host_binding.h"
+#include "OvxComponent/comsupport/win_app.h"
 #include "support/fake_host_app.h"
 
 #include <gtest/gtest.h>

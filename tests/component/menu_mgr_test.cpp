@@ -1,7 +1,7 @@
 // MenuMgr: the host's own popup menus, and the hand-over to Win32.
-#include "comsupport/menu.h"
-#include "comsupport/wnd.h"
-#include "component/menu_mgr.h"
+#include "OvxComponent/component/menu_mgr.h"
+#include "OvxComponent/comsupport/menu.h"
+#include "OvxComponent/comsupport/wnd.h"
 #include "support/fake_host_app.h"
 
 #include <gtest/gtest.h>

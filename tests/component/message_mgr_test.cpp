@@ -1,8 +1,8 @@
 // MessageMgr with a fake host: the host's own presentation, the automatic answers when
 // the host shows no dialogs, the formatting, and the hand-over to Win32. No dialog is
 // ever shown: where a test reaches MessageBoxW, a hook refuses the dialog's window.
-#include "comsupport/wnd.h"
-#include "component/message_mgr.h"
+#include "OvxComponent/component/message_mgr.h"
+#include "OvxComponent/comsupport/wnd.h"
 #include "support/fake_host_app.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // CComPtr: every path that takes or drops a reference, counted on a fake object.
-#include "comsupport/com_ptr.h"
+#include "OvxComponent/comsupport/com_ptr.h"
 #include "support/counted_dispatch.h"
 
 #include <gtest/gtest.h>

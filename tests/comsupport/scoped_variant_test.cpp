@@ -1,5 +1,5 @@
 // ScopedVariant: what it clears, and when.
-#include "comsupport/scoped_variant.h"
+#include "OvxComponent/comsupport/scoped_variant.h"
 #include "support/counted_dispatch.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // ExtractFolder on good packages: what lands where, and a target that is left as it was
 // when an entry is in the way.
+#include "OvxComponent/container/zip_container.h"
 #include "container/extract_folder.h"
-#include "container/zip_container.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"

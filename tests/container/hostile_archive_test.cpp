@@ -1,7 +1,7 @@
 // Hostile archives, crafted here, must be refused when opened or extracted, with nothing
 // written outside the target and the target left as it was.
+#include "OvxComponent/container/zip_container.h"
 #include "container/extract_folder.h"
-#include "container/zip_container.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "support/temp_folder.h"

@@ -1,8 +1,8 @@
 // Metadata::Container: every kind of value survives its XML form; bad values are refused.
-#include "container/metadata_container.h"
+#include "OvxComponent/container/metadata_container.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/multi_language_string.h"
 #include "container/zip_container_schema.h"
-#include "platform/guid.h"
-#include "platform/multi_language_string.h"
 
 #include <gtest/gtest.h>
 

@@ -2,11 +2,11 @@
 // file and metadata of every kind, and reads them back.
 #pragma once
 
-#include "container/subtype_class.h"
-#include "container/subtype_info.h"
-#include "container/zip_container_subtype.h"
-#include "platform/guid.h"
-#include "platform/multi_language_string.h"
+#include "OvxComponent/container/subtype_class.h"
+#include "OvxComponent/container/subtype_info.h"
+#include "OvxComponent/container/zip_container_subtype.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/multi_language_string.h"
 
 #include <string>
 #include <vector>

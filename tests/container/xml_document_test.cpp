@@ -1,6 +1,6 @@
 // XmlNS::Document and XmlNS::Node: namespace-aware lookups whatever the prefixes, and safe
 // parsing of hostile XML.
-#include "container/xml_document.h"
+#include "OvxComponent/container/xml_document.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // ZipContainer and the typed handle: packages round-trip with every field intact, packing
 // can be reproducible, and refusals leave packages as they were.
+#include "OvxComponent/container/zip_container.h"
 #include "container/add_files.h"
-#include "container/zip_container.h"
 #include "container/zip_container_schema.h"
 #include "platform/system_io/file.h"
 #include "support/temp_folder.h"

@@ -1,4 +1,4 @@
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/guid.h"
+#include "OvxComponent/platform/guid.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 // library share one C++ runtime, so that such objects may be made on one side and used or
 // destroyed on the other.
 
-#include "platform/guid.h"
+#include "OvxComponent/platform/guid.h"
 #include "platform/stream/file_stream.h"
 #include "platform/string_utils.h"
 #include "platform/system_io/file.h"

@@ -1,4 +1,4 @@
-#include "platform/multi_language_string.h"
+#include "OvxComponent/platform/multi_language_string.h"
 
 #include <gtest/gtest.h>
 

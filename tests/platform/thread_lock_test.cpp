@@ -1,7 +1,7 @@
-#include "platform/any.h"
-#include "platform/guid.h"
-#include "platform/singleton.h"
-#include "platform/thread_lock.h"
+#include "OvxComponent/platform/any.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/singleton.h"
+#include "OvxComponent/platform/thread_lock.h"
 
 #include <gtest/gtest.h>
 

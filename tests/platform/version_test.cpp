@@ -1,4 +1,4 @@
-#include "platform/version.h"
+#include "OvxComponent/platform/version.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // FakeHostApp and its companions.
 #include "support/fake_host_app.h"
 
-#include "component/host_binding.h"
+#include "OvxComponent/component/host_binding.h"
 
 #include <stdexcept>
 

@@ -4,9 +4,9 @@
 // none counts references or deletes itself. Windows only.
 #pragma once
 
-#include "component/app_ui_mode.h"
-#include "component/app_ui_service.h"
-#include "component/orvex_cmn_app.h"
+#include "OvxComponent/component/app_ui_mode.h"
+#include "OvxComponent/component/app_ui_service.h"
+#include "OvxComponent/component/orvex_cmn_app.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // A fresh folder per test, removed with everything in it when the test ends.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <string_view>
 

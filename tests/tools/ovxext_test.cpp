@@ -2,8 +2,8 @@
 
 #include "commands.h"
 
-#include "extensions/format/extension_packing.h"
-#include "container/zip_container.h"
+#include "OvxComponent/container/zip_container.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/component_version.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"

@@ -3,13 +3,13 @@
 // CheckRequirements, with this host's answers.
 
 #include "argument_parser.h"
-#include "json_output.h"
 #include "commands.h"
+#include "json_output.h"
 #include "package_reader.h"
 
 #include "metadata_values.h"
 
-#include "extensions/format/check_requirements.h"
+#include "OvxComponent/extensions/format/check_requirements.h"
 
 #include <algorithm>
 #include <sstream>

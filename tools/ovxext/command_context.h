@@ -2,7 +2,7 @@
 // name and the two streams it writes to. Exit codes are shared by all commands.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // ConsoleLogStream: the manager's log lines, turned to UTF-8 and written to a console.
 #include "console_log_stream.h"
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 namespace Ovxext {
 

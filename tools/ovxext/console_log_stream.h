@@ -2,7 +2,7 @@
 // go to a text stream as UTF-8 lines, each with a prefix.
 #pragma once
 
-#include "platform/stream/stream.h"
+#include "OvxComponent/platform/stream/stream.h"
 
 #include <ostream>
 #include <string>

@@ -8,7 +8,7 @@
 #include "host_session.h"
 #include "interrupt.h"
 
-#include "extensions/format/extension_app_support.h"
+#include "OvxComponent/extensions/format/extension_app_support.h"
 #include "platform/system_io/folder.h"
 
 #include <chrono>

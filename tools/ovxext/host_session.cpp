@@ -3,7 +3,7 @@
 
 #include "console_log_stream.h"
 
-#include "extensions/loading/simple_file_extension_installer.h"
+#include "OvxComponent/extensions/loading/simple_file_extension_installer.h"
 #include "platform/system_io/path.h"
 
 #include <algorithm>

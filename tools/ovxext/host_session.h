@@ -6,7 +6,7 @@
 
 #include "main_thread_loop.h"
 
-#include "extensions/manager/extension_manager.h"
+#include "OvxComponent/extensions/manager/extension_manager.h"
 
 #include <map>
 #include <memory>

@@ -12,8 +12,8 @@
 //   case, as Windows file names do).
 #pragma once
 
-#include "platform/cstring.h"
-#include "platform/result.h"
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/result.h"
 
 #include <string>
 #include <string_view>

@@ -6,8 +6,8 @@
 #include "metadata_values.h"
 #include "pack_selection.h"
 
-#include "container/xml_document.h"
-#include "extensions/format/extension_app_support.h"
+#include "OvxComponent/container/xml_document.h"
+#include "OvxComponent/extensions/format/extension_app_support.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"

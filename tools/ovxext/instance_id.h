@@ -2,8 +2,8 @@
 // and the version so that packing the same input twice gives the same bytes.
 #pragma once
 
-#include "platform/guid.h"
-#include "platform/version.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/version.h"
 
 namespace Ovxext {
 

@@ -5,11 +5,11 @@
 // still be looked at, and requirements.xml is walked element by element.
 
 #include "argument_parser.h"
-#include "json_output.h"
 #include "commands.h"
+#include "json_output.h"
 #include "package_reader.h"
 
-#include "extensions/format/extension_container_schema.h"
+#include "OvxComponent/extensions/format/extension_container_schema.h"
 #include "extensions/format/extension_requirement_type.h"
 #include "platform/system_io/file.h"
 

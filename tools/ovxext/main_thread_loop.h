@@ -2,7 +2,7 @@
 // thread (the manager's change callbacks) runs on the thread that runs the loop.
 #pragma once
 
-#include "platform/delegate.h"
+#include "OvxComponent/platform/delegate.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -4,7 +4,7 @@
 #include "command_context.h"
 #include "metadata_values.h"
 
-#include "container/xml_document.h"
+#include "OvxComponent/container/xml_document.h"
 #include "platform/system_io/file.h"
 
 #include <set>

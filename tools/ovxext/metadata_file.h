@@ -3,8 +3,8 @@
 // docs/ovxext.md describes the format.
 #pragma once
 
-#include "extensions/format/extension_data.h"
-#include "platform/result.h"
+#include "OvxComponent/extensions/format/extension_data.h"
+#include "OvxComponent/platform/result.h"
 
 #include <string>
 

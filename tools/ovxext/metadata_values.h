@@ -2,8 +2,8 @@
 // answers the value, or the error that says why the text is not one.
 #pragma once
 
-#include "extensions/format/extension_data.h"
-#include "platform/result.h"
+#include "OvxComponent/extensions/format/extension_data.h"
+#include "OvxComponent/platform/result.h"
 
 #include <optional>
 #include <string>

@@ -6,8 +6,8 @@
 // followed, and then only one that points at a file inside the folder is taken.
 #pragma once
 
-#include "platform/cstring.h"
-#include "platform/result.h"
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/result.h"
 
 #include <string>
 #include <vector>

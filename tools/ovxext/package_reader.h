@@ -1,7 +1,7 @@
 // Opening an extension package for the read-only commands.
 #pragma once
 
-#include "extensions/format/extension_container.h"
+#include "OvxComponent/extensions/format/extension_container.h"
 
 #include <memory>
 #include <string>

@@ -4,8 +4,8 @@
 #include "commands.h"
 #include "package_reader.h"
 
+#include "OvxComponent/container/zip_container.h"
 #include "container/extract_folder.h"
-#include "container/zip_container.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // CheckRequirements and the evaluation behind it.
-#include "extensions/format/check_requirements.h"
+#include "OvxComponent/extensions/format/check_requirements.h"
 
-#include "extensions/format/runtime_bits.h"
+#include "OvxComponent/extensions/format/runtime_bits.h"
 #include "extensions/format/system_version.h"
 #include "platform/component_version.h"
 

@@ -1,7 +1,7 @@
 // EnumTextTable: the fixed pairs of value and text behind the text form of one enumeration.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <initializer_list>
 #include <optional>

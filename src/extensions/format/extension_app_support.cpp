@@ -1,5 +1,5 @@
 // ExtensionAppSupport: the host applications and their names.
-#include "extensions/format/extension_app_support.h"
+#include "OvxComponent/extensions/format/extension_app_support.h"
 
 #include "extensions/format/enum_text_table.h"
 

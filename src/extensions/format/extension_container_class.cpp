@@ -1,9 +1,9 @@
 // ExtensionContainerClass: how the container library recognises an extension package and
 // makes its record.
-#include "extensions/format/extension_container_class.h"
+#include "OvxComponent/extensions/format/extension_container_class.h"
 
-#include "extensions/format/extension_container_info.h"
-#include "extensions/format/extension_container_schema.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_schema.h"
 
 namespace OvxComponent {
 

@@ -1,5 +1,5 @@
 // ExtensionContainerInfo: construction, copying and the accessors of the metadata record.
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 
 #include "platform/string_utils.h"
 

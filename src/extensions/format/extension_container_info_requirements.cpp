@@ -1,8 +1,8 @@
 // ExtensionContainerInfo: WriteRequirements and ReadRequirements, the mapping of the
 // requirements to requirements.xml.
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 
-#include "extensions/format/extension_container_schema.h"
+#include "OvxComponent/extensions/format/extension_container_schema.h"
 #include "extensions/format/extension_requirement_type.h"
 #include "platform/data_encoding.h"
 

@@ -1,9 +1,9 @@
 // ExtensionContainerInfo: Serialize and Deserialize, the mapping of the record to the
 // container metadata and extension.xml.
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 
+#include "OvxComponent/extensions/format/extension_container_schema.h"
 #include "container/zip_container_schema.h"
-#include "extensions/format/extension_container_schema.h"
 #include "platform/data_encoding.h"
 
 #include <string>

@@ -1,5 +1,5 @@
 // ExtensionEntryPointType: the entry-point types and their names.
-#include "extensions/format/extension_entry_point_type.h"
+#include "OvxComponent/extensions/format/extension_entry_point_type.h"
 
 #include "extensions/format/enum_text_table.h"
 

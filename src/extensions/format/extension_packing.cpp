@@ -1,8 +1,8 @@
 // PackFiles and PackFile: packages made from files on disk; the package file extension.
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 
+#include "OvxComponent/extensions/format/extension_container_schema.h"
 #include "container/add_files.h"
-#include "extensions/format/extension_container_schema.h"
 #include "platform/system_io/path.h"
 
 #include <map>

@@ -1,7 +1,7 @@
 // ExtensionRequirementType: the kinds of requirement in a package's requirements document.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>
 #include <optional>
@@ -18,8 +18,8 @@ enum class ExtensionRequirementType : std::int32_t {
 
 // "platform_bits", "orvex_application", "windows_version", "orvex_suite_version",
 // "feature"; a value outside the enumeration prints as "platform_bits".
-OVX_API CString ToString(ExtensionRequirementType value);
+CString ToString(ExtensionRequirementType value);
 // Exact, case-sensitive match of one of those texts; anything else gives no value.
-OVX_API std::optional<ExtensionRequirementType> ExtensionRequirementTypeFromString(const CString& text);
+std::optional<ExtensionRequirementType> ExtensionRequirementTypeFromString(const CString& text);
 
 }  // namespace OvxComponent

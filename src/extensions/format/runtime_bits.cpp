@@ -1,5 +1,5 @@
 // runtime_bits: the platforms and their names.
-#include "extensions/format/runtime_bits.h"
+#include "OvxComponent/extensions/format/runtime_bits.h"
 
 #include "extensions/format/enum_text_table.h"
 

@@ -10,7 +10,7 @@
 // the kernel's major and minor numbers with service pack 0.0.
 #pragma once
 
-#include "platform/version.h"
+#include "OvxComponent/platform/version.h"
 
 namespace OvxComponent {
 
@@ -21,8 +21,8 @@ enum class SystemVersionTest {
 
 // Major, minor, service pack major and service pack minor; 0.0.0.0 when the system
 // does not tell.
-OVX_API OvxUtils::Version GetRunningSystemVersion();
+OvxUtils::Version GetRunningSystemVersion();
 
-OVX_API bool RunningSystemPasses(const OvxUtils::Version& bound, SystemVersionTest test);
+bool RunningSystemPasses(const OvxUtils::Version& bound, SystemVersionTest test);
 
 }  // namespace OvxComponent

@@ -1,7 +1,7 @@
 // SystemVersionNumbers: the four numbers on which a system version bound is tested.
 #pragma once
 
-#include "platform/version.h"
+#include "OvxComponent/platform/version.h"
 
 #include <compare>
 #include <cstddef>

@@ -1,5 +1,5 @@
 // The simple file extension installer and its state.
-#include "extensions/loading/simple_file_extension_installer.h"
+#include "OvxComponent/extensions/loading/simple_file_extension_installer.h"
 
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"

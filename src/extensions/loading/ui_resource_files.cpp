@@ -1,7 +1,7 @@
 // Finding UI modification and resource files.
-#include "extensions/loading/ui_resource_files.h"
+#include "OvxComponent/extensions/loading/ui_resource_files.h"
 
-#include "extensions/format/runtime_bits.h"
+#include "OvxComponent/extensions/format/runtime_bits.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"

@@ -2,7 +2,7 @@
 // packages, and removal of extensions whose package has gone.
 #include "extensions/manager/extension_manager_impl.h"
 
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 #include "extensions/manager/debugger_output.h"
 #include "extensions/manager/install_layout.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"

@@ -2,7 +2,7 @@
 // already holds every line.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 namespace OvxComponent {
 

@@ -10,9 +10,9 @@
 // be asked from other threads.
 #pragma once
 
-#include "extensions/manager/extension_log_entry.h"
+#include "OvxComponent/extensions/manager/extension_log_entry.h"
+#include "OvxComponent/platform/stream/named_out_stream.h"
 #include "extensions/manager/extension_log_messages.h"
-#include "platform/stream/named_out_stream.h"
 
 #include <atomic>
 #include <deque>
@@ -23,7 +23,7 @@
 
 namespace OvxComponent {
 
-class OVX_API ExtensionLog {
+class ExtensionLog {
 public:
     // A valid stream in output is used as it is. Otherwise, when output has a path, the log
     // writes to its own file there, created (emptied) on first use and then started with

@@ -1,7 +1,7 @@
 // ExtensionManagerImpl: construction and the small operations.
 #include "extensions/manager/extension_manager_impl.h"
 
-#include "extensions/format/runtime_bits.h"
+#include "OvxComponent/extensions/format/runtime_bits.h"
 #include "extensions/manager/install_repair.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"

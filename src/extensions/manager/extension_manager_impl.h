@@ -17,9 +17,9 @@
 // that the interface runs as a whole.
 #pragma once
 
-#include "extensions/format/extension_container.h"
+#include "OvxComponent/extensions/format/extension_container.h"
+#include "OvxComponent/extensions/manager/extension_manager.h"
 #include "extensions/manager/extension_log.h"
-#include "extensions/manager/extension_manager.h"
 #include "extensions/manager/package_cache.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"
 
@@ -63,7 +63,7 @@ using OpenResult = VdcContainer::Result<OpenedPackage>;
 // the manager's PackageCache without reading it again.
 enum class PackageUse { Readable, RecordOnly };
 
-class OVX_API ExtensionManagerImpl final : public IExtensionManager,
+class ExtensionManagerImpl final : public IExtensionManager,
                                            public std::enable_shared_from_this<ExtensionManagerImpl> {
     struct Passkey {};
 

@@ -1,7 +1,7 @@
 // The install layout.
 #include "extensions/manager/install_layout.h"
 
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"

@@ -4,18 +4,18 @@
 //   <platform folder>/{DOCUMENT-ID}/<version>/unpacked/...
 #pragma once
 
-#include "platform/cstring.h"
-#include "platform/guid.h"
-#include "platform/version.h"
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/version.h"
 
 #include <vector>
 
 namespace OvxComponent::InstallLayout {
 
-OVX_API CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
-OVX_API CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
-OVX_API CString InstalledCopy(const CString& versionFolder);
-OVX_API CString UnpackedFolder(const CString& versionFolder);
+CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
+CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
+CString InstalledCopy(const CString& versionFolder);
+CString UnpackedFolder(const CString& versionFolder);
 
 // One version folder of an extension.
 struct ExistingCopy {
@@ -25,6 +25,6 @@ struct ExistingCopy {
 
 // The version folders of the extension folder, sorted by version (then by name); empty
 // when the folder does not exist. Folders under a temporary name are left out. Names that are not versions read leniently (as 0...).
-OVX_API std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder);
+std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder);
 
 }  // namespace OvxComponent::InstallLayout

@@ -8,7 +8,7 @@
 // quickly after a clean session, thoroughly after one that did not end cleanly.
 #pragma once
 
-#include "container/zip_container.h"
+#include "OvxComponent/container/zip_container.h"
 #include "extensions/manager/extension_log.h"
 
 #include <string_view>

@@ -1,7 +1,7 @@
 // Local time stamps of log lines, and the clock of log entries.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>
 

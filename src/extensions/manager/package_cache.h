@@ -7,8 +7,8 @@
 // on the main thread only; entries not used during a rescan are dropped at its end.
 #pragma once
 
-#include "extensions/format/extension_container.h"
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 #include "platform/system_io/file.h"
 
 #include <memory>

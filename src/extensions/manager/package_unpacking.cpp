@@ -1,9 +1,9 @@
 // ExtensionManagerImpl: opening packages, the unpack decision and the unpack work.
 #include "extensions/manager/extension_manager_impl.h"
 
+#include "OvxComponent/extensions/format/check_requirements.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 #include "container/extract_folder.h"
-#include "extensions/format/check_requirements.h"
-#include "extensions/format/extension_packing.h"
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"

@@ -1,7 +1,7 @@
 // ChangeTracking: one tracked folder with its filter and its owner's callback.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <condition_variable>
 #include <functional>

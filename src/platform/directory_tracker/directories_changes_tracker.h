@@ -4,7 +4,7 @@
 // Windows) on one tracker thread shared by the whole process; the callbacks run on it.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <functional>
 #include <memory>
@@ -22,14 +22,14 @@ struct BlameTracker {
 // The deleter of a tracking handle: deleting the handle stops the tracking, exactly as
 // StopTrackingChangeIn does, and frees the handle's cell.
 struct StopTrackingHelper {
-    OVX_API void operator()(void** handle) const;
+    void operator()(void** handle) const;
 };
 
 // Tracks changes in folder trees for their owners. Every member may be called on any
 // thread, including the tracker thread from inside a callback. The tracker thread starts
 // with the first tracking and ends after the last one is stopped; it is never joined
 // during module unload or process exit.
-class OVX_API CDirectoriesChangesTracker {
+class CDirectoriesChangesTracker {
 public:
     // The FILE_NOTIFY_CHANGE_* bits that a filter may hold; other bits are ignored.
     static constexpr unsigned long kFileName = 0x001;

@@ -6,7 +6,7 @@
 // opens each of them, from the top down, after the watch began.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <windows.h>
 

@@ -6,14 +6,14 @@
 // inherited by child processes). Nothing is buffered, so Flush has nothing to do.
 #pragma once
 
-#include "platform/cstring.h"
-#include "platform/stream/stream.h"
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/stream/stream.h"
 
 #include <memory>
 
 namespace OvxUtils {
 
-class OVX_API FileStream final : public Stream {
+class FileStream final : public Stream {
 public:
     // Creates the file or empties it; null when it cannot be opened (for example when
     // its folder does not exist).

@@ -1,13 +1,13 @@
 // MemoryStream: a Stream that keeps what is written, for hosts and tests.
 #pragma once
 
-#include "platform/stream/stream.h"
+#include "OvxComponent/platform/stream/stream.h"
 
 #include <string>
 
 namespace OvxUtils {
 
-class OVX_API MemoryStream : public Stream {
+class MemoryStream : public Stream {
 public:
     bool Write(const void* data, std::size_t size) override;
 

@@ -1,5 +1,5 @@
 // The out-of-line destructor keeps Stream's vtable in the component.
-#include "platform/stream/stream.h"
+#include "OvxComponent/platform/stream/stream.h"
 
 namespace OvxUtils {
 

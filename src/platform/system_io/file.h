@@ -2,8 +2,8 @@
 // give false or an empty optional, never an exception.
 #pragma once
 
-#include "platform/cstring.h"
-#include "platform/result.h"
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/result.h"
 
 #include <cstdint>
 #include <optional>
@@ -14,27 +14,27 @@
 namespace OvxUtils::SystemIO::File {
 
 // True for a file (after following a link); a folder is not a file.
-OVX_API bool Exists(const CString& path);
+bool Exists(const CString& path);
 
 // True when no file is at path afterwards, so deleting a missing file succeeds. A folder
 // is never deleted (false). On Windows a read-only file is deleted as well.
-OVX_API bool Delete(const CString& path);
+bool Delete(const CString& path);
 
 // Copies the content, the last write time and the read-only state, as Windows copies a
 // file. Without overwrite an existing target fails and stays as it was; copying a file
 // onto itself fails.
-OVX_API bool Copy(const CString& from, const CString& to, bool overwrite);
+bool Copy(const CString& from, const CString& to, bool overwrite);
 
 // Copies from to a temporary name beside to, flushes the copy to the disk and renames it
 // over to in one step, so that whatever happens meanwhile, to is either what it was or
 // the complete copy. Keeps the last write time. Only a regular file is copied: a pipe,
 // socket or device is refused without being opened for long. The error names the step
 // that failed and the system's reason.
-OVX_API Result<void> CopyAtomically(const CString& from, const CString& to);
+Result<void> CopyAtomically(const CString& from, const CString& to);
 
 // Full paths of the files called name (compared with CString::CompareNoCase) in folder
 // and, with recursive, in all its subfolders, in Folder::Visit order.
-OVX_API std::vector<CString> Find(const CString& folder, const CString& name, bool recursive);
+std::vector<CString> Find(const CString& folder, const CString& name, bool recursive);
 
 // What tells one state of a file from another: its size, last write time, and the device
 // and index that name it on its volume. Equal identities mean, as far as the system can
@@ -49,18 +49,18 @@ struct FileIdentity {
 
 // The identity of a file (after following a link); no value for a folder, a missing file
 // or what is not a regular file.
-OVX_API std::optional<FileIdentity> GetIdentity(const CString& path);
+std::optional<FileIdentity> GetIdentity(const CString& path);
 
 // Size in bytes of a file (after following a link); no value for a folder or a missing file.
-OVX_API std::optional<std::uint64_t> GetSize(const CString& path);
+std::optional<std::uint64_t> GetSize(const CString& path);
 
 // Last write time of a file or folder in 100 ns ticks since 1601-01-01 UTC (the Windows
 // FILETIME scale, on every platform).
-OVX_API std::optional<std::uint64_t> GetLastWriteTime(const CString& path);
-OVX_API bool SetLastWriteTime(const CString& path, std::uint64_t ticks);
+std::optional<std::uint64_t> GetLastWriteTime(const CString& path);
+bool SetLastWriteTime(const CString& path, std::uint64_t ticks);
 
-OVX_API std::optional<std::string> ReadAllBytes(const CString& path);
+std::optional<std::string> ReadAllBytes(const CString& path);
 // Creates the file or replaces its content.
-OVX_API bool WriteAllBytes(const CString& path, std::string_view bytes);
+bool WriteAllBytes(const CString& path, std::string_view bytes);
 
 }  // namespace OvxUtils::SystemIO::File

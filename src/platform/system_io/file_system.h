@@ -4,7 +4,7 @@
 // writes, copying). Internal to the component.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>
 #include <optional>

@@ -5,8 +5,8 @@
 // folders are listed but never entered, so a walk cannot loop or leave the tree.
 #pragma once
 
-#include "platform/cstring.h"
-#include "platform/result.h"
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/result.h"
 
 #include <functional>
 #include <vector>
@@ -14,10 +14,10 @@
 namespace OvxUtils::SystemIO::Folder {
 
 // True for a folder (after following a link).
-OVX_API bool Exists(const CString& path);
+bool Exists(const CString& path);
 
 // Creates every missing level; true when the folder exists afterwards.
-OVX_API bool EnsureExists(const CString& path);
+bool EnsureExists(const CString& path);
 
 // Deletes everything under folder and, with deleteFolderItself, the folder too (then as
 // DeleteTree does). Links
@@ -25,7 +25,7 @@ OVX_API bool EnsureExists(const CString& path);
 // deleted as well. A missing folder counts as deleted (true). When folder is itself a
 // link, deleteFolderItself removes only the link, otherwise the content of its target is
 // deleted. False when anything that should be gone remains.
-OVX_API bool DeleteRecursive(const CString& folder, bool deleteFolderItself);
+bool DeleteRecursive(const CString& folder, bool deleteFolderItself);
 
 // Deletes folder and everything under it in two steps: the folder is first renamed to a
 // temporary name beside it (TemporaryName), so that it leaves its place at once, then the
@@ -33,17 +33,17 @@ OVX_API bool DeleteRecursive(const CString& folder, bool deleteFolderItself);
 // recognises. When the rename is refused the folder is deleted where it is. A missing
 // folder counts as deleted; a link is removed without touching its target. The error
 // names the first entry that could not be deleted and the system's reason.
-OVX_API Result<void> DeleteTree(const CString& folder);
+Result<void> DeleteTree(const CString& folder);
 
 // Full paths, in Visit order.
-OVX_API std::vector<CString> GetFiles(const CString& path, bool recursive);
-OVX_API std::vector<CString> GetSubfolders(const CString& path, bool recursive);
+std::vector<CString> GetFiles(const CString& path, bool recursive);
+std::vector<CString> GetSubfolders(const CString& path, bool recursive);
 
 // Calls visitor for each entry of path (with recursive, for each entry of the whole
 // tree), passing the full path and whether it is a folder. A folder is visited before its
 // content. The visitor returns false to end the walk. Returns false when path or one of
 // its subfolders could not be read; the walk still goes on with the rest.
 using Visitor = std::function<bool(const CString& path, bool isFolder)>;
-OVX_API bool Visit(const CString& path, bool recursive, const Visitor& visitor);
+bool Visit(const CString& path, bool recursive, const Visitor& visitor);
 
 }  // namespace OvxUtils::SystemIO::Folder

@@ -1,7 +1,7 @@
 // File descriptor helpers shared by the POSIX file-system and stream sources.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <unistd.h>
 

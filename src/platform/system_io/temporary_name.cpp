@@ -1,7 +1,7 @@
 // TemporaryName: making and recognising the names of work in progress.
 #include "platform/system_io/temporary_name.h"
 
-#include "platform/guid.h"
+#include "OvxComponent/platform/guid.h"
 #include "platform/system_io/path.h"
 
 #include <array>

@@ -6,7 +6,7 @@
 // them for real content, and a start-up sweep can tell what a crash left behind.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <string_view>
 
@@ -19,9 +19,9 @@ inline constexpr std::u16string_view kDeleting = u"deleting";  // a tree being d
 inline constexpr std::u16string_view kSaving = u"saving";      // a package being saved
 
 // A fresh name in path's folder: "." + path's name + "." + purpose + "-" + 8 hex digits.
-OVX_API CString Beside(const CString& path, std::u16string_view purpose);
+CString Beside(const CString& path, std::u16string_view purpose);
 
 // True for a file or folder name (not a path) that Beside made, whatever its purpose.
-OVX_API bool IsTemporary(const CString& name);
+bool IsTemporary(const CString& name);
 
 }  // namespace OvxUtils::SystemIO::TemporaryName

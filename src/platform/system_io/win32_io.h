@@ -1,7 +1,7 @@
 // Win32 helpers shared by the Windows file-system and stream sources.
 #pragma once
 
-#include "platform/cstring.h"
+#include "OvxComponent/platform/cstring.h"
 
 #include <windows.h>
 
@@ -48,7 +48,7 @@ using UniqueFindHandle = UniqueWin32Handle<FindHandleTraits>;
 // more is made absolute and given the \\?\ (or \\?\UNC\) prefix, so that it is not cut at
 // MAX_PATH. 248 is the limit of CreateDirectoryW, the lowest of the calls used.
 // Exported only for its unit test: Wine has no MAX_PATH limit to show a mistake here.
-OVX_API CString ToWin32Path(const CString& path);
+CString ToWin32Path(const CString& path);
 
 // Writes all bytes, looping over partial writes; false on the first error.
 bool WriteAll(HANDLE file, const void* data, std::size_t size);

@@ -1,6 +1,6 @@
-#include "extensions/format/check_requirements.h"
+#include "OvxComponent/extensions/format/check_requirements.h"
 
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 #include "platform/component_version.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "extensions/format/extension_app_support.h"
-#include "extensions/format/extension_entry_point_type.h"
+#include "OvxComponent/extensions/format/extension_app_support.h"
+#include "OvxComponent/extensions/format/extension_entry_point_type.h"
+#include "OvxComponent/extensions/format/runtime_bits.h"
 #include "extensions/format/extension_requirement_type.h"
-#include "extensions/format/runtime_bits.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

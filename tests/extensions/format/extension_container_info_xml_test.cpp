@@ -1,10 +1,10 @@
 // Serialize and Deserialize through real packages: a packed package is edited entry by
 // entry and opened again.
-#include "extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
 
+#include "OvxComponent/extensions/format/extension_container.h"
 #include "container/zip_container_schema.h"
 #include "extension_package_builder.h"
-#include "extensions/format/extension_container.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

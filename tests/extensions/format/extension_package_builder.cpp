@@ -1,7 +1,7 @@
 #include "extension_package_builder.h"
 
-#include "container/zip_container.h"
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/container/zip_container.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 // writer would make.
 #pragma once
 
-#include "container/metadata_container.h"
-#include "extensions/format/extension_container_info.h"
-#include "extensions/format/extension_data.h"
+#include "OvxComponent/container/metadata_container.h"
+#include "OvxComponent/extensions/format/extension_container_info.h"
+#include "OvxComponent/extensions/format/extension_data.h"
 #include "support/temp_folder.h"
 
 #include <functional>

@@ -1,8 +1,8 @@
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 
-#include "container/zip_container.h"
+#include "OvxComponent/container/zip_container.h"
+#include "OvxComponent/extensions/format/extension_container_schema.h"
 #include "extension_package_builder.h"
-#include "extensions/format/extension_container_schema.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 // The installer made of host functions: what it passes to them and when it refuses.
-#include "extensions/loading/simple_file_extension_installer.h"
+#include "OvxComponent/extensions/loading/simple_file_extension_installer.h"
 
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"

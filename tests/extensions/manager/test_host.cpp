@@ -1,7 +1,7 @@
 // Test helpers for the extension manager.
 #include "test_host.h"
 
-#include "extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 

@@ -1,0 +1,17 @@
+// Finding the host's user-interface service. Internal to the host services.
+#pragma once
+
+#include "OvxComponent/component/app_ui_service.h"
+#include "OvxComponent/component/orvex_cmn_app.h"
+
+namespace OvxComponent {
+
+// The service that app offers, or null (also when app is null). Host-owned: not released.
+inline IAppUIService* FindHostUIService(IOrvexCmn_App* app) {
+    if (!app) return nullptr;
+    void* service = nullptr;
+    app->QueryInterface(IID_IAppUIService, &service);
+    return static_cast<IAppUIService*>(service);
+}
+
+}  // namespace OvxComponent

@@ -1,0 +1,70 @@
+// XmlNS::Node: one element of an XML document held by XmlNS::Document.
+//
+// Nodes belong to their document and live as long as it does; the pointers handed out
+// here are borrowed (not owned) and stay valid until the document is destroyed. Lookups are
+// namespace-aware as xml_names.h describes. Text is UTF-8. A document and its nodes are
+// used by one thread at a time.
+#pragma once
+
+#include "OvxComponent/container/xml_names.h"
+#include "OvxComponent/platform/optional.h"
+#include "OvxComponent/platform/ovx_export.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace pugi {
+struct xml_node_struct;
+}
+
+namespace VdcContainer::XmlNS {
+
+class Document;
+
+class OVX_API Node {
+public:
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    // Appends a child element, declaring its namespace when it is not in scope, with text
+    // as its content when text is not empty. Null when the child cannot be added (an
+    // empty or malformed local name).
+    Node* AddChildNode(const ElementDef& def, const std::string& text = std::string());
+    // Sets or replaces an attribute; false for an empty or malformed local name.
+    bool SetAttribute(const ElementDef& def, const std::string& utf8);
+    // Declares ns on this element, so that children in ns need no declaration of their
+    // own; false when its prefix is empty or already bound on this element.
+    bool DeclareNamespace(const NamespaceDef& ns);
+    // The attribute's value, or no value when the element has no such attribute.
+    OvxUtils::optional<std::string> GetAttribute(const ElementDef& def) const;
+
+    // The first matching child element, or with recursive the first matching element of
+    // the whole subtree in document order; null when there is none.
+    Node* FindNode(const ElementDef& def, bool recursive);
+    const Node* FindNode(const ElementDef& def, bool recursive) const;
+    // The matching child elements, in document order.
+    std::vector<Node*> GetChildNodes(const ElementDef& def);
+    std::vector<const Node*> GetChildNodes(const ElementDef& def) const;
+    // Every child element, whatever its name.
+    std::vector<const Node*> GetAllChildNodes() const;
+    // The number of child elements, whatever their names.
+    std::size_t GetChildNodeCount() const;
+
+    bool Is(const ElementDef& def) const;
+    std::string GetLocalName() const;
+    std::string GetNamespaceUri() const;
+    // The element's namespace with the prefix this document writes for it.
+    NamespaceDef GetNamespace() const;
+    // The element's own character data, without that of its children.
+    std::string GetText() const;
+
+private:
+    friend class Document;
+    Node(const Document* document, pugi::xml_node_struct* node) : m_document(document), m_node(node) {}
+
+    const Document* m_document;  // not owned; the document owns this node
+    pugi::xml_node_struct* m_node;
+};
+
+}  // namespace VdcContainer::XmlNS

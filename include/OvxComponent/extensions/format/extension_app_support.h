@@ -1,0 +1,23 @@
+// ExtensionAppSupport: the host applications that an extension may require.
+#pragma once
+
+#include "OvxComponent/platform/cstring.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace OvxComponent {
+
+enum class ExtensionAppSupport : std::int32_t {
+    Atlas = 0,
+    Beacon = 1,
+    Cinder = 2,
+    Delta = 3,
+};
+
+// "Atlas", "Beacon", "Cinder", "Delta"; a value outside the enumeration prints as "Atlas".
+OVX_API CString ToString(ExtensionAppSupport value);
+// Exact, case-sensitive match of one of those texts; anything else gives no value.
+OVX_API std::optional<ExtensionAppSupport> ExtensionAppSupportFromString(const CString& text);
+
+}  // namespace OvxComponent

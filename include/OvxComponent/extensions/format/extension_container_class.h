@@ -1,0 +1,17 @@
+// ExtensionContainerClass: tells the container library how to recognise an extension
+// package and how to make its ExtensionContainerInfo. Stateless; copy it freely.
+#pragma once
+
+#include "OvxComponent/container/subtype_class.h"
+#include "OvxComponent/platform/ovx_export.h"
+
+namespace OvxComponent {
+
+class OVX_API ExtensionContainerClass {
+public:
+    // The one MIME type of extension packages, extension.xml as main root file, and a
+    // factory that makes a default ExtensionContainerInfo for the container to fill.
+    VdcContainer::SubtypeClass operator()() const;
+};
+
+}  // namespace OvxComponent

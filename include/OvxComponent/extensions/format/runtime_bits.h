@@ -1,0 +1,21 @@
+// OvxUtils::runtime_bits: the word size of a process, as platform requirements name it.
+#pragma once
+
+#include "OvxComponent/platform/cstring.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace OvxUtils {
+
+enum class runtime_bits : std::int32_t {
+    x32 = 0,
+    x64 = 1,
+};
+
+// "x32", "x64"; a value outside the enumeration prints as "x32".
+OVX_API CString ToString(runtime_bits value);
+// Exact, case-sensitive match of one of those texts; anything else gives no value.
+OVX_API std::optional<runtime_bits> RuntimeBitsFromString(const CString& text);
+
+}  // namespace OvxUtils

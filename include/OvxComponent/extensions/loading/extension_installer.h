@@ -1,0 +1,28 @@
+// IExtensionInstaller: brings extensions of the MIME types it is registered for to life.
+// Implemented by hosts (or made by MakeSimpleFileExtensionInstaller); registered with the
+// manager, which holds it only weakly, and called on the host's main thread.
+#pragma once
+
+#include "OvxComponent/extensions/loading/extension_state.h"
+#include "OvxComponent/extensions/loading/unload_result.h"
+#include "OvxComponent/platform/guid.h"
+#include "OvxComponent/platform/optional.h"
+#include "OvxComponent/platform/version.h"
+
+#include <memory>
+
+namespace OvxComponent {
+
+struct IExtensionInstaller {
+    // Loads the unpacked extension in the folder path. The state's Data() must carry
+    // documentId and mimeType; null when the extension cannot be loaded.
+    virtual std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                                  CString mimeType, CString path) const = 0;
+    // Unloads a state that this installer's Load made. Empty: the unload failed.
+    virtual OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const = 0;
+    // Deletes the extension's installed data below folder; true on success.
+    virtual bool RemoveData(CString folder) const = 0;
+    virtual ~IExtensionInstaller() = default;
+};
+
+}  // namespace OvxComponent

@@ -1,0 +1,98 @@
+// IExtensionManager: what a host holds to find, unpack, load, track and unload its
+// extensions, and MakeExtensionManager, which makes one.
+//
+// A host makes one manager, registers its installers and callbacks, then calls
+// StartLoading, FinishLoading and TrackSourceFolders, and at shutdown UnloadAll. Every
+// operation is to be called on the host's main thread; expected failures are values and
+// log lines, never exceptions.
+#pragma once
+
+#include "OvxComponent/container/result.h"
+#include "OvxComponent/extensions/format/extension_app_support.h"
+#include "OvxComponent/extensions/loading/extension_installer.h"
+#include "OvxComponent/extensions/loading/ui_resource_files.h"
+#include "OvxComponent/extensions/manager/extension_log_entry.h"
+#include "OvxComponent/platform/array_view.h"
+#include "OvxComponent/platform/delegate.h"
+#include "OvxComponent/platform/stream/named_out_stream.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <vector>
+
+namespace OvxComponent {
+
+// A folder in which the manager looks for packages, recursively, and whose changes it
+// tracks. The label is the host's own; the manager only carries it.
+struct ExtensionSourceFolder {
+    CString label;
+    CString folder;
+
+    friend bool operator==(const ExtensionSourceFolder&, const ExtensionSourceFolder&) = default;
+};
+
+// An installer's answer to an unload, or the text of the failure that kept it from asking.
+using UnloadOutcome = VdcContainer::Result<UnloadResult>;
+
+// The host's callbacks for the files that extensions carry (see ui_resource_files.h).
+// The UI modifier gets the application-UI files, the user-UI files and the manager's UI
+// modification flag; both answer whether they succeeded.
+using UiModifier = std::function<bool(const std::vector<UiModification>& application,
+                                      const std::vector<UiModification>& user, bool uiModificationFlag)>;
+using ResourceLoader = std::function<bool(const std::vector<CString>& files)>;
+using FailureReport = std::function<void(OvxUtils::array_view<const ExtensionLogEntry> entries, CString logName)>;
+
+struct IExtensionManager {
+    virtual UnloadOutcome UnloadExtension(std::shared_ptr<IExtensionState> state, bool skipUiReload) = 0;
+    // The state of a loaded extension; nothing when it is not loaded.
+    virtual std::optional<std::shared_ptr<IExtensionState>> FindExtension(const OvxUtils::Guid& documentId) = 0;
+    // Registers installer for every one of mimeTypes, all or nothing. Keep the returned
+    // pointer as long as the installer shall serve: releasing its last copy unregisters
+    // the installer and unloads its extensions. Null when nothing was registered (the
+    // reason is in the log).
+    virtual std::shared_ptr<const IExtensionInstaller> RegisterInstaller(
+        std::set<CString> mimeTypes, std::shared_ptr<const IExtensionInstaller> installer) = 0;
+    // The data folder joined with "x64", where extensions are unpacked and the log lies.
+    virtual CString GetPlatformFolder() const = 0;
+    virtual std::vector<ExtensionSourceFolder> GetSourceFolders() const = 0;
+    // Lets installers load, and loads what is already unpacked.
+    virtual void StartLoading() = 0;
+    // Starts watching every source folder, scanning each once at once.
+    virtual void TrackSourceFolders() = 0;
+    virtual void SetUiModificationFlag() = 0;
+    virtual void ClearUiModificationFlag() = 0;
+    // Calls visitor once with the UI modification files of every loaded extension.
+    virtual bool VisitUiModifications(UiModifier visitor) = 0;
+    // Installs (or, empty, removes) the UI modifier and the UI reload callback. The first
+    // modifier set gets the files of the extensions loaded before it at once.
+    virtual void SetUiHandlers(UiModifier modifier, std::function<void()> reload) = 0;
+    // Calls visitor once with the resource files of every loaded extension.
+    virtual bool VisitResources(ResourceLoader visitor) = 0;
+    // Installs (or, empty, removes) the resource loader; the first one set gets the files
+    // of the extensions loaded before it at once.
+    virtual void SetResourceLoader(ResourceLoader loader) = 0;
+    // Calls report once with the log entries of every subject that failed and has not been
+    // acknowledged, oldest first, and the name of the log's output.
+    virtual void ReportFailures(FailureReport report) = 0;
+    // The notifier is called, with the manager, whenever failures are recorded after a
+    // loading pass or a rescan, and at once when some are recorded already.
+    virtual void SetFailureNotifier(std::function<void(std::shared_ptr<IExtensionManager>)> notifier) = 0;
+    // Acknowledges the recorded failures: they are no longer reported.
+    virtual void ClearFailures() = 0;
+    // Ends the loading phase: from now on a load that does not happen is a failure.
+    virtual void FinishLoading() = 0;
+    virtual std::vector<UnloadOutcome> UnloadAll() = 0;
+    // Always empty in this version.
+    virtual std::vector<CString> GetPendingItems() const = 0;
+    virtual ~IExtensionManager() = default;
+};
+
+OVX_API std::shared_ptr<IExtensionManager> MakeExtensionManager(
+    CString rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sourceFolders,
+    std::function<void(OvxUtils::Delegate<void()>)> dispatchToMainThread, std::function<bool(CString)> requirementText,
+    std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
+    OvxUtils::NamedOutStream logStream);
+
+}  // namespace OvxComponent

@@ -1,0 +1,168 @@
+/* The C interface of OvxComponent: the host's main flow with the extension manager, for
+ * hosts written in C or built with another C++ compiler than the library (on Windows,
+ * the C++ interface needs the same compiler and runtime as the DLL; this one does not).
+ *
+ * Conventions:
+ * - Strings are UTF-8, NUL-terminated. Strings handed to a callback are valid during the
+ *   call only; copy what you keep.
+ * - Every function that can fail returns an ovx_status. After a status other than OVX_OK,
+ *   ovx_last_error() gives the text of the failure on the calling thread (for a failure
+ *   of the manager, the text it logged).
+ * - Handles are opaque; each one that a function hands out is released with its own
+ *   release function. Memory never changes hands: the library frees what it allocates.
+ * - As with the C++ interface, every manager function is called on the host's main
+ *   thread; the dispatch callback and the failure notifier may run on another thread
+ *   (see docs/threads.md).
+ */
+#ifndef OVX_COMPONENT_OVX_COMPONENT_H
+#define OVX_COMPONENT_OVX_COMPONENT_H
+
+#include "OvxComponent/platform/ovx_export.h"
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum ovx_status {
+    OVX_OK = 0,
+    OVX_E_INVALID_ARGUMENT = 1, /* a null handle or pointer, or text that is not UTF-8 */
+    OVX_E_FAILED = 2,           /* the operation failed; ovx_last_error() says why */
+    OVX_E_OUT_OF_MEMORY = 3
+} ovx_status;
+
+typedef enum ovx_log_level { OVX_LOG_INFORMATION = 0, OVX_LOG_WARNING = 1, OVX_LOG_ERROR = 2 } ovx_log_level;
+
+typedef enum ovx_unload_result {
+    OVX_UNLOADED = 0,       /* the extension is unloaded now */
+    OVX_UNLOAD_DELAYED = 1, /* accepted; it completes later and the files stay */
+    OVX_UNLOAD_FAILED = 2
+} ovx_unload_result;
+
+typedef struct ovx_manager ovx_manager;
+typedef struct ovx_installer ovx_installer;
+typedef struct ovx_work ovx_work;
+
+/* The text of the last failure on this thread; "" when there was none. Valid until the
+ * next call into the library on this thread. */
+OVX_API const char* ovx_last_error(void);
+
+/* The release of the library that is running, as "major.minor.patch.build". Compare its
+ * major number with OVX_COMPONENT_VERSION_MAJOR of OvxComponent/version.h. */
+OVX_API const char* ovx_version(void);
+
+typedef struct ovx_source_folder {
+    const char* label;  /* the host's own name for it */
+    const char* folder; /* searched for packages, recursively, and tracked */
+} ovx_source_folder;
+
+typedef struct ovx_manager_config {
+    /* The host's data folder; the manager works in its "x64" folder. */
+    const char* data_folder;
+    const ovx_source_folder* source_folders;
+    size_t source_folder_count;
+    /* Names of the "addon" marker folders that extensions may carry. */
+    const char* const* addon_names;
+    size_t addon_name_count;
+
+    void* context; /* handed to every callback below */
+    /* Required. Carries work to the main thread: the host calls ovx_work_run(work) there,
+     * exactly once, or ovx_work_discard(work) when it shuts down first. May be called on
+     * the tracking thread. */
+    void (*dispatch)(void* context, ovx_work* work);
+    /* Answers a named requirement of an extension; nonzero when the host offers it. NULL:
+     * no named requirement is met. */
+    int (*requirement_met)(void* context, const char* requirement);
+    /* Answers whether the host is the application numbered app (0 Atlas, 1 Beacon,
+     * 2 Cinder, 3 Delta); NULL: none is. */
+    int (*app_supported)(void* context, int app);
+    /* Optional: receives every log line, without its line end, as it is written. The log
+     * file "orvex_extensions.log" in the platform folder is written either way. */
+    void (*log_line)(void* context, const char* line);
+} ovx_manager_config;
+
+/* Makes a manager; *manager receives the handle, to be released with ovx_manager_release. */
+OVX_API ovx_status ovx_manager_create(const ovx_manager_config* config, ovx_manager** manager);
+/* Releases the handle. Unload the extensions first (ovx_manager_unload_all). */
+OVX_API void ovx_manager_release(ovx_manager* manager);
+
+/* Runs work handed to the dispatch callback and frees it. Call on the main thread. */
+OVX_API void ovx_work_run(ovx_work* work);
+/* Frees work without running it. */
+OVX_API void ovx_work_discard(ovx_work* work);
+
+/* What the manager hands an installer's load callback. */
+typedef struct ovx_extension_info {
+    const char* document_id; /* the extension's identity, "{XXXXXXXX-XXXX-...}" */
+    const char* version;     /* "1.2.0.0" */
+    const char* mime_type;
+    const char* folder; /* the unpacked extension */
+} ovx_extension_info;
+
+typedef struct ovx_installer_callbacks {
+    void* context; /* handed to every callback below */
+    /* Required. Loads an extension: returns the host's own non-null token for it, or NULL
+     * when it cannot be loaded. */
+    void* (*load)(void* context, const ovx_extension_info* info);
+    /* Required. Unloads what load returned. */
+    ovx_unload_result (*unload)(void* context, void* extension);
+    /* Deletes the extension's installed data below folder; nonzero on success. NULL: the
+     * data is kept. */
+    int (*remove_data)(void* context, const char* folder);
+    /* Optional: called once when the registration is over and the installer is no longer
+     * used, to free context. */
+    void (*destroy)(void* context);
+} ovx_installer_callbacks;
+
+/* Registers an installer for the MIME types, all or nothing. *installer receives the
+ * registration; releasing it unregisters the installer and unloads its extensions. */
+OVX_API ovx_status ovx_manager_register_installer(ovx_manager* manager, const char* const* mime_types,
+                                                  size_t mime_type_count, const ovx_installer_callbacks* callbacks,
+                                                  ovx_installer** installer);
+OVX_API void ovx_installer_release(ovx_installer* installer);
+
+/* The host's sequence: register installers, start loading, finish loading, track. */
+OVX_API ovx_status ovx_manager_start_loading(ovx_manager* manager);
+OVX_API ovx_status ovx_manager_finish_loading(ovx_manager* manager);
+OVX_API ovx_status ovx_manager_track_source_folders(ovx_manager* manager);
+
+/* Copies the platform folder (data folder joined with "x64", where the log lies) into
+ * buffer as UTF-8 with its NUL; *length receives the bytes needed without the NUL. A
+ * buffer too small (or NULL with size 0) gets nothing and the call fails. */
+OVX_API ovx_status ovx_manager_platform_folder(ovx_manager* manager, char* buffer, size_t size, size_t* length);
+
+/* Whether the extension with this document ID is loaded: *loaded receives 1 or 0. */
+OVX_API ovx_status ovx_manager_is_loaded(ovx_manager* manager, const char* document_id, int* loaded);
+
+typedef struct ovx_log_entry {
+    ovx_log_level level;
+    int64_t time;        /* 100 ns ticks since 1970-01-01 UTC */
+    const char* name;    /* the subject's name, or NULL */
+    const char* guid;    /* the subject's GUID, or NULL */
+    const char* message;
+} ovx_log_entry;
+
+/* Calls report once for every subject that failed and was not acknowledged, with its log
+ * entries oldest first and the name of the log. */
+OVX_API ovx_status ovx_manager_report_failures(ovx_manager* manager,
+                                               void (*report)(void* context, const ovx_log_entry* entries,
+                                                              size_t count, const char* log_name),
+                                               void* context);
+/* Calls notify (possibly on the tracking thread) whenever failures were recorded; notify
+ * receives a handle that is valid during the call. NULL removes the notifier. */
+OVX_API ovx_status ovx_manager_set_failure_notifier(ovx_manager* manager,
+                                                    void (*notify)(void* context, ovx_manager* manager),
+                                                    void* context);
+/* Acknowledges the recorded failures: they are no longer reported. */
+OVX_API ovx_status ovx_manager_clear_failures(ovx_manager* manager);
+
+/* Unloads every extension; *failures (optional) receives how many unloads failed. */
+OVX_API ovx_status ovx_manager_unload_all(ovx_manager* manager, size_t* failures);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* OVX_COMPONENT_OVX_COMPONENT_H */

@@ -1,0 +1,54 @@
+// MultiLanguageString: a default text with optional variants per language.
+#pragma once
+
+#include "OvxComponent/platform/cstring.h"
+
+#include <map>
+#include <optional>
+#include <vector>
+
+class OVX_API MultiLanguageString {
+public:
+    using Variants = std::map<CString, CString>;  // language tag -> text
+
+    MultiLanguageString() = default;
+    MultiLanguageString(CString defaultText) : m_default(std::move(defaultText)) {}  // NOLINT
+
+    const CString& GetDefault() const { return m_default; }
+    void SetDefault(CString text) { m_default = std::move(text); }
+
+    // The text for one language tag (exact match), if there is one.
+    std::optional<CString> Get(const CString& language) const;
+    // The text for language, or the default text when there is none.
+    const CString& GetBest(const CString& language) const;
+    // Sets the variant of one language; an empty tag sets the default text.
+    void Set(const CString& language, CString text);
+    const Variants& GetVariants() const { return m_variants; }
+
+    bool IsEmpty() const { return m_default.IsEmpty() && m_variants.empty(); }
+
+    // Text form: the default text, then "|tag=text" per variant in tag order, with '\',
+    // '|' (and '=' in tags) escaped by a backslash. A string without variants is its
+    // default text with only those escapes, so plain titles read naturally.
+    CString ToString() const;
+    // Inverse of ToString for any content. Text from elsewhere is read leniently: a '|'
+    // that does not start a "tag=text" part is kept as literal text, as is a backslash
+    // that escapes nothing.
+    static MultiLanguageString FromString(const CString& text);
+
+    friend bool operator==(const MultiLanguageString&, const MultiLanguageString&) = default;
+
+private:
+    CString m_default;
+    Variants m_variants;
+};
+
+// Joins the items with separator, language by language: the result's default is the
+// items' defaults joined, and for every language that any item has, the items' best
+// texts for it joined.
+OVX_API MultiLanguageString join(const std::vector<MultiLanguageString>& items, const CString& separator);
+
+// Splits the default text and every variant at separator. Item i takes the i-th piece of
+// each; a language with fewer pieces leaves the later items without that variant. An
+// empty value gives no items.
+OVX_API std::vector<MultiLanguageString> split(const MultiLanguageString& value, const CString& separator);

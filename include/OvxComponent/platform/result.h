@@ -1,0 +1,91 @@
+// Result<T>: a value, or the failure that kept it from being made.
+//
+// The one way every layer reports an expected failure (a damaged archive, a refused entry
+// name, a full disk): it is returned, never thrown. The error's text is meant for a log
+// line or a user: it names what failed and why, in one sentence without a final period.
+// Where the cause is the operating system's, the error also carries the system's own
+// code and its words for it, so that a caller can act on the code and a person can read
+// the words.
+#pragma once
+
+#include "OvxComponent/platform/cstring.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+namespace OvxUtils {
+
+// The failure side of a Result: `return Error{u"cannot read " + name};`
+struct Error {
+    CString text;
+    // The system's error code (errno, or GetLastError on Windows); 0 when the failure is
+    // not the system's.
+    std::uint32_t systemCode = 0;
+};
+
+template <class T>
+class [[nodiscard]] Result {
+public:
+    Result(T value) : m_state(std::in_place_index<0>, std::move(value)) {}  // NOLINT: implicit
+    Result(Error error) : m_state(std::in_place_index<1>, std::move(error)) {}  // NOLINT
+
+    bool HasValue() const { return m_state.index() == 0; }
+    explicit operator bool() const { return HasValue(); }
+
+    // The value; only when HasValue().
+    T& Value() & { return std::get<0>(m_state); }
+    const T& Value() const& { return std::get<0>(m_state); }
+    T&& Value() && { return std::get<0>(std::move(m_state)); }
+    T* operator->() { return &Value(); }
+    const T* operator->() const { return &Value(); }
+    T& operator*() & { return Value(); }
+    const T& operator*() const& { return Value(); }
+
+    // The error text; empty when there is a value.
+    CString ErrorText() const { return HasValue() ? CString() : std::get<1>(m_state).text; }
+    // The system's error code; 0 when there is a value or the failure is not the system's.
+    std::uint32_t SystemCode() const { return HasValue() ? 0 : std::get<1>(m_state).systemCode; }
+    // The failure, to hand on to the caller's own result; only when !HasValue().
+    Error TakeError() { return std::get<1>(std::move(m_state)); }
+
+private:
+    std::variant<T, Error> m_state;
+};
+
+template <>
+class [[nodiscard]] Result<void> {
+public:
+    Result() = default;
+    Result(Error error) : m_error(std::move(error)), m_failed(true) {}  // NOLINT: implicit
+
+    bool HasValue() const { return !m_failed; }
+    explicit operator bool() const { return HasValue(); }
+    CString ErrorText() const { return m_error.text; }
+    std::uint32_t SystemCode() const { return m_error.systemCode; }
+    Error TakeError() { return std::move(m_error); }
+
+private:
+    Error m_error;
+    bool m_failed = false;
+};
+
+// The calling thread's last system error (errno, or GetLastError on Windows), read at once
+// after the call that failed and before anything else can change it.
+OVX_API std::uint32_t LastSystemError();
+// The system's words for an error code, for example "No space left on device".
+OVX_API CString SystemErrorText(std::uint32_t code);
+// An Error for a system call that just failed: what + ": " + the system's words.
+inline Error SystemError(const CString& what, std::uint32_t code) {
+    return Error{what + u": " + SystemErrorText(code), code};
+}
+inline Error SystemError(const CString& what) { return SystemError(what, LastSystemError()); }
+
+// Text pieces for error messages: a quoted UTF-8 name and a decimal number.
+inline CString Quoted(std::string_view utf8) { return u"\"" + CString::FromUtf8(utf8) + u"\""; }
+inline CString Quoted(const CString& text) { return u"\"" + text + u"\""; }
+inline CString DecimalText(unsigned long long value) { return CString::FromUtf8(std::to_string(value)); }
+
+}  // namespace OvxUtils

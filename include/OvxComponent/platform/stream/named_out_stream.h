@@ -1,0 +1,18 @@
+// NamedOutStream: an output stream together with what to call it in messages.
+#pragma once
+
+#include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/stream/stream.h"
+
+#include <memory>
+#include <optional>
+
+namespace OvxUtils {
+
+struct NamedOutStream {
+    CString name;                 // shown to the user
+    std::optional<CString> path;  // the file behind the stream, when there is one
+    std::shared_ptr<Stream> stream;
+};
+
+}  // namespace OvxUtils

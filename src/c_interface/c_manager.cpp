@@ -1,0 +1,251 @@
+// The C interface's manager functions: a handle over the C++ manager, the work that it
+// dispatches to the host's main thread, and its failure report.
+#include "OvxComponent/extensions/manager/extension_manager.h"
+#include "OvxComponent/ovx_component.h"
+#include "c_interface/c_installer.h"
+#include "c_interface/last_error.h"
+#include "c_interface/log_line_stream.h"
+#include "platform/system_io/path.h"
+
+#include <string>
+#include <vector>
+
+struct ovx_manager {
+    std::shared_ptr<OvxComponent::IExtensionManager> manager;
+};
+
+struct ovx_installer {
+    std::shared_ptr<const OvxComponent::IExtensionInstaller> registration;
+};
+
+struct ovx_work {
+    OvxUtils::Delegate<void()> work;
+};
+
+namespace OvxComponent::CInterface {
+namespace {
+
+ovx_status InvalidArgument(const char* what) { return Fail(OVX_E_INVALID_ARGUMENT, std::string(what) + " is null"); }
+
+std::optional<CString> FromUtf8(const char* text) {
+    if (!text) return std::nullopt;
+    return CString::FromUtf8(text);
+}
+
+std::shared_ptr<IExtensionManager> Make(const ovx_manager_config& config) {
+    std::vector<ExtensionSourceFolder> sources;
+    for (size_t i = 0; i < config.source_folder_count; ++i) {
+        const ovx_source_folder& source = config.source_folders[i];
+        sources.push_back({CString::FromUtf8(source.label ? source.label : ""), CString::FromUtf8(source.folder)});
+    }
+    std::vector<CString> addonNames;
+    for (size_t i = 0; i < config.addon_name_count; ++i) addonNames.push_back(CString::FromUtf8(config.addon_names[i]));
+
+    void* context = config.context;
+    auto dispatch = [context, dispatch = config.dispatch](OvxUtils::Delegate<void()> work) {
+        dispatch(context, new ovx_work{std::move(work)});
+    };
+    auto requirementMet = [context, answer = config.requirement_met](CString requirement) {
+        return answer && answer(context, requirement.ToUtf8().c_str()) != 0;
+    };
+    auto appSupported = [context, answer = config.app_supported](ExtensionAppSupport app) {
+        return answer && answer(context, static_cast<int>(app)) != 0;
+    };
+
+    const CString rootFolder = CString::FromUtf8(config.data_folder);
+    OvxUtils::NamedOutStream log;
+    if (config.log_line) {
+        const CString file = OvxUtils::SystemIO::Path::Combine(rootFolder, u"x64", u"orvex_extensions.log");
+        log.name = file;
+        log.path = file;
+        log.stream = std::make_shared<LogLineStream>(
+            file, [context, onLine = config.log_line](const std::string& line) { onLine(context, line.c_str()); });
+    }
+    return MakeExtensionManager(rootFolder, sources, std::move(dispatch), std::move(requirementMet),
+                                std::move(appSupported), addonNames, std::move(log));
+}
+
+// The strings of one log entry, kept alive while the host reads the C view of it.
+struct EntryText {
+    std::string name, guid, message;
+};
+
+}  // namespace
+}  // namespace OvxComponent::CInterface
+
+using namespace OvxComponent;
+using CInterface::Fail;
+using CInterface::Guarded;
+using CInterface::InvalidArgument;
+
+extern "C" {
+
+ovx_status ovx_manager_create(const ovx_manager_config* config, ovx_manager** manager) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        *manager = nullptr;
+        if (!config) return InvalidArgument("config");
+        if (!config->data_folder) return InvalidArgument("config->data_folder");
+        if (!config->dispatch) return InvalidArgument("config->dispatch");
+        if (config->source_folder_count != 0 && !config->source_folders) return InvalidArgument("config->source_folders");
+        for (size_t i = 0; i < config->source_folder_count; ++i) {
+            if (!config->source_folders[i].folder) return InvalidArgument("a source folder");
+        }
+        for (size_t i = 0; i < config->addon_name_count; ++i) {
+            if (!config->addon_names || !config->addon_names[i]) return InvalidArgument("an addon name");
+        }
+        auto made = CInterface::Make(*config);
+        if (!made) return Fail(OVX_E_FAILED, "the extension manager could not be made");
+        *manager = new ovx_manager{std::move(made)};
+        return OVX_OK;
+    });
+}
+
+void ovx_manager_release(ovx_manager* manager) { delete manager; }
+
+void ovx_work_run(ovx_work* work) {
+    if (!work) return;
+    try {
+        if (work->work) work->work();
+    } catch (...) {
+        // The manager's work reports its failures in the log; nothing may cross into C.
+    }
+    delete work;
+}
+
+void ovx_work_discard(ovx_work* work) { delete work; }
+
+ovx_status ovx_manager_register_installer(ovx_manager* manager, const char* const* mime_types, size_t mime_type_count,
+                                          const ovx_installer_callbacks* callbacks, ovx_installer** installer) {
+    return Guarded([&] {
+        if (!installer) return InvalidArgument("installer");
+        *installer = nullptr;
+        if (!manager) return InvalidArgument("manager");
+        if (!callbacks || !callbacks->load || !callbacks->unload) return InvalidArgument("a required installer callback");
+        std::set<CString> types;
+        for (size_t i = 0; i < mime_type_count; ++i) {
+            const auto type = CInterface::FromUtf8(mime_types ? mime_types[i] : nullptr);
+            if (!type) return InvalidArgument("a MIME type");
+            types.insert(*type);
+        }
+        auto registration =
+            manager->manager->RegisterInstaller(std::move(types), std::make_shared<CInterface::CInstaller>(*callbacks));
+        if (!registration) return Fail(OVX_E_FAILED, "the installer was not registered (the log says why)");
+        *installer = new ovx_installer{std::move(registration)};
+        return OVX_OK;
+    });
+}
+
+void ovx_installer_release(ovx_installer* installer) { delete installer; }
+
+ovx_status ovx_manager_start_loading(ovx_manager* manager) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        manager->manager->StartLoading();
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_finish_loading(ovx_manager* manager) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        manager->manager->FinishLoading();
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_track_source_folders(ovx_manager* manager) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        manager->manager->TrackSourceFolders();
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_platform_folder(ovx_manager* manager, char* buffer, size_t size, size_t* length) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        const std::string folder = manager->manager->GetPlatformFolder().ToUtf8();
+        if (length) *length = folder.size();
+        if (!buffer || size <= folder.size()) {
+            return Fail(OVX_E_FAILED, "the buffer holds " + std::to_string(size) + " bytes; the folder needs " +
+                                          std::to_string(folder.size() + 1));
+        }
+        folder.copy(buffer, folder.size());
+        buffer[folder.size()] = '\0';
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_is_loaded(ovx_manager* manager, const char* document_id, int* loaded) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        if (!loaded) return InvalidArgument("loaded");
+        const auto id = document_id ? OvxUtils::Guid::FromString(CString::FromUtf8(document_id)) : std::nullopt;
+        if (!id) return Fail(OVX_E_INVALID_ARGUMENT, "document_id is not a GUID");
+        *loaded = manager->manager->FindExtension(*id).has_value() ? 1 : 0;
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_report_failures(ovx_manager* manager,
+                                       void (*report)(void*, const ovx_log_entry*, size_t, const char*),
+                                       void* context) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        if (!report) return InvalidArgument("report");
+        manager->manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString logName) {
+            std::vector<CInterface::EntryText> texts;
+            texts.reserve(entries.size());
+            std::vector<ovx_log_entry> view;
+            view.reserve(entries.size());
+            for (const ExtensionLogEntry& entry : entries) {
+                const auto& text = texts.emplace_back(CInterface::EntryText{
+                    entry.name ? entry.name->ToUtf8() : std::string(),
+                    entry.guid ? entry.guid->ToString().ToUtf8() : std::string(), entry.message.ToUtf8()});
+                view.push_back({static_cast<ovx_log_level>(entry.level), entry.time,
+                                entry.name ? text.name.c_str() : nullptr, entry.guid ? text.guid.c_str() : nullptr,
+                                text.message.c_str()});
+            }
+            report(context, view.data(), view.size(), logName.ToUtf8().c_str());
+        });
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_set_failure_notifier(ovx_manager* manager, void (*notify)(void*, ovx_manager*), void* context) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        if (!notify) {
+            manager->manager->SetFailureNotifier({});
+            return OVX_OK;
+        }
+        manager->manager->SetFailureNotifier([notify, context](std::shared_ptr<IExtensionManager> notifying) {
+            ovx_manager borrowed{std::move(notifying)};
+            notify(context, &borrowed);
+        });
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_clear_failures(ovx_manager* manager) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        manager->manager->ClearFailures();
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_unload_all(ovx_manager* manager, size_t* failures) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        size_t failed = 0;
+        for (const UnloadOutcome& outcome : manager->manager->UnloadAll()) {
+            if (!outcome) ++failed;
+        }
+        if (failures) *failures = failed;
+        return OVX_OK;
+    });
+}
+
+}  // extern "C"
