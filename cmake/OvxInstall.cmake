@@ -41,6 +41,10 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/OvxComponent.pc.in ${PROJECT_BINARY_D
 install(FILES ${PROJECT_BINARY_DIR}/OvxComponent.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
+if(WIN32)
+  install(FILES ${PROJECT_BINARY_DIR}/src/OvxComponent.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+endif()
+
 if(TARGET ovxext)
   install(TARGETS ovxext RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()

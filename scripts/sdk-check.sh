@@ -1,0 +1,162 @@
+#!/usr/bin/env bash
+# Checks the SDK as a host developer meets it, for one platform:
+#   - installs a build to a temporary prefix with "cmake --install";
+#   - compiles every installed header on its own with strict warnings as errors;
+#   - (Linux) compares the library's ABI with the baseline in abi/ (scripts/abi-baseline.sh);
+#   - builds examples/host (C++) and examples/c-host (C) against the installed SDK with
+#     find_package, and the C++ host also with add_subdirectory of this source tree;
+#   - packs an extension with the installed ovxext and runs both hosts, which must load it
+#     (under Wine for Windows);
+#   - makes the release archives with cpack.
+#
+# Usage: scripts/sdk-check.sh linux|windows
+# linux builds the linux-sdk preset; windows uses the windows preset's build, which
+# scripts/test-all.sh has made before.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source_dir=$PWD
+platform=${1:?usage: scripts/sdk-check.sh linux|windows}
+
+# The warnings of a strict host; the SDK's headers must pass them as the host's own code.
+strict_flags="-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor -Werror"
+
+case $platform in
+linux)
+  build=build/linux-sdk
+  cmake --preset linux-sdk >/dev/null
+  cmake --build --preset linux-sdk
+  cxx=g++
+  cc=gcc
+  toolchain=()
+  run=()
+  exe=
+  ;;
+windows)
+  build=build/windows
+  [[ -f $build/build.ninja ]] || { echo "build the windows preset first (scripts/test-all.sh)" >&2; exit 1; }
+  cmake --build $build
+  cxx=x86_64-w64-mingw32-g++-posix
+  cc=x86_64-w64-mingw32-gcc-posix
+  toolchain=(-DCMAKE_TOOLCHAIN_FILE="$source_dir/cmake/toolchains/mingw-w64-x86_64.cmake")
+  export WINEPREFIX=$PWD/$build/wineprefix WINEDEBUG=-all DISPLAY= LC_ALL=C.UTF-8
+  export WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe=d
+  wineserver -p
+  trap 'wineserver -k 2>/dev/null || true' EXIT
+  run=(wine)
+  exe=.exe
+  ;;
+*)
+  echo "unknown platform $platform" >&2
+  exit 2
+  ;;
+esac
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/ovx-sdk-$platform.XXXXXX")
+trap 'rm -rf "$work"; [[ $platform == windows ]] && { wineserver -k 2>/dev/null || true; }' EXIT
+prefix=$work/prefix
+
+echo "== $platform: install to $prefix"
+cmake --install $build --prefix "$prefix" >/dev/null
+if [[ $platform == windows ]]; then
+  WINEPATH=$(winepath -w "$prefix/bin")
+  export WINEPATH
+fi
+
+echo "== $platform: public headers include only public headers; only they export"
+if grep -rn '#include "' include | grep -v '#include "OvxComponent/'; then
+  echo "FAILED: a public header includes an internal one" >&2
+  exit 1
+fi
+if grep -rln --include='*.h' --include='*.cpp' 'OVX_API' src; then
+  echo "FAILED: internal code is marked for export" >&2
+  exit 1
+fi
+
+echo "== $platform: every installed header compiles alone, with $strict_flags"
+headers=0
+while IFS= read -r header; do
+  include=${header#"$prefix/include/"}
+  language=c++
+  flags=(-std=c++20)
+  compiler=$cxx
+  if [[ $include == OvxComponent/ovx_component.h ]]; then
+    language=c
+    flags=(-std=c99 -Wall -Wextra -Wpedantic -Wconversion -Werror)
+    compiler=$cc
+  else
+    # shellcheck disable=SC2206
+    flags+=($strict_flags)
+  fi
+  echo "#include <$include>" | $compiler -x $language "${flags[@]}" -fsyntax-only -I"$prefix/include" - ||
+    { echo "FAILED: $include does not compile on its own" >&2; exit 1; }
+  headers=$((headers + 1))
+done < <(find "$prefix/include" -name '*.h' | sort)
+echo "   $headers headers"
+
+if [[ $platform == linux ]]; then
+  echo "== linux: ABI against the baseline"
+  scripts/abi-baseline.sh check "$build"
+fi
+
+echo "== $platform: examples against the installed SDK"
+configure_example() {  # name, build folder, extra arguments...
+  local name=$1 folder=$2
+  shift 2
+  { cmake -S examples/$name -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release "${toolchain[@]}" \
+      -DCMAKE_NO_SYSTEM_FROM_IMPORTED=ON "$@" && cmake --build "$folder"; } >"$folder.log" 2>&1 || {
+    cat "$folder.log"
+    echo "FAILED: examples/$name in $folder" >&2
+    exit 1
+  }
+}
+configure_example host "$work/host" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="$strict_flags"
+configure_example c-host "$work/c-host" -DCMAKE_PREFIX_PATH="$prefix" \
+  -DCMAKE_C_FLAGS="-Wall -Wextra -Wpedantic -Wconversion -Werror"
+# The same C++ host with the library as its subproject: no tests, no tools, no warnings
+# of the library's own reach the host's targets.
+subproject_dependencies=()
+[[ $platform == windows ]] && subproject_dependencies=(-DCMAKE_PREFIX_PATH="$source_dir/build/windows-deps/prefix")
+configure_example host "$work/host-subproject" -DOVX_COMPONENT_SOURCE_DIR="$source_dir" "${subproject_dependencies[@]}"
+if grep -qE "ovxext|_tests|gtest" "$work/host-subproject/build.ninja"; then
+  echo "FAILED: the subproject build also built the library's tools or tests" >&2
+  exit 1
+fi
+
+echo "== $platform: the hosts load a package packed by the installed ovxext"
+mkdir -p "$work/extension" "$work/sources"
+echo "a tool" >"$work/extension/tool.txt"
+to_native() { if [[ $platform == windows ]]; then winepath -w "$1"; else echo "$1"; fi; }
+"${run[@]}" "$prefix/bin/ovxext$exe" pack "$(to_native "$work/extension")" -o "$(to_native "$work/sources/tool.OrvexExtension")" \
+  --id "{6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" --type application/x-vnd.example.tool --app Atlas --quiet
+for host in "$work/host/ovx-example-host$exe" "$work/c-host/ovx-example-c-host$exe" \
+  "$work/host-subproject/ovx-example-host$exe"; do
+  data=$(mktemp -d "$work/data.XXXXXX")
+  if [[ $host == "$work/host-subproject/"* && $platform == windows ]]; then
+    # The subproject build has the DLL beside its host, with the MinGW runtime from the prefix.
+    find "$work/host-subproject/ovxcomponent" -name OvxComponent.dll -exec cp {} "$work/host-subproject/" \;
+  fi
+  output=$("${run[@]}" "$host" "$(to_native "$data")" "$(to_native "$work/sources")" 1 60 2>&1) || {
+    echo "$output"
+    echo "FAILED: $(basename "$host") did not load the package" >&2
+    exit 1
+  }
+  grep -q "^loaded {6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" <<<"$output" || {
+    echo "$output"
+    echo "FAILED: $(basename "$host") loaded something else" >&2
+    exit 1
+  }
+  echo "   $(basename "$host"): loaded and unloaded"
+done
+
+echo "== $platform: release archives"
+(cd $build && cpack >/dev/null)
+ls $build/packages/*.{tar.gz,deb,zip} 2>/dev/null
+if [[ $platform == linux ]]; then
+  contents=$(dpkg-deb -c $build/packages/*.deb)
+  expected=libOvxComponent.so.18.0.0.debug
+else
+  contents=$(unzip -l $build/packages/*.zip)
+  expected=bin/OvxComponent.dll.debug
+fi
+grep -q "$expected" <<<"$contents" || { echo "FAILED: the archive lacks $expected" >&2; exit 1; }
+echo "The $platform SDK works."
