@@ -123,6 +123,17 @@ if grep -qE "ovxext|_tests|gtest" "$work/host-subproject/build.ninja"; then
   echo "FAILED: the subproject build also built the library's tools or tests" >&2
   exit 1
 fi
+if grep -A4 "^build CMakeFiles/ovx-example-host.dir/main.cpp" "$work/host-subproject/build.ninja" | grep -q -- "-Wold-style-cast"; then
+  echo "FAILED: the library's warning flags reached the host's own target" >&2
+  exit 1
+fi
+if [[ $platform == linux ]]; then
+  # pkg-config, as a Makefile-based host would use it.
+  pc_flags=$(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs OvxComponent)
+  # shellcheck disable=SC2086
+  gcc -std=c99 -o "$work/c-host-pkgconfig" examples/c-host/main.c $pc_flags -Wl,-rpath,"$prefix/lib" ||
+    { echo "FAILED: the C host does not build with pkg-config's flags ($pc_flags)" >&2; exit 1; }
+fi
 
 echo "== $platform: the hosts load a package packed by the installed ovxext"
 mkdir -p "$work/extension" "$work/sources"
@@ -130,8 +141,9 @@ echo "a tool" >"$work/extension/tool.txt"
 to_native() { if [[ $platform == windows ]]; then winepath -w "$1"; else echo "$1"; fi; }
 "${run[@]}" "$prefix/bin/ovxext$exe" pack "$(to_native "$work/extension")" -o "$(to_native "$work/sources/tool.OrvexExtension")" \
   --id "{6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" --type application/x-vnd.example.tool --app Atlas --quiet
-for host in "$work/host/ovx-example-host$exe" "$work/c-host/ovx-example-c-host$exe" \
-  "$work/host-subproject/ovx-example-host$exe"; do
+hosts=("$work/host/ovx-example-host$exe" "$work/c-host/ovx-example-c-host$exe" "$work/host-subproject/ovx-example-host$exe")
+[[ $platform == linux ]] && hosts+=("$work/c-host-pkgconfig")
+for host in "${hosts[@]}"; do
   data=$(mktemp -d "$work/data.XXXXXX")
   if [[ $host == "$work/host-subproject/"* && $platform == windows ]]; then
     # The subproject build has the DLL beside its host, with the MinGW runtime from the prefix.

@@ -1,0 +1,135 @@
+// The C interface: its refusals with the name of what is missing, and a host's whole flow
+// through it, with the log handed over line by line and still written to its file.
+#include "OvxComponent/ovx_component.h"
+#include "platform/system_io/file.h"
+#include "test_host.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace OvxTest;
+
+struct CHost {
+    std::vector<ovx_work*> work;
+    std::vector<std::string> lines;
+    std::vector<std::string> loadedIds;
+    int unloads = 0;
+    int destroyed = 0;
+};
+
+ovx_manager_config ConfigFor(CHost& host, const std::string& data, const ovx_source_folder& source) {
+    ovx_manager_config config{};
+    config.data_folder = data.c_str();
+    config.source_folders = &source;
+    config.source_folder_count = 1;
+    config.context = &host;
+    config.dispatch = [](void* context, ovx_work* work) { static_cast<CHost*>(context)->work.push_back(work); };
+    config.app_supported = [](void*, int app) { return app == 0 ? 1 : 0; };
+    config.log_line = [](void* context, const char* line) { static_cast<CHost*>(context)->lines.emplace_back(line); };
+    return config;
+}
+
+TEST(CInterface, RefusesWhatIsMissingAndNamesIt) {
+    CHost host;
+    const ovx_source_folder source{"label", "/nowhere"};
+    ovx_manager_config noDispatch = ConfigFor(host, "/nowhere", source);
+    noDispatch.dispatch = nullptr;
+    ovx_manager* manager = nullptr;
+    int loaded = 0;
+    const struct {
+        const char* call;
+        std::function<ovx_status()> run;
+        const char* named;
+    } cases[] = {
+        {"create without config", [&] { return ovx_manager_create(nullptr, &manager); }, "config"},
+        {"create without dispatch", [&] { return ovx_manager_create(&noDispatch, &manager); }, "config->dispatch"},
+        {"start loading of no manager", [] { return ovx_manager_start_loading(nullptr); }, "manager"},
+        {"is_loaded of no manager", [&] { return ovx_manager_is_loaded(nullptr, "{}", &loaded); }, "manager"},
+        {"register without callbacks",
+         [&] {
+             ovx_installer* installer = nullptr;
+             return ovx_manager_register_installer(nullptr, nullptr, 0, nullptr, &installer);
+         },
+         "manager"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.run(), OVX_E_INVALID_ARGUMENT) << c.call;
+        EXPECT_NE(std::string(ovx_last_error()).find(c.named), std::string::npos) << c.call << ": " << ovx_last_error();
+    }
+    EXPECT_EQ(manager, nullptr);
+}
+
+TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
+    TestHost paths;
+    PackExtension(paths.temp / u"source/tool.OrvexExtension", {TestGuid(1)});
+    CHost host;
+    const std::string data = paths.root.ToUtf8(), folder = paths.source.ToUtf8();
+    const ovx_source_folder source{"source", folder.c_str()};
+    const ovx_manager_config config = ConfigFor(host, data, source);
+    ovx_manager* manager = nullptr;
+    ASSERT_EQ(ovx_manager_create(&config, &manager), OVX_OK) << ovx_last_error();
+
+    ovx_installer_callbacks callbacks{};
+    callbacks.context = &host;
+    callbacks.load = [](void* context, const ovx_extension_info* info) -> void* {
+        static_cast<CHost*>(context)->loadedIds.emplace_back(info->document_id);
+        return context;
+    };
+    callbacks.unload = [](void* context, void*) {
+        ++static_cast<CHost*>(context)->unloads;
+        return OVX_UNLOADED;
+    };
+    callbacks.destroy = [](void* context) { ++static_cast<CHost*>(context)->destroyed; };
+    const std::string type = kTestExtensionType.ToUtf8();
+    const char* types[] = {type.c_str()};
+    ovx_installer* installer = nullptr;
+    ASSERT_EQ(ovx_manager_register_installer(manager, types, 1, &callbacks, &installer), OVX_OK) << ovx_last_error();
+
+    EXPECT_EQ(ovx_manager_start_loading(manager), OVX_OK);
+    EXPECT_EQ(ovx_manager_finish_loading(manager), OVX_OK);
+    EXPECT_EQ(ovx_manager_track_source_folders(manager), OVX_OK);
+    ASSERT_EQ(host.work.size(), 1u) << "the first scan of the source folder";
+    ovx_work_run(host.work.front());
+    host.work.clear();
+
+    const std::string id = TestGuid(1).ToString().ToUtf8();
+    EXPECT_EQ(host.loadedIds, std::vector<std::string>{id});
+    int loaded = 0;
+    EXPECT_EQ(ovx_manager_is_loaded(manager, id.c_str(), &loaded), OVX_OK);
+    EXPECT_EQ(loaded, 1);
+
+    char buffer[4] = {};
+    size_t length = 0;
+    EXPECT_EQ(ovx_manager_platform_folder(manager, buffer, sizeof buffer, &length), OVX_E_FAILED);
+    std::string platform(length + 1, '\0');
+    EXPECT_EQ(ovx_manager_platform_folder(manager, platform.data(), platform.size(), &length), OVX_OK);
+    platform.resize(length);
+
+    size_t failures = 99;
+    EXPECT_EQ(ovx_manager_unload_all(manager, &failures), OVX_OK);
+    EXPECT_EQ(failures, 0u);
+    EXPECT_EQ(host.unloads, 1);
+    ovx_installer_release(installer);
+    ovx_manager_release(manager);
+    EXPECT_EQ(host.destroyed, 1);
+
+    // The lines came in UTF-8 as the file has them in UTF-16, byte-order mark first.
+    ASSERT_FALSE(host.lines.empty());
+    EXPECT_TRUE(std::any_of(host.lines.begin(), host.lines.end(),
+                            [](const std::string& line) { return line.ends_with("\"manager\" unloading everything"); }));
+    const auto file = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(platform + "/orvex_extensions.log"));
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file->substr(0, 2), "\xFF\xFE");
+    EXPECT_EQ(CString(std::u16string_view(reinterpret_cast<const char16_t*>(file->data() + 2), (file->size() - 2) / 2))
+                  .ToUtf8()
+                  .find(host.lines.front()),
+              0u);
+}
+
+}  // namespace
