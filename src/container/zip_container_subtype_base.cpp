@@ -41,30 +41,26 @@ AddRootFileDelegate RootFileWriter(const CString& mainRootFile, std::vector<NewR
 }
 
 // The record of an opened package, or the reason there is none.
-std::unique_ptr<SubtypeInfo> ReadInfo(const ZipContainer& container, const SubtypeClass& subtypeClass, CString& error) {
+Result<std::unique_ptr<SubtypeInfo>> ReadInfo(const ZipContainer& container, const SubtypeClass& subtypeClass) {
     if (!subtypeClass.Accepts(container.GetMimeType())) {
-        error = u"the package's MIME type " + Quoted(container.GetMimeType()) + u" is not one of this kind of package";
-        return nullptr;
+        return Error{u"the package's MIME type " + Quoted(container.GetMimeType()) +
+                     u" is not one of this kind of package"};
     }
     const RootFileInfo& main = subtypeClass.mainRootFile;
     auto document = container.ReadXml(main.name);
-    if (!document) {
-        error = document.ErrorText();
-        return nullptr;
-    }
+    if (!document) return document.TakeError();
     const XmlNS::Node& root = (*document)->Root();
     if (!root.Is(main.rootElement)) {
-        error = u"entry " + Quoted(main.name) + u" has another root element than " + Quoted(main.rootElement.localName);
-        return nullptr;
+        return Error{u"entry " + Quoted(main.name) + u" has another root element than " +
+                     Quoted(main.rootElement.localName)};
     }
     const ReadRootFileDelegate reader = RootFileReader(container);
     std::unique_ptr<SubtypeInfo> info = subtypeClass.factory ? subtypeClass.factory(container.GetMetadata(), root, reader)
                                                              : nullptr;
     if (!info || !info->Deserialize(container.GetMetadata(), root, reader)) {
         const CString reason = info ? info->RefusalReason() : CString();
-        error = reason.IsEmpty() ? u"entry " + Quoted(main.name) + u" or the metadata does not hold valid information"
-                                 : reason;
-        return nullptr;
+        return Error{reason.IsEmpty() ? u"entry " + Quoted(main.name) + u" or the metadata does not hold valid information"
+                                      : reason};
     }
     return info;
 }
@@ -104,8 +100,10 @@ Result<void> ZipContainerSubtypeBase::Open(const CString& path, ZipFile::OpenMod
     if (mode == ZipFile::OpenMode::Create) {
         if (subtypeClass.mimeTypes.empty()) return Error{u"the kind of package has no MIME type"};
         (void)container->SetMimeType(subtypeClass.mimeTypes.front());
+    } else if (auto read = ReadInfo(*container, subtypeClass)) {
+        info = std::move(*read);
     } else {
-        info = ReadInfo(*container, subtypeClass, infoError);
+        infoError = read.ErrorText();
     }
     m_container = std::move(*container);
     m_class = subtypeClass;
