@@ -1,16 +1,51 @@
 #!/usr/bin/env bash
-# The ABI baseline of libOvxComponent.so, kept in abi/ and compared with libabigail.
+# The ABI baselines, kept in abi/: libOvxComponent.so's whole ABI, compared with
+# libabigail, and OvxComponent.dll's list of exported names (libabigail reads no DLLs, so
+# on Windows a removed or renamed export is caught, a changed type is not).
 #
 #   scripts/abi-baseline.sh check [BUILD]   fails on a change that breaks hosts built
-#                                          against the baseline; reports compatible ones
+#                                          against the baseline; reports additions
 #   scripts/abi-baseline.sh renew [BUILD]   writes the baseline from BUILD's library
 #
-# BUILD is a build folder with debug information (default build/linux-sdk). Renew on
-# purpose only: after a compatible addition, or with a new major version (SOVERSION).
+# BUILD is a build folder with debug information (default build/linux-sdk; the windows
+# preset's build/windows for the DLL). Renew on purpose only: after a compatible addition,
+# or with a new major version (SOVERSION).
 set -euo pipefail
+export LC_ALL=C  # one sort order for the export lists
 cd "$(dirname "$0")/.."
 mode=${1:?usage: scripts/abi-baseline.sh check|renew [BUILD]}
 build=${2:-build/linux-sdk}
+
+if [[ -f $build/bin/OvxComponent.dll ]]; then
+  baseline=abi/OvxComponent.dll.exports
+  exports=$(grep -v '^EXPORTS' "$build/src/OvxComponent.def" | sed -E 's/^ +//; s/ @[0-9]+.*$//' | sort)
+  case $mode in
+  renew)
+    echo "$exports" >"$baseline"
+    echo "wrote $baseline from $build/src/OvxComponent.def"
+    ;;
+  check)
+    removed=$(comm -23 "$baseline" <(echo "$exports"))
+    added=$(comm -13 "$baseline" <(echo "$exports"))
+    if [[ -n $removed ]]; then
+      echo "$removed"
+      echo "FAILED: OvxComponent.dll no longer exports these; hosts built against $baseline would not load." >&2
+      echo "Undo the change, or raise the major version and run: scripts/abi-baseline.sh renew $build" >&2
+      exit 1
+    elif [[ -n $added ]]; then
+      echo "   the exports grew by $(wc -l <<<"$added"); record them with: scripts/abi-baseline.sh renew $build"
+    else
+      echo "   the exports are the baseline's"
+    fi
+    ;;
+  *)
+    echo "unknown mode $mode" >&2
+    exit 2
+    ;;
+  esac
+  exit 0
+fi
+
 baseline=abi/libOvxComponent.so.abi
 library=$(readlink -f "$build/bin/libOvxComponent.so")
 

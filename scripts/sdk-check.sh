@@ -2,7 +2,8 @@
 # Checks the SDK as a host developer meets it, for one platform:
 #   - installs a build to a temporary prefix with "cmake --install";
 #   - compiles every installed header on its own with strict warnings as errors;
-#   - (Linux) compares the library's ABI with the baseline in abi/ (scripts/abi-baseline.sh);
+#   - compares the library's ABI (Linux) or its exports (Windows) with the baseline in abi/
+#     (scripts/abi-baseline.sh);
 #   - builds examples/host (C++) and examples/c-host (C) against the installed SDK with
 #     find_package, and the C++ host also with add_subdirectory of this source tree;
 #   - packs an extension with the installed ovxext and runs both hosts, which must load it
@@ -95,10 +96,8 @@ while IFS= read -r header; do
 done < <(find "$prefix/include" -name '*.h' | sort)
 echo "   $headers headers"
 
-if [[ $platform == linux ]]; then
-  echo "== linux: ABI against the baseline"
-  scripts/abi-baseline.sh check "$build"
-fi
+echo "== $platform: ABI against the baseline"
+scripts/abi-baseline.sh check "$build"
 
 echo "== $platform: examples against the installed SDK"
 configure_example() {  # name, build folder, extra arguments...
