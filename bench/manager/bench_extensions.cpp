@@ -47,4 +47,38 @@ CString PackBenchExtension(const fs::path& package, const OvxUtils::Guid& id, co
     return path;
 }
 
+namespace {
+
+class BenchState final : public IExtensionState {
+public:
+    explicit BenchState(ExtensionData data) : m_data(std::move(data)) {}
+    const ExtensionData& Data() const override { return m_data; }
+    bool IsUnloaded() const override { return m_unloaded; }
+    bool IsLoaded() const override { return !m_unloaded; }
+    bool Invoke(CString) const override { return false; }
+    void MarkUnloaded() { m_unloaded = true; }
+
+private:
+    ExtensionData m_data;
+    bool m_unloaded = false;
+};
+
+}  // namespace
+
+std::shared_ptr<IExtensionState> BenchInstaller::Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                                      CString mimeType, CString) const {
+    ++loads;
+    ExtensionData data;
+    data.DocumentID = documentId;
+    data.Version = version;
+    data.ExtensionType = std::move(mimeType);
+    return std::make_shared<BenchState>(std::move(data));
+}
+
+OvxUtils::optional<UnloadResult> BenchInstaller::Unload(std::shared_ptr<IExtensionState>& state) const {
+    ++unloads;
+    static_cast<BenchState&>(*state).MarkUnloaded();
+    return UnloadResult::Unloaded;
+}
+
 }  // namespace OvxBench

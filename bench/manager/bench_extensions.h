@@ -4,6 +4,7 @@
 
 #include "extensions/manager/extension_manager_impl.h"
 
+#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -29,5 +30,18 @@ std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeBenchManager(const std::
 // package (its folder is made). Aborts when packing fails.
 CString PackBenchExtension(const std::filesystem::path& package, const OvxUtils::Guid& id, const CString& type,
                            const std::filesystem::path& content, const std::vector<CString>& files);
+
+// Loads every extension without touching its files, so that what is timed is the
+// manager's work, and counts the loads and unloads.
+class BenchInstaller final : public OvxComponent::IExtensionInstaller {
+public:
+    std::shared_ptr<OvxComponent::IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                                      CString mimeType, CString path) const override;
+    OvxUtils::optional<OvxComponent::UnloadResult> Unload(std::shared_ptr<OvxComponent::IExtensionState>& state) const override;
+    bool RemoveData(CString) const override { return true; }
+
+    mutable std::atomic<int> loads = 0;
+    mutable std::atomic<int> unloads = 0;
+};
 
 }  // namespace OvxBench

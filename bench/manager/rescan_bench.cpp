@@ -17,37 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace OvxComponent;
+using OvxBench::BenchInstaller;
 
 const CString kBenchType = u"application/x-bench";
 const OvxBench::ScratchFolder scratch("ovx-rescan-bench");
-
-class BenchState final : public IExtensionState {
-public:
-    explicit BenchState(ExtensionData data) : m_data(std::move(data)) {}
-    const ExtensionData& Data() const override { return m_data; }
-    bool IsUnloaded() const override { return false; }
-    bool IsLoaded() const override { return true; }
-    bool Invoke(CString) const override { return false; }
-
-private:
-    ExtensionData m_data;
-};
-
-class BenchInstaller final : public IExtensionInstaller {
-public:
-    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
-                                          CString mimeType, CString) const override {
-        ExtensionData data;
-        data.DocumentID = documentId;
-        data.Version = version;
-        data.ExtensionType = std::move(mimeType);
-        return std::make_shared<BenchState>(std::move(data));
-    }
-    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>&) const override {
-        return UnloadResult::Unloaded;
-    }
-    bool RemoveData(CString) const override { return true; }
-};
 
 // A host with count packages in its source folder, all installed and loaded.
 struct Host {

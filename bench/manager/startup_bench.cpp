@@ -17,6 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace OvxComponent;
+using OvxBench::BenchInstaller;
 
 const CString kBenchType = u"application/x-bench";
 
@@ -27,41 +28,6 @@ const fs::path& Scratch() { return scratch.Path(); }
 OvxUtils::Guid GuidOf(int number) {
     return OvxUtils::Guid(0xC0000000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
 }
-
-class BenchState final : public IExtensionState {
-public:
-    explicit BenchState(ExtensionData data) : m_data(std::move(data)) {}
-    const ExtensionData& Data() const override { return m_data; }
-    bool IsUnloaded() const override { return m_unloaded; }
-    bool IsLoaded() const override { return !m_unloaded; }
-    bool Invoke(CString) const override { return false; }
-    void MarkUnloaded() { m_unloaded = true; }
-
-private:
-    ExtensionData m_data;
-    bool m_unloaded = false;
-};
-
-// Loads every extension without touching its files: what is timed is the manager's work.
-class BenchInstaller final : public IExtensionInstaller {
-public:
-    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
-                                          CString mimeType, CString) const override {
-        ++loads;
-        ExtensionData data;
-        data.DocumentID = documentId;
-        data.Version = version;
-        data.ExtensionType = std::move(mimeType);
-        return std::make_shared<BenchState>(std::move(data));
-    }
-    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const override {
-        static_cast<BenchState&>(*state).MarkUnloaded();
-        return UnloadResult::Unloaded;
-    }
-    bool RemoveData(CString) const override { return true; }
-
-    mutable int loads = 0;
-};
 
 // A package of three small content files.
 CString MakePackage(int number) {
