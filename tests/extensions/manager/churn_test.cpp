@@ -1,4 +1,4 @@
-// Churn: a hundred and fifty packages added, replaced, torn and removed in a tracked source
+// Churn: eighty packages added, replaced, torn and removed in a tracked source
 // folder, with host restarts in between, checked step by step against a small model of
 // the unpack, load and removal rules.
 #include "test_host.h"
@@ -29,7 +29,7 @@ using OvxTest::TestInstaller;
 namespace SystemIO = OvxUtils::SystemIO;
 
 constexpr std::uint32_t kSeed = 0x5EED2024;
-constexpr int kOperations = 150;
+constexpr int kOperations = 80;
 
 constexpr int kIds = 8;
 // Extensions from this number on have a type that no installer serves: they are unpacked
