@@ -13,8 +13,8 @@
 //   change_tracking.cpp         tracking source folders, rescans and removal
 // The repair of the install state after a crash is install_repair.cpp; the records of
 // package files that rescans reuse are package_cache.cpp.
-// The class is exported so that tests and hosts with special needs can drive the steps
-// that the interface runs as a whole.
+// The class is internal: hosts hold IExtensionManager; the project's tests and tools,
+// which link the library statically, drive the steps that the interface runs as a whole.
 #pragma once
 
 #include "OvxComponent/extensions/format/extension_container.h"
