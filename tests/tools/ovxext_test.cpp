@@ -301,7 +301,7 @@ TEST_F(OvxextTest, LintListsEveryProblem) {
     for (const char* problem : {": record: hosts cannot read it", "feature requirement 'ink,paper'",
                                 ": document ID: all zero", ": extension type: missing", ": title: missing",
                                 ": platforms: x64 is not listed",
-                                ": suite version: minimum and maximum are both 19"}) {
+                                ": suite version: the minimum 19 is not below the maximum 19"}) {
         EXPECT_NE(lint.out.find(problem), std::string::npos) << problem << " in\n" << lint.out;
     }
 

@@ -7,6 +7,7 @@
 #include "argument_parser.h"
 #include "commands.h"
 #include "json_output.h"
+#include "metadata_values.h"
 #include "package_reader.h"
 
 #include "OvxComponent/extensions/format/extension_container_schema.h"
@@ -74,17 +75,6 @@ void LintRequirementsDocument(const OvxComponent::ExtensionContainer& package, s
     }
 }
 
-void LintRange(const std::string& what, const OvxUtils::VersionRange& range, std::vector<std::string>& problems) {
-    if (!range.min || !range.max) return;
-    if (*range.min == *range.max) {
-        problems.push_back(what + ": minimum and maximum are both " + Utf8(range.min->ToString()) +
-                           ", so no version passes");
-    } else if (*range.max < *range.min) {
-        problems.push_back(what + ": minimum " + Utf8(range.min->ToString()) + " is above maximum " +
-                           Utf8(range.max->ToString()) + ", so no version passes");
-    }
-}
-
 void LintRecord(const OvxComponent::ExtensionContainerInfo& info, std::vector<std::string>& problems) {
     const OvxComponent::ExtensionData& data = info.data();
     if (info.GetDocumentID().IsNull()) problems.push_back("document ID: all zero (the extension has no identity)");
@@ -99,8 +89,10 @@ void LintRecord(const OvxComponent::ExtensionContainerInfo& info, std::vector<st
                          OvxUtils::runtime_bits::x64) == requirements.PlatformSupport.end()) {
         problems.push_back("platforms: x64 is not listed, so 64-bit hosts cannot load it");
     }
-    LintRange("suite version", requirements.AppVersion, problems);
-    LintRange("Windows version", requirements.WinVersion, problems);
+    for (const auto& [what, range] : {std::pair{"suite version", requirements.AppVersion},
+                                      std::pair{"Windows version", requirements.WinVersion}}) {
+        if (auto empty = CheckRangeNotEmpty(what, range); !empty) problems.push_back(Utf8(empty.ErrorText()));
+    }
     for (const auto& group : requirements.Features) {
         if (group.empty()) problems.push_back("features: an empty feature group, never met");
     }

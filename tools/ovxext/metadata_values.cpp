@@ -64,4 +64,11 @@ OvxUtils::Result<std::vector<OvxUtils::runtime_bits>> ParsePlatforms(const std::
     return ParseList<OvxUtils::runtime_bits>(texts, OvxUtils::RuntimeBitsFromString, "platform", "x32 or x64");
 }
 
+OvxUtils::Result<void> CheckRangeNotEmpty(const std::string& what, const OvxUtils::VersionRange& range) {
+    if (!range.min || !range.max || OvxUtils::Version::Compare(*range.min, *range.max) < 0) return {};
+    return OvxUtils::Error{CString::FromUtf8(what + ": the minimum " + range.min->ToString().ToUtf8() +
+                                             " is not below the maximum " + range.max->ToString().ToUtf8() +
+                                             ", which is exclusive, so no version passes")};
+}
+
 }  // namespace Ovxext

@@ -19,4 +19,8 @@ OvxUtils::Result<std::optional<OvxUtils::Version>> ParseBound(const std::string&
 OvxUtils::Result<std::vector<OvxComponent::ExtensionAppSupport>> ParseApps(const std::vector<std::string>& texts);
 OvxUtils::Result<std::vector<OvxUtils::runtime_bits>> ParsePlatforms(const std::vector<std::string>& texts);
 
+// A range that no version passes (its minimum is not below its exclusive maximum) makes a
+// package that no host accepts: the error says so, under what names the range.
+OvxUtils::Result<void> CheckRangeNotEmpty(const std::string& what, const OvxUtils::VersionRange& range);
+
 }  // namespace Ovxext

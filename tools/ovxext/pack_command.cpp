@@ -113,15 +113,6 @@ OvxUtils::Result<void> ApplyOptions(const ArgumentParser& parser, OvxComponent::
     return {};
 }
 
-// A range that no version can pass makes a package that no host accepts (and an empty
-// suite range one that no host can even read).
-OvxUtils::Result<void> CheckRange(const char* what, const OvxUtils::VersionRange& range) {
-    if (!range.min || !range.max || OvxUtils::Version::Compare(*range.min, *range.max) < 0) return {};
-    return OvxUtils::Error{FromUtf8(std::string(what) + ": the minimum " + Utf8(range.min->ToString()) +
-                                    " is not below the maximum " + Utf8(range.max->ToString()) +
-                                    ", which is exclusive, so no version passes")};
-}
-
 // What every host checks before it reads a package, checked before anything is written.
 OvxUtils::Result<void> CheckPackable(const OvxComponent::ExtensionData& data) {
     if (data.DocumentID.IsNull()) {
@@ -137,8 +128,8 @@ OvxUtils::Result<void> CheckPackable(const OvxComponent::ExtensionData& data) {
     if (data.requirements.PlatformSupport.empty()) {
         return OvxUtils::Error{u"at least one platform is required (--platform x64)"};
     }
-    if (auto suite = CheckRange("suite version", data.requirements.AppVersion); !suite) return suite;
-    return CheckRange("Windows version", data.requirements.WinVersion);
+    if (auto suite = CheckRangeNotEmpty("suite version", data.requirements.AppVersion); !suite) return suite;
+    return CheckRangeNotEmpty("Windows version", data.requirements.WinVersion);
 }
 
 OvxComponent::ExtensionData DefaultData() {
