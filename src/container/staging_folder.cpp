@@ -15,12 +15,6 @@ namespace {
 namespace SystemIO = OvxUtils::SystemIO;
 using SystemIO::Detail::EntryType;
 
-CString WithoutTrailingSeparators(CString path) {
-    while (path.GetLength() > 1 && SystemIO::Path::IsSeparator(path[path.GetLength() - 1])) {
-        path = path.Left(path.GetLength() - 1);
-    }
-    return path;
-}
 
 }  // namespace
 
@@ -34,7 +28,7 @@ StagingFolder::~StagingFolder() {
 }
 
 Result<std::unique_ptr<StagingFolder>> StagingFolder::Create(const CString& target) {
-    const CString folder = WithoutTrailingSeparators(target);
+    const CString folder = SystemIO::Path::WithoutTrailingSeparators(target);
     const CString name = SystemIO::Path::GetFileName(folder);
     if (name.IsEmpty()) return Error{u"the target folder " + target + u" is a root or has no name"};
     const SystemIO::Detail::EntryInfo info = SystemIO::Detail::GetEntryInfo(folder);

@@ -101,10 +101,10 @@ TEST(Path, CombineJoinsWithOneSeparator) {
 
 TEST(Path, SplitsIntoFolderNameAndExtension) {
     struct Case {
-        const char16_t *path, *folder, *parent, *name, *ext;
+        const char16_t *path, *folder, *parent, *name, *ext, *trimmed = nullptr;
     } cases[] = {
         {u"a/b/c.txt", u"a/b/", u"a/b", u"c.txt", u".txt"},
-        {u"a/b/", u"a/b/", u"a/b", u"", u""},
+        {u"a/b/", u"a/b/", u"a/b", u"", u"", u"a/b"},
         {u"c.txt", u"", u"", u"c.txt", u".txt"},
         {u"/c", u"/", u"/", u"c", u""},
         {u"/", u"/", u"/", u"", u""},
@@ -119,6 +119,7 @@ TEST(Path, SplitsIntoFolderNameAndExtension) {
         EXPECT_EQ(Path::GetParentFolder(path), Native(c.parent)) << path;
         EXPECT_EQ(Path::GetFileName(path), CString(c.name)) << path;
         EXPECT_EQ(Path::GetExtension(path), CString(c.ext)) << path;
+        EXPECT_EQ(Path::WithoutTrailingSeparators(path), c.trimmed ? Native(c.trimmed) : path) << path;
     }
 #if defined(_WIN32)
     struct WinCase {
@@ -136,6 +137,7 @@ TEST(Path, SplitsIntoFolderNameAndExtension) {
         EXPECT_EQ(Path::GetFolderName(c.path), CString(c.folder)) << CString(c.path);
         EXPECT_EQ(Path::GetFileName(c.path), CString(c.name)) << CString(c.path);
     }
+    EXPECT_EQ(Path::WithoutTrailingSeparators(u"C:\\"), CString(u"C:\\"));
 #endif
 }
 

@@ -38,17 +38,6 @@ void Walk(const CString& path, bool recursive, const Visitor& visitor, WalkResul
     }
 }
 
-// Path without the separators it ends with, unless they are its root.
-CString WithoutTrailingSeparators(const CString& path) {
-    CString out = path;
-    while (Path::GetFileName(out).IsEmpty()) {
-        const CString parent = Path::GetParentFolder(out);
-        if (parent.GetLength() >= out.GetLength()) break;
-        out = parent;
-    }
-    return out;
-}
-
 // Removes everything under folder. Every entry is tried; the first failure is kept.
 void DeleteContent(const CString& folder, Result<void>& outcome) {
     std::vector<std::pair<CString, bool>> entries;
@@ -69,7 +58,7 @@ bool Exists(const CString& path) { return Detail::GetEntryInfo(path).type == Det
 
 bool EnsureExists(const CString& path) {
     std::vector<CString> missing;
-    for (CString level = WithoutTrailingSeparators(path); !level.IsEmpty() && !Exists(level);) {
+    for (CString level = Path::WithoutTrailingSeparators(path); !level.IsEmpty() && !Exists(level);) {
         missing.push_back(level);
         const CString parent = Path::GetParentFolder(level);
         if (parent.GetLength() >= level.GetLength()) break;
@@ -103,7 +92,7 @@ Result<void> DeleteTree(const CString& folder) {
     }
     if (info.type == Detail::EntryType::None) return {};
     if (info.type != Detail::EntryType::Folder) return Error{folder + u" is not a folder"};
-    const CString target = WithoutTrailingSeparators(folder);
+    const CString target = Path::WithoutTrailingSeparators(folder);
     const CString renamed = TemporaryName::Beside(target, TemporaryName::kDeleting);
     const CString doomed = Detail::MoveEntry(target, renamed) ? renamed : target;
     Result<void> outcome;

@@ -120,6 +120,16 @@ CString GetParentFolder(const CString& path) {
     return path.Left(last);
 }
 
+CString WithoutTrailingSeparators(const CString& path) {
+    CString out = path;
+    while (GetFileName(out).IsEmpty()) {
+        CString parent = GetParentFolder(out);
+        if (parent.GetLength() >= out.GetLength()) break;
+        out = std::move(parent);
+    }
+    return out;
+}
+
 CString GetExtension(const CString& path) {
     const int dot = ExtensionStart(path);
     return dot < 0 ? CString() : path.Mid(dot);

@@ -35,6 +35,10 @@ CString GetFolderName(const CString& path);
 // "a/b/" both give "a/b"; "c.txt" gives "". A root stays whole.
 CString GetParentFolder(const CString& path);
 
+// The path without the separators it ends with, unless they are its root: "a/b//" gives
+// "a/b", "/" stays "/", and on Windows "C:\" stays "C:\".
+CString WithoutTrailingSeparators(const CString& path);
+
 // The extension of the last component with its dot (".txt"), or "" when it has none. It
 // starts at the last dot of the name, so ".profile" is all extension; a dot in a folder
 // name never counts.

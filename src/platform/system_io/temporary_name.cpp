@@ -20,10 +20,7 @@ bool IsHexDigit(char16_t unit) {
 }  // namespace
 
 CString Beside(const CString& path, std::u16string_view purpose) {
-    CString folder = path;
-    while (folder.GetLength() > 1 && Path::IsSeparator(folder[folder.GetLength() - 1])) {
-        folder = folder.Left(folder.GetLength() - 1);
-    }
+    const CString folder = Path::WithoutTrailingSeparators(path);
     const CString tag = Guid::Generate().ToString().Mid(1, static_cast<int>(kTagLength));
     const CString name = u"." + Path::GetFileName(folder) + u"." + CString(purpose) + u"-" + tag;
     return Path::Combine(Path::GetParentFolder(folder), name);
