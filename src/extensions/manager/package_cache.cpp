@@ -3,11 +3,10 @@
 
 namespace OvxComponent {
 
-std::unique_ptr<ExtensionContainerInfo> PackageCache::Find(const CString& path) {
+std::unique_ptr<ExtensionContainerInfo> PackageCache::Find(const CString& path, const FileIdentity& identity) {
     const auto found = m_entries.find(path);
     if (found == m_entries.end()) return nullptr;
-    const auto identity = OvxUtils::SystemIO::File::GetIdentity(path);
-    if (!identity || *identity != found->second.identity) {
+    if (identity != found->second.identity) {
         m_entries.erase(found);
         return nullptr;
     }
@@ -15,20 +14,18 @@ std::unique_ptr<ExtensionContainerInfo> PackageCache::Find(const CString& path) 
     return found->second.info->Modify();
 }
 
-void PackageCache::Remember(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
-                            const ExtensionContainerInfo& info) {
+void PackageCache::Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info) {
     m_entries.insert_or_assign(path, Entry{identity, info.Modify(), m_generation});
 }
 
-void PackageCache::KeepOpened(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
+void PackageCache::KeepOpened(const CString& path, const FileIdentity& identity,
                               std::shared_ptr<ExtensionContainer> container) {
     m_opened = {path, identity, std::move(container)};
 }
 
-std::shared_ptr<ExtensionContainer> PackageCache::FindOpened(const CString& path) const {
-    if (!m_opened.container || m_opened.path != path) return nullptr;
-    const auto identity = OvxUtils::SystemIO::File::GetIdentity(path);
-    return identity && *identity == m_opened.identity ? m_opened.container : nullptr;
+std::shared_ptr<ExtensionContainer> PackageCache::FindOpened(const CString& path, const FileIdentity& identity) const {
+    if (!m_opened.container || m_opened.path != path || identity != m_opened.identity) return nullptr;
+    return m_opened.container;
 }
 
 void PackageCache::EndScan() {

@@ -18,19 +18,19 @@ namespace OvxComponent {
 
 class PackageCache {
 public:
-    // A copy of the record read from path, when the file there is still the one it was read
-    // from; null otherwise.
-    std::unique_ptr<ExtensionContainerInfo> Find(const CString& path);
+    using FileIdentity = OvxUtils::SystemIO::File::FileIdentity;
+
+    // A copy of the record read from path, when the file there, whose identity the caller
+    // has just taken, is still the one it was read from; null otherwise.
+    std::unique_ptr<ExtensionContainerInfo> Find(const CString& path, const FileIdentity& identity);
     // Keeps what was read from path, whose identity was taken before it was read.
-    void Remember(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
-                  const ExtensionContainerInfo& info);
+    void Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info);
 
     // The package opened last, with its archive: a rescan that decides to unpack a new
     // package opens it once more, and gets this one instead of reading the file again.
-    void KeepOpened(const CString& path, const OvxUtils::SystemIO::File::FileIdentity& identity,
-                    std::shared_ptr<ExtensionContainer> container);
+    void KeepOpened(const CString& path, const FileIdentity& identity, std::shared_ptr<ExtensionContainer> container);
     // The kept package when it is path's and the file is unchanged; null otherwise.
-    std::shared_ptr<ExtensionContainer> FindOpened(const CString& path) const;
+    std::shared_ptr<ExtensionContainer> FindOpened(const CString& path, const FileIdentity& identity) const;
 
     // Marks the start of a rescan; EndScan drops the entries that were not used since,
     // and the package kept open.
@@ -39,7 +39,7 @@ public:
 
 private:
     struct Entry {
-        OvxUtils::SystemIO::File::FileIdentity identity;
+        FileIdentity identity;
         std::unique_ptr<ExtensionContainerInfo> info;
         std::uint64_t used = 0;  // the generation that last used it
     };
@@ -47,7 +47,7 @@ private:
     std::uint64_t m_generation = 0;
     struct Opened {
         CString path;
-        OvxUtils::SystemIO::File::FileIdentity identity;
+        FileIdentity identity;
         std::shared_ptr<ExtensionContainer> container;
     } m_opened;
 };

@@ -45,16 +45,17 @@ OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use
     };
     // A name without the package extension is refused without touching the file.
     if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen(CString());
-    OpenedPackage package{packageCache.FindOpened(path), path};
-    if (!package.container && use == PackageUse::RecordOnly) {
-        if (auto record = packageCache.Find(path)) {
+    // The identity is taken before anything is read: a file that changes while it is read
+    // does not match it afterwards, and is read again.
+    const auto identity = SystemIO::File::GetIdentity(path);
+    OpenedPackage package{identity ? packageCache.FindOpened(path, *identity) : nullptr, path};
+    if (!package.container && use == PackageUse::RecordOnly && identity) {
+        if (auto record = packageCache.Find(path, *identity)) {
             package.container = std::make_shared<ExtensionContainer>();
             package.container->SetInfo(std::move(record));
         }
     }
     if (!package.container) {
-        // The identity is taken first: a file that changes while it is read is read again.
-        const auto identity = SystemIO::File::GetIdentity(path);
         auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
         if (!opened) return cannotOpen(opened.ErrorText());
         package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
