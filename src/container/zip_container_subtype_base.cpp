@@ -113,6 +113,16 @@ Result<void> ZipContainerSubtypeBase::Open(const CString& path, ZipFile::OpenMod
     return {};
 }
 
+void ZipContainerSubtypeBase::Adopt(ZipContainer container, const SubtypeClass& subtypeClass,
+                                    std::unique_ptr<SubtypeInfo> info) {
+    (void)Close();
+    m_container = std::move(container);
+    m_class = subtypeClass;
+    m_info = std::move(info);
+    m_infoError.Empty();
+    m_infoChanged = false;
+}
+
 void ZipContainerSubtypeBase::SetSubtypeInfo(std::unique_ptr<SubtypeInfo> info) {
     m_info = std::move(info);
     m_infoError.Empty();

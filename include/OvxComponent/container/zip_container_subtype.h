@@ -34,6 +34,9 @@ public:
     // The record when there is one of type Info, otherwise null.
     const Info* GetInfo() const { return dynamic_cast<const Info*>(GetSubtypeInfo()); }
     void SetInfo(std::unique_ptr<Info> info) { SetSubtypeInfo(std::move(info)); }
+    void Adopt(ZipContainer container, std::unique_ptr<Info> info) {
+        ZipContainerSubtypeBase::Adopt(std::move(container), Class()(), std::move(info));
+    }
 };
 
 }  // namespace VdcContainer

@@ -46,6 +46,9 @@ public:
     const CString& GetInfoError() const { return m_infoError; }
     // Replaces the record; it is written by the next save.
     void SetSubtypeInfo(std::unique_ptr<SubtypeInfo> info);
+    // Takes over an open container whose record is known already, for example a byte copy
+    // of a package that was read before, without reading the record again.
+    void Adopt(ZipContainer container, const SubtypeClass& subtypeClass, std::unique_ptr<SubtypeInfo> info);
 
     Result<void> Save();
     Result<void> Close();

@@ -132,9 +132,23 @@ OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CStr
     // Each step below appears in one rename: the installed copy complete or not at all,
     // the unpacked folder likewise.
     const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
+    // The installed copy is the package byte for byte, so the record read from the package
+    // is the copy's too, as long as the package file stayed what it was when it was read.
+    const auto unchangedSinceRead = [&] {
+        const auto now = package.path ? SystemIO::File::GetIdentity(*package.path) : std::nullopt;
+        return now && packageCache.FindOpened(*package.path, *now) == package.container;
+    };
+    const bool readBeforeCopy = unchangedSinceRead();
     if (auto clone = package.container->Clone(installedCopy)) {
         log.Write(kCloned, documentId);
-        clone->Discard();  // a fresh copy holds nothing unsaved
+        const auto copyIdentity = SystemIO::File::GetIdentity(installedCopy);
+        if (readBeforeCopy && copyIdentity && unchangedSinceRead()) {
+            auto copy = std::make_shared<ExtensionContainer>();
+            copy->Adopt(std::move(*clone), info.Modify());
+            packageCache.KeepOpened(installedCopy, *copyIdentity, std::move(copy));
+        } else {
+            clone->Discard();  // a fresh copy holds nothing unsaved
+        }
     } else {
         log.Write(kCloneFailed, documentId);
         log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
