@@ -5,7 +5,7 @@
 #include "c_interface/c_installer.h"
 #include "c_interface/last_error.h"
 #include "c_interface/log_line_stream.h"
-#include "platform/system_io/path.h"
+#include "extensions/manager/install_layout.h"
 
 #include <string>
 #include <vector>
@@ -55,7 +55,7 @@ std::shared_ptr<IExtensionManager> Make(const ovx_manager_config& config) {
     const CString rootFolder = CString::FromUtf8(config.data_folder);
     OvxUtils::NamedOutStream log;
     if (config.log_line) {
-        const CString file = OvxUtils::SystemIO::Path::Combine(rootFolder, u"x64", u"orvex_extensions.log");
+        const CString file = InstallLayout::LogFile(InstallLayout::PlatformFolder(rootFolder));
         log.name = file;
         log.path = file;
         log.stream = std::make_shared<LogLineStream>(

@@ -1,10 +1,9 @@
 // ExtensionManagerImpl: construction and the small operations.
 #include "extensions/manager/extension_manager_impl.h"
 
-#include "OvxComponent/extensions/format/runtime_bits.h"
+#include "extensions/manager/install_layout.h"
 #include "extensions/manager/install_repair.h"
 #include "platform/system_io/folder.h"
-#include "platform/system_io/path.h"
 
 #include <algorithm>
 
@@ -14,11 +13,9 @@ namespace {
 
 namespace SystemIO = OvxUtils::SystemIO;
 
-constexpr std::u16string_view kLogFileName = u"orvex_extensions.log";
-
 OvxUtils::NamedOutStream LogOutput(const CString& platformFolder, OvxUtils::NamedOutStream requested) {
     if (requested.stream) return requested;
-    return {std::move(requested.name), SystemIO::Path::Combine(platformFolder, CString(kLogFileName)), nullptr};
+    return {std::move(requested.name), InstallLayout::LogFile(platformFolder), nullptr};
 }
 
 }  // namespace
@@ -30,7 +27,7 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
                                            std::function<bool(ExtensionAppSupport)> appSupportedCheck,
                                            OvxUtils::array_view<const CString> addons,
                                            OvxUtils::NamedOutStream logStream)
-    : platformFolder(SystemIO::Path::Combine(rootFolder, OvxUtils::ToString(OvxUtils::runtime_bits::x64))),
+    : platformFolder(InstallLayout::PlatformFolder(rootFolder)),
       sourceFolders(sources.begin(), sources.end()),
       dispatchToMainThread(std::move(dispatch)),
       requirementText(std::move(requirementTextCheck)),

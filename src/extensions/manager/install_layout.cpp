@@ -2,6 +2,7 @@
 #include "extensions/manager/install_layout.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"
+#include "OvxComponent/extensions/format/runtime_bits.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"
@@ -11,6 +12,12 @@
 namespace OvxComponent::InstallLayout {
 
 namespace Path = OvxUtils::SystemIO::Path;
+
+CString PlatformFolder(const CString& dataFolder) {
+    return Path::Combine(dataFolder, OvxUtils::ToString(OvxUtils::runtime_bits::x64));
+}
+
+CString LogFile(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.log"); }
 
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId) {
     return Path::Combine(platformFolder, documentId.ToString());

@@ -1,5 +1,7 @@
-// Where unpacked extensions live below the manager's platform folder:
+// Where the manager works, and where unpacked extensions live below its platform folder:
 //
+//   <data folder>/x64                        the platform folder
+//   <platform folder>/orvex_extensions.log   the log, unless the host gives a stream
 //   <platform folder>/{DOCUMENT-ID}/<version>/installed_copy.OrvexExtension
 //   <platform folder>/{DOCUMENT-ID}/<version>/unpacked/...
 #pragma once
@@ -12,6 +14,8 @@
 
 namespace OvxComponent::InstallLayout {
 
+CString PlatformFolder(const CString& dataFolder);
+CString LogFile(const CString& platformFolder);
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
 CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
 CString InstalledCopy(const CString& versionFolder);
