@@ -19,7 +19,7 @@ namespace {
 
 namespace SystemIO = OvxUtils::SystemIO;
 using namespace LogMessages;
-using VdcContainer::Error;
+using OvxUtils::Error;
 
 // A file made, renamed or written.
 constexpr unsigned long kSourceFolderChanges = 0x51;
@@ -106,7 +106,7 @@ void ExtensionManagerImpl::AutoLoad(const CString& path) {
     if (!unpacked) return fail(unpacked.ErrorText());
 
     if (loaderActive) {
-        if (TryLoad(*unpacked).IsLoaded()) {
+        if (TryLoad(*unpacked)) {
             log.Write(kAutoLoaded, path);
         } else {
             log.Error(path, u"auto load failed");

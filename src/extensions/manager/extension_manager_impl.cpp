@@ -1,4 +1,5 @@
-// ExtensionManagerImpl: construction and the small operations.
+// ExtensionManagerImpl: construction, the small operations, and the operations that the
+// parts carry out on the manager's members.
 #include "extensions/manager/extension_manager_impl.h"
 
 #include "extensions/manager/install_layout.h"
@@ -12,6 +13,7 @@ namespace OvxComponent {
 namespace {
 
 namespace SystemIO = OvxUtils::SystemIO;
+using namespace LogMessages;
 
 OvxUtils::NamedOutStream LogOutput(const CString& platformFolder, OvxUtils::NamedOutStream requested) {
     if (requested.stream) return requested;
@@ -116,6 +118,85 @@ void ExtensionManagerImpl::NotifyFailures() {
 void ExtensionManagerImpl::ClearFailures() { log.AcknowledgeFailures(); }
 
 std::vector<CString> ExtensionManagerImpl::GetPendingItems() const { return pendingItems; }
+
+ExtensionLoader ExtensionManagerImpl::Loader() {
+    return {log, installers, loadedExtensions, {loaderActive, initialLoadDone}, HostFiles()};
+}
+
+UiResourceVisitor ExtensionManagerImpl::UiResources() {
+    return {log, loadedExtensions, HostFiles()};
+}
+
+PackageUnpacker ExtensionManagerImpl::Unpacker() {
+    return {log, platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind};
+}
+
+HostFileCallbacks ExtensionManagerImpl::HostFiles() const {
+    return {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag};
+}
+
+std::shared_ptr<const IExtensionInstaller> ExtensionManagerImpl::RegisterInstaller(
+    std::set<CString> mimeTypes, std::shared_ptr<const IExtensionInstaller> installer) {
+    // Releasing the registration unloads the installer's extensions, while the manager lives.
+    auto onRelease = [weakManager = weak_from_this()](const std::set<CString>& types,
+                                                      const std::shared_ptr<const IExtensionInstaller>& released) {
+        if (const auto self = weakManager.lock()) self->Loader().UnloadServedBy(types, *released);
+    };
+    auto registration = InstallerRegistry(installers, log).Register(mimeTypes, std::move(installer), std::move(onRelease));
+    if (registration && loaderActive) {
+        log.Write(kNewInstallerScanning, CString(kManagerSubject));
+        RunInitialLoadingPass();
+    }
+    return registration;
+}
+
+OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) { return Unpacker().Open(path, use); }
+
+OvxUtils::Result<void> ExtensionManagerImpl::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
+    return Unpacker().ShouldUnpack(package, packageTime);
+}
+
+OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CString& installFolder) {
+    return Unpacker().Unpack(package, installFolder);
+}
+
+std::optional<LoadedExtension> ExtensionManagerImpl::TryLoad(const OpenedPackage& unpacked) {
+    return Loader().TryLoad(unpacked);
+}
+
+LoadOutcome ExtensionManagerImpl::LoadIfReady(OpenedPackage unpacked) { return Loader().LoadIfReady(std::move(unpacked)); }
+
+OvxUtils::Result<LoadedExtension> ExtensionManagerImpl::LoadFromPath(OpenedPackage unpacked) {
+    return Loader().LoadFromPath(std::move(unpacked));
+}
+
+UnloadOutcome ExtensionManagerImpl::UnloadExtension(std::shared_ptr<IExtensionState> state, bool skipUiReload) {
+    return Loader().Unload(std::move(state), skipUiReload);
+}
+
+std::optional<std::shared_ptr<IExtensionState>> ExtensionManagerImpl::FindExtension(const OvxUtils::Guid& documentId) {
+    return Loader().Find(documentId);
+}
+
+std::vector<UnloadOutcome> ExtensionManagerImpl::UnloadAll() { return Loader().UnloadAll(); }
+
+bool ExtensionManagerImpl::VisitUiModifications(UiModifier visitor) {
+    return UiResources().VisitUiModifications(visitor);
+}
+
+bool ExtensionManagerImpl::VisitResources(ResourceLoader visitor) { return UiResources().VisitResources(visitor); }
+
+void ExtensionManagerImpl::SetUiHandlers(UiModifier modifier, std::function<void()> reload) {
+    // Extensions loaded before the host had a modifier get their UI files now, once.
+    if (!uiModifier && modifier) VisitUiModifications(modifier);
+    uiModifier = std::move(modifier);
+    uiReload = std::move(reload);
+}
+
+void ExtensionManagerImpl::SetResourceLoader(ResourceLoader loader) {
+    if (!resourceLoader && loader) VisitResources(loader);
+    resourceLoader = std::move(loader);
+}
 
 const ExtensionContainerInfo* ExtensionManagerImpl::InfoOf(const OpenedPackage& package) const {
     return package.container ? package.container->GetInfo() : nullptr;

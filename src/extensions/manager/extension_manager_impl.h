@@ -3,24 +3,31 @@
 // Made by MakeExtensionManager and shared-owned by the host. It takes no lock: every
 // operation runs on the host's main thread, and directory-change callbacks, which run on
 // the tracker's thread, hold only a weak reference and hand their work to the host's
-// main-thread dispatch. Its operations are spread over one file per concern:
-//   extension_manager_impl.cpp  construction and the small operations
-//   package_unpacking.cpp       opening packages, the unpack decision and the unpack work
-//   installer_registry.cpp      registering and removing installers
-//   extension_loading.cpp       loading and unloading extensions
-//   ui_resource_visiting.cpp    UI modification and resource callbacks
-//   initial_loading.cpp         the start-up pass, verification and the source scan
-//   change_tracking.cpp         tracking source folders, rescans and removal
-// The repair of the install state after a crash is install_repair.cpp; the records of
-// package files that rescans reuse are package_cache.cpp.
+// main-thread dispatch.
+//
+// The manager holds the state; the logic of each concern is a part that owns nothing and
+// works on the members it is given, made afresh for each operation:
+//   extensions/loading/installer_registry    registering installers by MIME type
+//   extensions/loading/extension_loader      loading and unloading through installers
+//   extensions/loading/ui_resource_visitor   handing UI and resource files to the host
+//   extensions/manager/package_unpacker      opening, the unpack decision, unpacking
+//   extensions/manager/install_repair        repairing what a crash left
+// The manager's own files compose them: extension_manager_impl.cpp (construction, the
+// small operations and the delegation to the parts), initial_loading.cpp (the start-up
+// pass, verification and the scan of the source folders) and change_tracking.cpp
+// (tracking, rescans and removal).
 // The class is internal: hosts hold IExtensionManager; the project's tests and tools,
 // which link the library statically, drive the steps that the interface runs as a whole.
 #pragma once
 
-#include "OvxComponent/extensions/format/extension_container.h"
 #include "OvxComponent/extensions/manager/extension_manager.h"
+#include "extensions/loading/extension_loader.h"
+#include "extensions/loading/installer_registry.h"
+#include "extensions/loading/loaded_extension.h"
+#include "extensions/loading/ui_resource_visitor.h"
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/package_cache.h"
+#include "extensions/manager/package_unpacker.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"
 
 #include <atomic>
@@ -30,38 +37,6 @@
 #include <vector>
 
 namespace OvxComponent {
-
-// A package opened as a container, with the path it was opened from; for an unpacked
-// extension, the path is its unpacked folder.
-struct OpenedPackage {
-    std::shared_ptr<ExtensionContainer> container;
-    std::optional<CString> path;
-};
-
-struct LoadedExtension {
-    std::shared_ptr<IExtensionState> state;  // null once the extension is unloaded
-    std::shared_ptr<ExtensionContainer> container;
-    CString path;
-};
-
-// What came of an attempt to load: the extension loaded, or it stays unpacked and waits
-// (the package is handed back), or it failed (with the text that was logged).
-struct LoadOutcome {
-    enum class Kind { Loaded, NotLoaded, Failed };
-    Kind kind = Kind::NotLoaded;
-    LoadedExtension loaded;  // Loaded
-    OpenedPackage waiting;   // NotLoaded
-    CString error;           // Failed
-
-    bool IsLoaded() const { return kind == Kind::Loaded; }
-};
-
-using OpenResult = VdcContainer::Result<OpenedPackage>;
-
-// What an opened package is for: reading its files (unpacking, loading), or only its
-// record (deciding, scanning), which a file unchanged since it was last read answers from
-// the manager's PackageCache without reading it again.
-enum class PackageUse { Readable, RecordOnly };
 
 class ExtensionManagerImpl final : public IExtensionManager,
                                            public std::enable_shared_from_this<ExtensionManagerImpl> {
@@ -104,19 +79,15 @@ public:
     std::vector<UnloadOutcome> UnloadAll() override;
     std::vector<CString> GetPendingItems() const override;
 
-    // Opening and unpacking. With RecordOnly the container may be a record without an
-    // open archive; the log lines and the requirement check are the same either way.
+    // Opening and unpacking (see PackageUnpacker).
     OpenResult OpenPackage(const CString& path, PackageUse use = PackageUse::Readable);
-    // Whether the package should be unpacked; the error text says why not.
-    VdcContainer::Result<void> ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime);
-    // Unpacks into installFolder, which must be the platform folder; the result is the
-    // installed copy with the unpacked folder as its path.
+    OvxUtils::Result<void> ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime);
     OpenResult Unpack(const OpenedPackage& package, const CString& installFolder);
 
-    // Loading and unloading.
-    LoadOutcome TryLoad(const OpenedPackage& unpacked);
+    // Loading (see ExtensionLoader).
+    std::optional<LoadedExtension> TryLoad(const OpenedPackage& unpacked);
     LoadOutcome LoadIfReady(OpenedPackage unpacked);
-    LoadOutcome LoadFromPath(OpenedPackage unpacked);
+    OvxUtils::Result<LoadedExtension> LoadFromPath(OpenedPackage unpacked);
 
     // The start-up pass and the scans.
     void RunInitialLoadingPass();
@@ -143,8 +114,12 @@ public:
     ExtensionLog& Log() { return log; }
 
 private:
-    static void RemoveInstaller(const std::weak_ptr<ExtensionManagerImpl>& manager, const std::set<CString>& mimeTypes,
-                                const std::shared_ptr<const IExtensionInstaller>& installer);
+    // The parts, each working on the members it needs.
+    ExtensionLoader Loader();
+    UiResourceVisitor UiResources();
+    PackageUnpacker Unpacker();
+    HostFileCallbacks HostFiles() const;
+
     // Hands a rescan of folder to the main thread; any thread. pending, when given, is
     // cleared as the rescan starts (see TrackSourceFolders).
     void DispatchRescan(const CString& folder, std::shared_ptr<std::atomic<bool>> pending = nullptr);
@@ -152,8 +127,8 @@ private:
     void NotifyFailures();
     const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) const;
 
-    std::unordered_map<CString, std::weak_ptr<const IExtensionInstaller>> installers;
-    std::unordered_map<OvxUtils::Guid, LoadedExtension> loadedExtensions;
+    InstallerTable installers;
+    LoadedExtensions loadedExtensions;
     CString platformFolder;
     std::vector<ExtensionSourceFolder> sourceFolders;
     std::vector<std::unique_ptr<void*, OvxUtils::StopTrackingHelper>> trackers;

@@ -48,10 +48,10 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
                 log.Write(kFileMissing, candidate.folder);
                 continue;
             }
-            const LoadOutcome outcome = TryLoad(candidate.package);
+            const bool loaded = TryLoad(candidate.package).has_value();
             const OvxUtils::Guid documentId = InfoOf(candidate.package)->GetDocumentID();
             const bool found = FindExtension(documentId).has_value();
-            if (outcome.IsLoaded()) {
+            if (loaded) {
                 progress = true;
                 if (!found) log.Write(kClaimedToLoad, candidate.folder);
             }

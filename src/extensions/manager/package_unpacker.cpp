@@ -1,5 +1,5 @@
-// ExtensionManagerImpl: opening packages, the unpack decision and the unpack work.
-#include "extensions/manager/extension_manager_impl.h"
+// PackageUnpacker: opening packages, the unpack decision and the unpack work.
+#include "extensions/manager/package_unpacker.h"
 
 #include "OvxComponent/extensions/format/check_requirements.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
@@ -14,13 +14,13 @@ namespace OvxComponent {
 namespace {
 
 namespace SystemIO = OvxUtils::SystemIO;
-using VdcContainer::Error;
+using OvxUtils::Error;
 using namespace LogMessages;
 
 CString SubjectOf(const OpenedPackage& package) { return package.path.value_or(CString(kManagerSubject)); }
 
 // The package's metadata record, or the logged reason why it has none.
-VdcContainer::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, const OpenedPackage& package) {
+OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, const OpenedPackage& package) {
     const ExtensionContainerInfo* info = package.container ? package.container->GetInfo() : nullptr;
     if (info != nullptr) {
         log.Write(kOpening, info->GetDocumentID());
@@ -36,11 +36,11 @@ VdcContainer::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& lo
 
 }  // namespace
 
-OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) {
-    log.Write(kOpeningPackage, path);
+OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
+    m_log.Write(kOpeningPackage, path);
     const auto cannotOpen = [&](const CString& reason) {
-        const CString text = log.Information(path, u"Cannot open " + path + u" as an extension");
-        log.Reason(ExtensionLogLevel::Information, path, reason);
+        const CString text = m_log.Information(path, u"Cannot open " + path + u" as an extension");
+        m_log.Reason(ExtensionLogLevel::Information, path, reason);
         return Error{text};
     };
     // A name without the package extension is refused without touching the file.
@@ -48,9 +48,9 @@ OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use
     // The identity is taken before anything is read: a file that changes while it is read
     // does not match it afterwards, and is read again.
     const auto identity = SystemIO::File::GetIdentity(path);
-    OpenedPackage package{identity ? packageCache.FindOpened(path, *identity) : nullptr, path};
+    OpenedPackage package{identity ? m_packageCache.FindOpened(path, *identity) : nullptr, path};
     if (!package.container && use == PackageUse::RecordOnly && identity) {
-        if (auto record = packageCache.Find(path, *identity)) {
+        if (auto record = m_packageCache.Find(path, *identity)) {
             package.container = std::make_shared<ExtensionContainer>();
             package.container->SetInfo(std::move(record));
         }
@@ -60,72 +60,72 @@ OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use
         if (!opened) return cannotOpen(opened.ErrorText());
         package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
         if (identity && package.container->GetInfo()) {
-            packageCache.Remember(path, *identity, *package.container->GetInfo());
-            packageCache.KeepOpened(path, *identity, package.container);
+            m_packageCache.Remember(path, *identity, *package.container->GetInfo());
+            m_packageCache.KeepOpened(path, *identity, package.container);
         }
     }
     if (const ExtensionContainerInfo* info = package.container->GetInfo();
-        info != nullptr && !CheckRequirements(info->GetRequirements(), requirementText, appSupported)) {
-        return Error{log.Information(path, path + u" does not work on this system")};
+        info != nullptr && !CheckRequirements(info->GetRequirements(), m_host.requirementText, m_host.appSupported)) {
+        return Error{m_log.Information(path, path + u" does not work on this system")};
     }
-    if (auto data = ExtractData(log, package); !data) return data.TakeError();
+    if (auto data = ExtractData(m_log, package); !data) return data.TakeError();
     return package;
 }
 
-VdcContainer::Result<void> ExtensionManagerImpl::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
+OvxUtils::Result<void> PackageUnpacker::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
     const CString subject = SubjectOf(package);
-    log.Information(subject, u"should I unpack?");
-    const ExtensionContainerInfo* info = InfoOf(package);
-    if (info == nullptr) return Error{log.Write(kFileFormatError, subject)};
+    m_log.Information(subject, u"should I unpack?");
+    const ExtensionContainerInfo* info = package.container ? package.container->GetInfo() : nullptr;
+    if (info == nullptr) return Error{m_log.Write(kFileFormatError, subject)};
     const OvxUtils::Guid documentId = info->GetDocumentID();
-    if (loadedExtensions.contains(documentId)) return Error{log.Write(kAlreadyLoaded, subject)};
+    if (m_loadedExtensions.contains(documentId)) return Error{m_log.Write(kAlreadyLoaded, subject)};
 
-    const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(platformFolder, documentId));
+    const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(m_platformFolder, documentId));
     if (copies.empty()) return {};
     const OvxUtils::Version version = info->GetVersion();
     for (const InstallLayout::ExistingCopy& copy : copies) {
         const int order = OvxUtils::Version::Compare(copy.version, version);
         if (order > 0) {
-            log.Information(subject, u"newer version already unpacked");
-            return Error{log.Information(subject, u"Already unpacked.")};
+            m_log.Information(subject, u"newer version already unpacked");
+            return Error{m_log.Information(subject, u"Already unpacked.")};
         }
         if (order < 0) {
-            log.Information(subject, u"older version already unpacked");
+            m_log.Information(subject, u"older version already unpacked");
             continue;
         }
         if (SystemIO::File::GetLastWriteTime(copy.installedCopy).value_or(0) >= packageTime) {
-            log.Write(kSameVersionNotOlder, subject);
-            return Error{log.Information(subject, u"Already unpacked.")};
+            m_log.Write(kSameVersionNotOlder, subject);
+            return Error{m_log.Information(subject, u"Already unpacked.")};
         }
     }
-    log.Information(subject, u"I should unpack!");
+    m_log.Information(subject, u"I should unpack!");
     return {};
 }
 
-OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CString& installFolder) {
-    log.Information(SubjectOf(package), u"unpack work:");
-    auto data = ExtractData(log, package);
+OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& installFolder) {
+    m_log.Information(SubjectOf(package), u"unpack work:");
+    auto data = ExtractData(m_log, package);
     if (!data) return data.TakeError();
     const ExtensionContainerInfo& info = **data;
     const OvxUtils::Guid documentId = info.GetDocumentID();
-    if (package.path) log.Associate(*package.path, documentId);
+    if (package.path) m_log.Associate(*package.path, documentId);
 
-    if (installFolder != platformFolder) return Error{log.Write(kBadInstallDirectory, documentId)};
-    if (loadedExtensions.contains(documentId)) return Error{log.Write(kAlreadyInstalled, documentId)};
+    if (installFolder != m_platformFolder) return Error{m_log.Write(kBadInstallDirectory, documentId)};
+    if (m_loadedExtensions.contains(documentId)) return Error{m_log.Write(kAlreadyInstalled, documentId)};
 
     // Every version of the extension that is there goes, older and equal ones alike.
-    const CString extensionFolder = InstallLayout::ExtensionFolder(platformFolder, documentId);
+    const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
     if (SystemIO::Folder::Exists(extensionFolder)) {
         // What stays is met by the next steps, and swept at the next start.
-        if (!SystemIO::Folder::DeleteTree(extensionFolder)) leftWorkBehind = true;
+        if (!SystemIO::Folder::DeleteTree(extensionFolder)) m_leftWorkBehind = true;
     } else if (SystemIO::File::Exists(extensionFolder)) {
         SystemIO::File::Delete(extensionFolder);
     }
-    const CString versionFolder = InstallLayout::VersionFolder(platformFolder, documentId, info.GetVersion());
+    const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
     if (!SystemIO::Folder::EnsureExists(versionFolder)) {
         const OvxUtils::Error cause = OvxUtils::SystemError(u"cannot create " + versionFolder);
-        const CString text = log.Write(kCannotOpenUnpackLocation, documentId);
-        log.Reason(kCannotOpenUnpackLocation.level, documentId, cause.text);
+        const CString text = m_log.Write(kCannotOpenUnpackLocation, documentId);
+        m_log.Reason(kCannotOpenUnpackLocation.level, documentId, cause.text);
         return Error{text};
     }
 
@@ -136,35 +136,35 @@ OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CStr
     // is the copy's too, as long as the package file stayed what it was when it was read.
     const auto unchangedSinceRead = [&] {
         const auto now = package.path ? SystemIO::File::GetIdentity(*package.path) : std::nullopt;
-        return now && packageCache.FindOpened(*package.path, *now) == package.container;
+        return now && m_packageCache.FindOpened(*package.path, *now) == package.container;
     };
     const bool readBeforeCopy = unchangedSinceRead();
     if (auto clone = package.container->Clone(installedCopy)) {
-        log.Write(kCloned, documentId);
+        m_log.Write(kCloned, documentId);
         const auto copyIdentity = SystemIO::File::GetIdentity(installedCopy);
         if (readBeforeCopy && copyIdentity && unchangedSinceRead()) {
             auto copy = std::make_shared<ExtensionContainer>();
             copy->Adopt(std::move(*clone), info.Modify());
-            packageCache.KeepOpened(installedCopy, *copyIdentity, std::move(copy));
+            m_packageCache.KeepOpened(installedCopy, *copyIdentity, std::move(copy));
         } else {
             clone->Discard();  // a fresh copy holds nothing unsaved
         }
     } else {
-        log.Write(kCloneFailed, documentId);
-        log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
+        m_log.Write(kCloneFailed, documentId);
+        m_log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
     }
     const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
     if (auto extracted = VdcContainer::ExtractFolder(*package.container, u"", unpackedFolder); !extracted) {
-        const CString text = log.Write(kErrorWhenUnpacking, documentId);
-        log.Reason(kErrorWhenUnpacking.level, documentId, extracted.ErrorText());
+        const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
+        m_log.Reason(kErrorWhenUnpacking.level, documentId, extracted.ErrorText());
         return Error{text};
     }
 
-    auto installed = OpenPackage(installedCopy);
-    if (!installed) return Error{log.Warning(documentId, installed.ErrorText())};
+    auto installed = Open(installedCopy, PackageUse::Readable);
+    if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
     installed->path = unpackedFolder;
-    log.Associate(unpackedFolder, documentId);
-    log.Information(unpackedFolder, u"unpacked successfully");
+    m_log.Associate(unpackedFolder, documentId);
+    m_log.Information(unpackedFolder, u"unpacked successfully");
     return installed;
 }
 

@@ -1,0 +1,58 @@
+// ExtensionLoader: brings unpacked extensions into the host through their installers, and
+// unloads them.
+//
+// Works on the manager's records, installer table, flags, callbacks and log, and owns
+// nothing itself; the manager makes one for each operation.
+#pragma once
+
+#include "OvxComponent/extensions/manager/extension_manager.h"
+#include "extensions/loading/installer_registry.h"
+#include "extensions/loading/loaded_extension.h"
+#include "extensions/loading/ui_resource_visitor.h"
+#include "extensions/manager/extension_log.h"
+
+#include <optional>
+#include <set>
+#include <vector>
+
+namespace OvxComponent {
+
+// The manager's loading phase: loaderActive once the host started loading, and
+// initialLoadDone once it finished; from then on a load that does not happen is a failure.
+struct LoadingPhase {
+    const bool& loaderActive;
+    const bool& initialLoadDone;
+};
+
+class ExtensionLoader {
+public:
+    ExtensionLoader(ExtensionLog& log, const InstallerTable& installers, LoadedExtensions& loadedExtensions,
+                    LoadingPhase phase, HostFileCallbacks host)
+        : m_log(log), m_installers(installers), m_loadedExtensions(loadedExtensions), m_phase(phase),
+          m_files(log, loadedExtensions, host), m_uiReload(host.uiReload) {}
+
+    // Loads when it can; nothing when the extension stays unpacked or fails.
+    std::optional<LoadedExtension> TryLoad(const OpenedPackage& unpacked);
+    // Loads when the loader is active and the extension's installer is alive; otherwise
+    // the extension waits.
+    LoadOutcome LoadIfReady(OpenedPackage unpacked);
+    // Loads through the installer of the extension's type, or fails.
+    OvxUtils::Result<LoadedExtension> LoadFromPath(OpenedPackage unpacked);
+
+    UnloadOutcome Unload(std::shared_ptr<IExtensionState> state, bool skipUiReload);
+    std::optional<std::shared_ptr<IExtensionState>> Find(const OvxUtils::Guid& documentId) const;
+    std::vector<UnloadOutcome> UnloadAll();
+    // Unloads every extension of mimeTypes through installer, whose registration the host
+    // has just released, and reloads the UI once when one of them had UI files.
+    void UnloadServedBy(const std::set<CString>& mimeTypes, const IExtensionInstaller& installer);
+
+private:
+    ExtensionLog& m_log;
+    const InstallerTable& m_installers;
+    LoadedExtensions& m_loadedExtensions;
+    LoadingPhase m_phase;
+    UiResourceVisitor m_files;
+    const std::function<void()>& m_uiReload;
+};
+
+}  // namespace OvxComponent

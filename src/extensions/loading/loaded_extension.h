@@ -1,0 +1,45 @@
+// What passes between unpacking and loading: a package opened as a container, an
+// extension loaded from one, and what came of an attempt to load.
+#pragma once
+
+#include "OvxComponent/extensions/format/extension_container.h"
+#include "OvxComponent/extensions/loading/extension_state.h"
+#include "OvxComponent/platform/result.h"
+
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <variant>
+
+namespace OvxComponent {
+
+// A package opened as a container, with the path it was opened from; for an unpacked
+// extension, the path is its unpacked folder.
+struct OpenedPackage {
+    std::shared_ptr<ExtensionContainer> container;
+    std::optional<CString> path;
+};
+
+struct LoadedExtension {
+    std::shared_ptr<IExtensionState> state;  // null once the extension is unloaded
+    std::shared_ptr<ExtensionContainer> container;
+    CString path;
+};
+
+// The manager's records of loaded extensions, by document ID. A record is never erased on
+// its own: unloading nulls its state.
+using LoadedExtensions = std::unordered_map<OvxUtils::Guid, LoadedExtension>;
+
+// An extension that stays unpacked and waits; the package is handed back to try again.
+struct NotLoaded {
+    OpenedPackage waiting;
+};
+
+// An attempt to load: loaded, waiting, or failed with the text that was logged.
+using LoadOutcome = OvxUtils::Result<std::variant<LoadedExtension, NotLoaded>>;
+
+inline const LoadedExtension* LoadedOf(const LoadOutcome& outcome) {
+    return outcome ? std::get_if<LoadedExtension>(&*outcome) : nullptr;
+}
+
+}  // namespace OvxComponent

@@ -1,0 +1,55 @@
+// PackageUnpacker: opens packages, decides whether they are to be unpacked, and unpacks
+// them into the install layout below the platform folder.
+//
+// Works on the manager's folder, requirement predicates, records, package cache and log,
+// and owns nothing itself; the manager makes one for each operation.
+#pragma once
+
+#include "extensions/loading/loaded_extension.h"
+#include "extensions/manager/extension_log.h"
+#include "extensions/manager/package_cache.h"
+
+#include <cstdint>
+#include <functional>
+
+namespace OvxComponent {
+
+using OpenResult = OvxUtils::Result<OpenedPackage>;
+
+// What an opened package is for: reading its files (unpacking, loading), or only its
+// record (deciding, scanning), which a file unchanged since it was last read answers from
+// the manager's PackageCache without reading it again.
+enum class PackageUse { Readable, RecordOnly };
+
+// The host's answers to requirement checks, as the manager holds them.
+struct RequirementPredicates {
+    const std::function<bool(CString)>& requirementText;
+    const std::function<bool(ExtensionAppSupport)>& appSupported;
+};
+
+class PackageUnpacker {
+public:
+    PackageUnpacker(ExtensionLog& log, const CString& platformFolder, RequirementPredicates host,
+                    const LoadedExtensions& loadedExtensions, PackageCache& packageCache, bool& leftWorkBehind)
+        : m_log(log), m_platformFolder(platformFolder), m_host(host), m_loadedExtensions(loadedExtensions),
+          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind) {}
+
+    // With RecordOnly the container may be a record without an open archive; the log
+    // lines and the requirement check are the same either way.
+    OpenResult Open(const CString& path, PackageUse use);
+    // Whether the package should be unpacked; the error text says why not.
+    OvxUtils::Result<void> ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime);
+    // Unpacks into installFolder, which must be the platform folder; the result is the
+    // installed copy with the unpacked folder as its path.
+    OpenResult Unpack(const OpenedPackage& package, const CString& installFolder);
+
+private:
+    ExtensionLog& m_log;
+    const CString& m_platformFolder;
+    RequirementPredicates m_host;
+    const LoadedExtensions& m_loadedExtensions;
+    PackageCache& m_packageCache;
+    bool& m_leftWorkBehind;  // set when a tree could not be deleted: the next start repairs
+};
+
+}  // namespace OvxComponent
