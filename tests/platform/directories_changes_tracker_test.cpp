@@ -54,19 +54,19 @@ struct Calls {
     bool WaitBeyond(int than) const {
         return WaitFor([&] { return *count > than; });
     }
-    // Waits until no call came for a while: a step of a test starts after the calls of
-    // the step before it are over.
-    int Settle() const {
+    // The count once no call came for a while: only a check that something was *not*
+    // called needs it, since a change may be reported by more than one call.
+    int Quiet() const {
         for (int last = Count();; last = Count()) {
-            std::this_thread::sleep_for(300ms);
+            std::this_thread::sleep_for(100ms);
             if (Count() == last) return last;
         }
     }
 };
 
-// Makes a change once the calls of what came before are over, and expects a call for it.
+// Makes a change and expects a call after it.
 void ExpectCallFor(const Calls& calls, const char* what, const std::function<void()>& change) {
-    const int before = calls.Settle();
+    const int before = calls.Count();
     change();
     EXPECT_TRUE(calls.WaitBeyond(before)) << "no call after: " << what;
 }
@@ -214,12 +214,15 @@ TEST(DirectoriesChangesTracker, FollowsFoldersMadeOrMovedAfterTrackingStarted) {
     ExpectCallFor(calls, "rename", [&] { Rename(temp / u"new/deeper/second.txt", temp / u"new/deeper/third.txt"); });
     ExpectCallFor(calls, "delete", [&] { File::Delete(temp / u"new/deeper/third.txt"); });
     ExpectCallFor(calls, "folder rename", [&] { Rename(temp / u"new", temp / u"moved"); });
+    // What follows shows that the watch followed: it must not be a late call of the move.
+    calls.Quiet();
     ExpectCallFor(calls, "file in the moved folder", [&] { temp.WriteFile(u"moved/deeper/fourth.txt", "x"); });
 
     // A folder filled outside the tree and moved in.
     TempFolder outside;
     outside.WriteFile(u"package/content.txt", "x");
     ExpectCallFor(calls, "folder moved in", [&] { Rename(outside / u"package", temp / u"package"); });
+    calls.Quiet();
     ExpectCallFor(calls, "file in it", [&] { temp.WriteFile(u"package/later.txt", "x"); });
 }
 
@@ -247,10 +250,10 @@ TEST(DirectoriesChangesTracker, KeepsTrackingsApartAndListsThemUntilReleased) {
     EXPECT_EQ(active[1].owner, u"second owner");
 
     ExpectCallFor(firstCalls, "first folder", [&] { first.WriteFile(u"a.txt", "x"); });
-    const int firstCount = firstCalls.Settle();
+    const int firstCount = firstCalls.Quiet();
     EXPECT_EQ(secondCalls.Count(), 0);
     ExpectCallFor(secondCalls, "second folder", [&] { second.WriteFile(u"b.txt", "x"); });
-    secondCalls.Settle();
+    secondCalls.Quiet();
     EXPECT_EQ(firstCalls.Count(), firstCount);
 
     firstHandle.reset();
@@ -282,7 +285,9 @@ TEST(DirectoriesChangesTracker, CallsNothingOnceReleasedWhileChangesGoOn) {
     EXPECT_TRUE(probe.WaitBeyond(probe.Count() + 2));
     writing = false;
     writer.join();
-    probe.Settle();
+    // The tracker serves a folder's changes in order: once the probe has seen a change
+    // made after the writer stopped, every earlier one has been served.
+    ExpectCallFor(probe, "last change", [&] { temp.WriteFile(u"last", "x"); });
     EXPECT_EQ(released.Count(), atRelease);
 }
 
@@ -379,6 +384,7 @@ TEST(DirectoriesChangesTracker, KeepsReportingAfterItsQueueOverflows) {
     const int held = calls.Count();
     gate.set_value();
     EXPECT_TRUE(calls.WaitBeyond(held));
+    calls.Quiet();
     ExpectCallFor(calls, "file in the folder made during the overflow",
                   [&] { temp.WriteFile(u"made meanwhile/late.txt", "x"); });
 }
