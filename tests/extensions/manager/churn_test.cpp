@@ -1,6 +1,7 @@
-// Churn: eighty packages added, replaced, torn and removed in a tracked source
-// folder, with host restarts in between, checked step by step against a small model of
-// the unpack, load and removal rules.
+// Churn: eighty packages added, replaced, torn and removed in a tracked source folder,
+// with host restarts in between, checked step by step against a small model of the
+// unpack, load and removal rules: what is loaded, what is installed, and how often the
+// installer loaded and unloaded.
 #include "test_host.h"
 
 #include "platform/system_io/file.h"
@@ -63,31 +64,7 @@ std::string VersionText(int version) { return OvxUtils::Version(kVersions[versio
 
 std::string GuidText(int id) { return TestGuid(id).ToString().ToUtf8(); }
 
-std::string Quoted(const CString& path) { return "\"" + path.ToUtf8() + "\""; }
-
-// The log lines whose counts the model predicts; everything else in the log is ignored.
-constexpr std::string_view kCountedEndings[] = {" Extension already loaded.", " Already unpacked.", " auto loaded",
-                                               " auto load failed", " as an extension", " unload successful"};
 const std::string kRescanLine = "(Information): \"manager\" changes detected, scanning for changes";
-
-bool Counted(const std::string& line) {
-    return std::any_of(std::begin(kCountedEndings), std::end(kCountedEndings),
-                       [&](std::string_view ending) { return line.ends_with(ending); });
-}
-
-// The lines whose counts differ, for a readable failure.
-std::string CountDifferences(const std::map<std::string, int>& actual, const std::map<std::string, int>& expected) {
-    std::map<std::string, std::pair<int, int>> both;
-    for (const auto& [line, count] : actual) both[line].first = count;
-    for (const auto& [line, count] : expected) both[line].second = count;
-    std::string differences;
-    for (const auto& [line, counts] : both) {
-        if (counts.first == counts.second) continue;
-        differences += "\n  " + line + ": logged " + std::to_string(counts.first) + ", expected " +
-                       std::to_string(counts.second);
-    }
-    return differences;
-}
 
 // What the source folder holds at one path.
 struct SourceFile {
@@ -124,8 +101,6 @@ public:
             const SourceFile& file = files.at(path);
             if (file.torn) {
                 ++rulesMet["torn package skipped"];
-                // Refused twice: by the unpack check and by the scan for present packages.
-                lines["(Information): " + Quoted(path) + " Cannot open " + path.ToUtf8() + " as an extension"] += 2;
                 continue;
             }
             present.insert(file.id);
@@ -134,13 +109,9 @@ public:
             // every package of it is refused until then, the one it was loaded from too.
             if (extension.known) {
                 ++rulesMet[extension.installed ? "loaded extension refused" : "removed extension refused"];
-                ++lines["(Warning): " + Quoted(path) + " Extension already loaded."];
                 continue;
             }
-            if (extension.installed && !Replaces(file, *extension.installed)) {
-                ++lines["(Information): " + Quoted(path) + " Already unpacked."];
-                continue;
-            }
+            if (extension.installed && !Replaces(file, *extension.installed)) continue;
             if (extension.installed && extension.installed->version != file.version &&
                 CompareVersions(file.version, extension.installed->version) == 0) {
                 ++rulesMet["equal version of another name replaces"];
@@ -149,9 +120,6 @@ public:
             if (extension.served) {
                 extension.known = extension.loaded = true;
                 ++loads;
-                ++lines["(Information): " + Quoted(path) + " auto loaded"];
-            } else {
-                ++lines["(Error): " + Quoted(path) + " auto load failed"];
             }
         }
         for (int id = 0; id < kIds; ++id) {
@@ -161,7 +129,6 @@ public:
             if (extension.loaded) ++unloads;
             extension.loaded = false;
             extension.installed.reset();
-            ++lines["(Information): " + GuidText(id) + " unload successful"];
         }
     }
 
@@ -180,7 +147,6 @@ public:
 
     std::map<CString, SourceFile> files;
     std::array<Extension, kIds> extensions;
-    std::map<std::string, int> lines;
     std::map<std::string, int> rulesMet;  // how often each rule decided
     int loads = 0;
     int unloads = 0;
@@ -318,9 +284,9 @@ protected:
     }
 
     // Runs the main thread's queue until a rescan that began after the last change has
-    // finished; false after the deadline. Every rescan is replayed on the model, and the
-    // counted log lines are added up, whenever they come: a burst of notifications may
-    // give extra rescans in a later step, which then see that step's folder.
+    // finished; false after the deadline. Every rescan is replayed on the model whenever
+    // it comes: a burst of notifications may give extra rescans in a later step, which
+    // then see that step's folder.
     bool PumpRescan() {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         int rescans = 0;
@@ -331,8 +297,6 @@ protected:
                 if (line == kRescanLine) {
                     ++rescans;
                     model.Rescan(SystemIO::Folder::GetFiles(host.source, true));
-                } else if (Counted(line)) {
-                    ++lines[line];
                 }
             }
             if (ran == 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
@@ -369,8 +333,6 @@ protected:
         }
         EXPECT_EQ(loaded, expectedLoaded);
         EXPECT_EQ(InstalledFolders(), installed);
-        const std::string differences = CountDifferences(lines, model.lines);
-        EXPECT_TRUE(differences.empty()) << "counted log lines:" << differences;
         EXPECT_EQ(static_cast<int>(installer->loadedPaths.size()), model.loads);
         EXPECT_EQ(installer->unloads, model.unloads);
     }
@@ -383,7 +345,6 @@ protected:
     std::mt19937 random{kSeed};
     const std::uint64_t startTicks = NowTicks();
     Model model;
-    std::map<std::string, int> lines;  // the counted lines of the log
     int restarts = 0;
     int writes = 0;
 };
@@ -400,13 +361,6 @@ TEST_F(ManagerChurn, FollowsTheUnpackLoadAndRemovalRulesThroughAddsReplacementsA
     }
 
     // The run has to have met every rule for the checks above to mean something.
-    std::map<std::string_view, int> endings;
-    for (const auto& [line, count] : lines) {
-        for (std::string_view ending : kCountedEndings) {
-            if (line.ends_with(ending)) endings[ending] += count;
-        }
-    }
-    for (std::string_view ending : kCountedEndings) EXPECT_GT(endings[ending], 0) << "never seen:" << ending;
     EXPECT_GT(restarts, 0);
     for (const char* rule : {"torn package skipped", "loaded extension refused", "removed extension refused",
                              "newer version replaces", "older version refused",
