@@ -12,7 +12,7 @@ using OvxUtils::Error;
 // The metadata of an unpacked extension, or the logged reason why it has none.
 OvxUtils::Result<const ExtensionContainerInfo*> ReadMetadata(ExtensionLog& log, const OpenedPackage& unpacked,
                                                              const CString& path) {
-    if (unpacked.container && unpacked.container->GetInfo()) return unpacked.container->GetInfo();
+    if (const ExtensionContainerInfo* info = InfoOf(unpacked)) return info;
     CString reason = unpacked.container ? unpacked.container->GetInfoError() : CString(u"the package is not open");
     if (reason.IsEmpty()) reason = u"the package has no extension metadata";
     return Error{log.Warning(path, reason)};

@@ -20,6 +20,11 @@ struct OpenedPackage {
     std::optional<CString> path;
 };
 
+// The package's metadata record; null when it is not open or has none.
+inline const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) {
+    return package.container ? package.container->GetInfo() : nullptr;
+}
+
 struct LoadedExtension {
     std::shared_ptr<IExtensionState> state;  // null once the extension is unloaded
     std::shared_ptr<ExtensionContainer> container;

@@ -198,8 +198,4 @@ void ExtensionManagerImpl::SetResourceLoader(ResourceLoader loader) {
     resourceLoader = std::move(loader);
 }
 
-const ExtensionContainerInfo* ExtensionManagerImpl::InfoOf(const OpenedPackage& package) const {
-    return package.container ? package.container->GetInfo() : nullptr;
-}
-
 }  // namespace OvxComponent

@@ -125,7 +125,6 @@ private:
     void DispatchRescan(const CString& folder, std::shared_ptr<std::atomic<bool>> pending = nullptr);
     // Calls the failure notifier when failures are recorded; any thread.
     void NotifyFailures();
-    const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) const;
 
     InstallerTable installers;
     LoadedExtensions loadedExtensions;

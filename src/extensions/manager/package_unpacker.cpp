@@ -21,7 +21,7 @@ CString SubjectOf(const OpenedPackage& package) { return package.path.value_or(C
 
 // The package's metadata record, or the logged reason why it has none.
 OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, const OpenedPackage& package) {
-    const ExtensionContainerInfo* info = package.container ? package.container->GetInfo() : nullptr;
+    const ExtensionContainerInfo* info = InfoOf(package);
     if (info != nullptr) {
         log.Write(kOpening, info->GetDocumentID());
         return info;
@@ -75,7 +75,7 @@ OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
 OvxUtils::Result<void> PackageUnpacker::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
     const CString subject = SubjectOf(package);
     m_log.Information(subject, u"should I unpack?");
-    const ExtensionContainerInfo* info = package.container ? package.container->GetInfo() : nullptr;
+    const ExtensionContainerInfo* info = InfoOf(package);
     if (info == nullptr) return Error{m_log.Write(kFileFormatError, subject)};
     const OvxUtils::Guid documentId = info->GetDocumentID();
     if (m_loadedExtensions.contains(documentId)) return Error{m_log.Write(kAlreadyLoaded, subject)};
