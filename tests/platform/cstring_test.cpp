@@ -1,3 +1,4 @@
+// CString: UTF-16 storage, ordering and case-insensitive comparison.
 #include "OvxComponent/platform/cstring.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// UTF-8 and UTF-16 conversion, malformed input included.
 #include "platform/data_encoding.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// CDirectoriesChangesTracker on real folders: what it reports, releases, and survives.
 #include "platform/directory_tracker/directories_changes_tracker.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"

@@ -1,3 +1,4 @@
+// Guid: its text form and what FromString accepts.
 #include "OvxComponent/platform/guid.h"
 
 #include <gtest/gtest.h>

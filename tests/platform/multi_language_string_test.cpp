@@ -1,3 +1,4 @@
+// MultiLanguageString: its text form both ways, and keyword lists.
 #include "OvxComponent/platform/multi_language_string.h"
 
 #include <gtest/gtest.h>

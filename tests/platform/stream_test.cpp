@@ -1,3 +1,4 @@
+// FileStream: bytes written, sharing and failures; and the stream base hosts derive from.
 #include "platform/stream/file_stream.h"
 #include "platform/system_io/file.h"
 #include "support/temp_folder.h"

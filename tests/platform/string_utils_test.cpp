@@ -1,3 +1,4 @@
+// Splitting and number parsing of strings.
 #include "platform/string_utils.h"
 
 #include <gtest/gtest.h>

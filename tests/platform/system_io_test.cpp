@@ -1,3 +1,4 @@
+// Path, File and Folder: path arithmetic, and files and folders on disk.
 #include "platform/stream/file_stream.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"

@@ -1,3 +1,4 @@
+// ThreadLock, Singleton and Any.
 #include "OvxComponent/platform/any.h"
 #include "OvxComponent/platform/guid.h"
 #include "OvxComponent/platform/singleton.h"

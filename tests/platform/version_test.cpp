@@ -1,3 +1,4 @@
+// Version: text form, parsing and comparison.
 #include "OvxComponent/platform/version.h"
 
 #include <gtest/gtest.h>

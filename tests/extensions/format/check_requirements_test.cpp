@@ -1,3 +1,5 @@
+// CheckRequirements and FirstUnmetRequirement: the order of the steps, where they stop, and
+// the bounds of ranges.
 #include "OvxComponent/extensions/format/check_requirements.h"
 
 #include "OvxComponent/extensions/format/extension_container_info.h"

@@ -1,3 +1,4 @@
+// The text forms of the package format's enumerations, which packages store.
 #include "OvxComponent/extensions/format/extension_app_support.h"
 #include "OvxComponent/extensions/format/extension_entry_point_type.h"
 #include "OvxComponent/extensions/format/runtime_bits.h"

@@ -1,3 +1,4 @@
+// ExtensionContainerInfo: the record's defaults, its ranges and lists from text, and copies.
 #include "OvxComponent/extensions/format/extension_container_info.h"
 
 #include <gmock/gmock.h>

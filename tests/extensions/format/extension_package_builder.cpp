@@ -1,3 +1,4 @@
+// Packs extension packages for the tests from a recipe.
 #include "extension_package_builder.h"
 
 #include "OvxComponent/container/zip_container.h"

@@ -1,7 +1,7 @@
+// PackFiles: where packed files go, and what it refuses.
 #include "OvxComponent/extensions/format/extension_packing.h"
 
 #include "OvxComponent/container/zip_container.h"
-#include "OvxComponent/extensions/format/extension_container_schema.h"
 #include "extension_package_builder.h"
 #include "support/temp_folder.h"
 
@@ -29,29 +29,6 @@ std::vector<CString> ContentEntries(const CString& path) {
         if (entry.name.Left(8) == u"content/") names.push_back(entry.name);
     }
     return names;
-}
-
-TEST(ExtensionPacking, FileExtensionIsTheSchemaValue) {
-    EXPECT_EQ(Get_Extension_FileExtension(), CString(u"OrvexExtension"));
-}
-
-TEST(ExtensionPacking, ClassRecognisesOneMimeTypeAndMakesADefaultRecord) {
-    const VdcContainer::SubtypeClass subtypeClass = ExtensionContainerClass()();
-    EXPECT_EQ(subtypeClass.mimeTypes, std::vector<CString>{u"application/x-vnd.orvex.zcf.qpsaddon+zip"});
-    EXPECT_EQ(subtypeClass.mainRootFile.name, CString(u"extension.xml"));
-    EXPECT_EQ(subtypeClass.mainRootFile.rootElement, ExtensionContainerSchema::xml::extension_root_node);
-    EXPECT_EQ(subtypeClass.mainRootFile.mimeType, CString(u"application/x-vnd.orvex.zcf.qpsaddon+xml"));
-    EXPECT_TRUE(subtypeClass.mainRootFile.kind.IsEmpty());
-    EXPECT_TRUE(subtypeClass.mainRootFile.title.IsEmpty());
-
-    ASSERT_TRUE(subtypeClass.factory);
-    auto document = VdcContainer::XmlNS::Document::Create(ExtensionContainerSchema::xml::extension_root_node);
-    const auto made = subtypeClass.factory(VdcContainer::Metadata::Container(), document->Root(), {});
-    const auto* info = dynamic_cast<const ExtensionContainerInfo*>(made.get());
-    ASSERT_NE(info, nullptr);
-    EXPECT_EQ(info->data(), ExtensionData());
-    EXPECT_TRUE(info->GetInstanceID().IsNull());
-    EXPECT_TRUE(info->GetDerivedFrom().empty());
 }
 
 TEST(ExtensionPacking, FailingOpenerGivesAnEmptyHandle) {

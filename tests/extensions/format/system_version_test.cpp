@@ -1,3 +1,4 @@
+// The running system's version against the bounds of a requirement.
 #include "extensions/format/system_version.h"
 
 #include <gtest/gtest.h>
