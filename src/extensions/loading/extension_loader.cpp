@@ -12,10 +12,9 @@ using OvxUtils::Error;
 // The metadata of an unpacked extension, or the logged reason why it has none.
 OvxUtils::Result<const ExtensionContainerInfo*> ReadMetadata(ExtensionLog& log, const OpenedPackage& unpacked,
                                                              const CString& path) {
-    if (const ExtensionContainerInfo* info = InfoOf(unpacked)) return info;
-    CString reason = unpacked.container ? unpacked.container->GetInfoError() : CString(u"the package is not open");
-    if (reason.IsEmpty()) reason = u"the package has no extension metadata";
-    return Error{log.Warning(path, reason)};
+    auto info = MetadataOf(unpacked);
+    if (!info) return Error{log.Warning(path, info.ErrorText())};
+    return info;
 }
 
 }  // namespace

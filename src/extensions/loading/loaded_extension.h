@@ -6,6 +6,7 @@
 #include "OvxComponent/extensions/loading/extension_state.h"
 #include "OvxComponent/platform/result.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -18,11 +19,20 @@ namespace OvxComponent {
 struct OpenedPackage {
     std::shared_ptr<ExtensionContainer> container;
     std::optional<CString> path;
+    std::uint64_t fileTime = 0;  // the package file's last write time when it was opened
 };
 
 // The package's metadata record; null when it is not open or has none.
 inline const ExtensionContainerInfo* InfoOf(const OpenedPackage& package) {
     return package.container ? package.container->GetInfo() : nullptr;
+}
+
+// The package's metadata record, or why it has none.
+inline OvxUtils::Result<const ExtensionContainerInfo*> MetadataOf(const OpenedPackage& package) {
+    if (const ExtensionContainerInfo* info = InfoOf(package)) return info;
+    if (!package.container) return OvxUtils::Error{u"the package is not open"};
+    const CString reason = package.container->GetInfoError();
+    return OvxUtils::Error{reason.IsEmpty() ? CString(u"the package has no extension metadata") : reason};
 }
 
 struct LoadedExtension {

@@ -71,8 +71,7 @@ void ExtensionManagerImpl::Rescan(const CString& folder) {
         if (!IsPackageFile(path)) continue;
         log.Information(path, u"should I load?");
         auto package = OpenPackage(path, PackageUse::RecordOnly);
-        const bool unpack =
-            package && ShouldUnpack(*package, SystemIO::File::GetLastWriteTime(path).value_or(0)).HasValue();
+        const bool unpack = package && ShouldUnpack(*package, package->fileTime).HasValue();
         if (unpack) {
             log.Information(path, u"unpacking...");
             AutoLoad(path);
@@ -99,7 +98,7 @@ void ExtensionManagerImpl::AutoLoad(const CString& path) {
     };
     auto package = OpenPackage(path);
     if (!package) return fail(package.ErrorText());
-    if (auto decision = ShouldUnpack(*package, SystemIO::File::GetLastWriteTime(path).value_or(0)); !decision) {
+    if (auto decision = ShouldUnpack(*package, package->fileTime); !decision) {
         return fail(decision.ErrorText());
     }
     auto unpacked = Unpack(*package, platformFolder);

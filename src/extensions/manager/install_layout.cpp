@@ -35,7 +35,6 @@ CString UnpackedFolder(const CString& versionFolder) { return Path::Combine(vers
 
 std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder) {
     std::vector<ExistingCopy> copies;
-    if (!OvxUtils::SystemIO::Folder::Exists(extensionFolder)) return copies;
     for (const CString& folder : OvxUtils::SystemIO::Folder::GetSubfolders(extensionFolder, false)) {
         // Work in progress (a version being deleted) is no copy.
         if (OvxUtils::SystemIO::TemporaryName::IsTemporary(Path::GetFileName(folder))) continue;

@@ -21,14 +21,14 @@ CString SubjectOf(const OpenedPackage& package) { return package.path.value_or(C
 
 // The package's metadata record, or the logged reason why it has none.
 OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, const OpenedPackage& package) {
-    const ExtensionContainerInfo* info = InfoOf(package);
-    if (info != nullptr) {
-        log.Write(kOpening, info->GetDocumentID());
+    auto info = MetadataOf(package);
+    if (info) {
+        log.Write(kOpening, (*info)->GetDocumentID());
         return info;
     }
     if (package.path) {
         const CString text = log.Write(kNoValidInfo, *package.path);
-        if (package.container) log.Reason(kNoValidInfo.level, *package.path, package.container->GetInfoError());
+        if (package.container) log.Reason(kNoValidInfo.level, *package.path, info.ErrorText());
         return Error{text};
     }
     return Error{log.Write(kWithoutInfo, CString(kManagerSubject))};
@@ -48,7 +48,8 @@ OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
     // The identity is taken before anything is read: a file that changes while it is read
     // does not match it afterwards, and is read again.
     const auto identity = SystemIO::File::GetIdentity(path);
-    OpenedPackage package{identity ? m_packageCache.FindOpened(path, *identity) : nullptr, path};
+    OpenedPackage package{identity ? m_packageCache.FindOpened(path, *identity) : nullptr, path,
+                          identity ? identity->lastWrite : 0};
     if (!package.container && use == PackageUse::RecordOnly && identity) {
         if (auto record = m_packageCache.Find(path, *identity)) {
             package.container = std::make_shared<ExtensionContainer>();
