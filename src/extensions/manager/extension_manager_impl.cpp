@@ -131,6 +131,15 @@ PackageUnpacker ExtensionManagerImpl::Unpacker() {
     return {log, platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind};
 }
 
+ExtensionScanner ExtensionManagerImpl::Scanner() {
+    return {log, platformFolder, sourceFolders, {installRepairDone, leftWorkBehind}, Unpacker(), Loader()};
+}
+
+SourceRescan ExtensionManagerImpl::Rescanner() {
+    const LoadingPhase phase{loaderActive, initialLoadDone};
+    return {log, platformFolder, phase, leftWorkBehind, packageCache, Unpacker(), Loader(), Scanner()};
+}
+
 HostFileCallbacks ExtensionManagerImpl::HostFiles() const {
     return {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag};
 }
@@ -158,6 +167,20 @@ OvxUtils::Result<void> ExtensionManagerImpl::ShouldUnpack(const OpenedPackage& p
 
 OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CString& installFolder) {
     return Unpacker().Unpack(package, installFolder);
+}
+
+std::vector<UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded, PackageUse use) {
+    return Scanner().VerifyUnpacked(skipLoaded, use);
+}
+
+std::vector<OpenedPackage> ExtensionManagerImpl::ScanSourceFolders() { return Scanner().ScanSourceFolders(); }
+
+void ExtensionManagerImpl::Rescan(const CString& folder) { Rescanner().Rescan(folder); }
+
+void ExtensionManagerImpl::AutoLoad(const CString& path) { Rescanner().AutoLoad(path); }
+
+UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& documentId) {
+    return Rescanner().RemoveExtension(documentId);
 }
 
 std::optional<LoadedExtension> ExtensionManagerImpl::TryLoad(const OpenedPackage& unpacked) {

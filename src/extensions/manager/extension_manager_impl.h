@@ -11,11 +11,12 @@
 //   extensions/loading/extension_loader      loading and unloading through installers
 //   extensions/loading/ui_resource_visitor   handing UI and resource files to the host
 //   extensions/manager/package_unpacker      opening, the unpack decision, unpacking
+//   extensions/manager/extension_scanner     the verification scan and the source scan
+//   extensions/manager/source_rescan         rescans, auto loading and removal
 //   extensions/manager/install_repair        repairing what a crash left
 // The manager's own files compose them: extension_manager_impl.cpp (construction, the
-// small operations and the delegation to the parts), initial_loading.cpp (the start-up
-// pass, verification and the scan of the source folders) and change_tracking.cpp
-// (tracking, rescans and removal).
+// small operations and the delegation to the parts) and loading_and_tracking.cpp (the
+// start-up pass, the end of loading, and the tracking of the source folders).
 // The class is internal: hosts hold IExtensionManager; the project's tests and tools,
 // which link the library statically, drive the steps that the interface runs as a whole.
 #pragma once
@@ -27,7 +28,9 @@
 #include "extensions/loading/ui_resource_visitor.h"
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/package_cache.h"
+#include "extensions/manager/extension_scanner.h"
 #include "extensions/manager/package_unpacker.h"
+#include "extensions/manager/source_rescan.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"
 
 #include <atomic>
@@ -89,23 +92,12 @@ public:
     LoadOutcome LoadIfReady(OpenedPackage unpacked);
     OvxUtils::Result<LoadedExtension> LoadFromPath(OpenedPackage unpacked);
 
-    // The start-up pass and the scans.
+    // The start-up pass, and the scans (see ExtensionScanner).
     void RunInitialLoadingPass();
-    // An unpacked extension found below the platform folder; no container when its
-    // installed copy is missing or unusable (it does not open, or its unpacked files are
-    // incomplete and cannot be extracted again).
-    struct UnpackedCandidate {
-        CString folder;
-        OpenedPackage package;
-        bool unusable = false;  // the installed copy is there but cannot be loaded from
-    };
-    // With skipLoaded, extensions that are loaded now are left out without being opened.
-    // The first scan of the manager's life also repairs: it sweeps the debris of
-    // interrupted work and extracts again the unpacked folders that are incomplete.
     std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded = false, PackageUse use = PackageUse::Readable);
     std::vector<OpenedPackage> ScanSourceFolders();
 
-    // Change tracking.
+    // Change tracking (see SourceRescan).
     void Rescan(const CString& folder);
     void AutoLoad(const CString& path);
     UnloadOutcome RemoveExtension(const OvxUtils::Guid& documentId);
@@ -118,6 +110,8 @@ private:
     ExtensionLoader Loader();
     UiResourceVisitor UiResources();
     PackageUnpacker Unpacker();
+    ExtensionScanner Scanner();
+    SourceRescan Rescanner();
     HostFileCallbacks HostFiles() const;
 
     // Hands a rescan of folder to the main thread; any thread. pending, when given, is

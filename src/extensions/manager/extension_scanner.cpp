@@ -1,0 +1,98 @@
+// ExtensionScanner: the verification scan of the unpacked extensions, with the repair of
+// the first one, and the scan of the source folders.
+#include "extensions/manager/extension_scanner.h"
+
+#include "extensions/manager/install_layout.h"
+#include "extensions/manager/install_repair.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+
+#include <utility>
+
+namespace OvxComponent {
+
+namespace {
+
+namespace SystemIO = OvxUtils::SystemIO;
+using namespace LogMessages;
+
+}  // namespace
+
+std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded, PackageUse use) {
+    std::vector<UnpackedCandidate> verified;
+    if (!SystemIO::Folder::Exists(m_platformFolder)) return verified;
+    // The first scan of the manager's life repairs what a crash may have left: thoroughly
+    // when the last session did not end cleanly.
+    const bool repair = !std::exchange(m_repair.installRepairDone, true);
+    const auto depth = repair ? InstallRepair::BeginSession(m_platformFolder) : InstallRepair::Depth::Quick;
+    const bool sweep = repair && depth == InstallRepair::Depth::Thorough;
+    if (sweep) {
+        m_log.Write(kThoroughRepair, CString(kManagerSubject));
+        if (!InstallRepair::SweepFolder(m_log, m_platformFolder)) m_repair.leftWorkBehind = true;
+    }
+    for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(m_platformFolder, false)) {
+        const CString folderName = SystemIO::Path::GetFileName(extensionFolder);
+        const std::optional<OvxUtils::Guid> folderId = OvxUtils::Guid::FromString(folderName);
+        if (!folderId) continue;
+        // An extension that is loaded is not opened again just to be left out.
+        if (skipLoaded && m_loader.Find(*folderId)) continue;
+        if (sweep && !InstallRepair::SweepFolder(m_log, extensionFolder)) m_repair.leftWorkBehind = true;
+        for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
+            const CString versionFolder = SystemIO::Path::GetParentFolder(copy.installedCopy);
+            const CString versionName = SystemIO::Path::GetFileName(versionFolder);
+            if (!OvxUtils::Version::TryParse(versionName)) continue;
+            if (sweep && !InstallRepair::SweepFolder(m_log, versionFolder)) m_repair.leftWorkBehind = true;
+            const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
+            if (!SystemIO::File::Exists(copy.installedCopy)) {
+                m_log.Warning(unpackedFolder, u"File does not exist: " + copy.installedCopy);
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder}});
+                continue;
+            }
+            // The repair needs the archive; after it, a record answers what is asked here.
+            auto installed = m_unpacker.Open(copy.installedCopy, repair ? PackageUse::Readable : use);
+            if (!installed) {
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
+                continue;
+            }
+            const ExtensionContainerInfo& info = *InfoOf(*installed);
+            bool mismatch = false;
+            if (info.GetDocumentID().ToString() != folderName) {
+                m_log.Write(kGuidMismatch, unpackedFolder);
+                mismatch = true;
+            }
+            if (info.GetVersionAsString() != versionName) {
+                m_log.Write(kVersionMismatch, unpackedFolder);
+                mismatch = true;
+            }
+            if (mismatch) continue;
+            if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, depth)) {
+                if (auto extracted = InstallRepair::ExtractAgain(installed->container->Container(), unpackedFolder);
+                    !extracted) {
+                    m_log.Write(kCannotExtractAgain, unpackedFolder);
+                    m_log.Reason(kCannotExtractAgain.level, unpackedFolder, extracted.ErrorText());
+                    m_repair.leftWorkBehind = true;
+                    verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
+                    continue;
+                }
+                m_log.Write(kExtractedAgain, unpackedFolder);
+            }
+            m_log.Associate(unpackedFolder, info.GetDocumentID());
+            installed->path = unpackedFolder;
+            verified.push_back({unpackedFolder, std::move(*installed)});
+        }
+    }
+    return verified;
+}
+
+std::vector<OpenedPackage> ExtensionScanner::ScanSourceFolders() {
+    std::vector<OpenedPackage> packages;
+    for (const ExtensionSourceFolder& source : m_sourceFolders) {
+        for (const CString& file : SystemIO::Folder::GetFiles(source.folder, true)) {
+            if (auto package = m_unpacker.Open(file, PackageUse::RecordOnly)) packages.push_back(std::move(*package));
+        }
+    }
+    return packages;
+}
+
+}  // namespace OvxComponent

@@ -1,0 +1,44 @@
+// SourceRescan: what a change in a source folder leads to. New or newer packages are
+// unpacked and loaded at once ("auto load"), and extensions whose package has gone from
+// every source folder are unloaded and their unpacked data deleted.
+//
+// Works on the manager's folder, flags, package cache and log through the parts it is
+// given, and owns nothing itself; the manager makes one for each rescan.
+#pragma once
+
+#include "extensions/loading/extension_loader.h"
+#include "extensions/manager/extension_log.h"
+#include "extensions/manager/extension_scanner.h"
+#include "extensions/manager/package_cache.h"
+#include "extensions/manager/package_unpacker.h"
+
+namespace OvxComponent {
+
+class SourceRescan {
+public:
+    SourceRescan(ExtensionLog& log, const CString& platformFolder, LoadingPhase phase, bool& leftWorkBehind,
+                 PackageCache& packageCache, PackageUnpacker unpacker, ExtensionLoader loader, ExtensionScanner scanner)
+        : m_log(log), m_platformFolder(platformFolder), m_phase(phase), m_leftWorkBehind(leftWorkBehind),
+          m_packageCache(packageCache), m_unpacker(unpacker), m_loader(loader), m_scanner(scanner) {}
+
+    // Visits every package file below folder, in the order of the listing, and unpacks and
+    // loads what should be; then removes the extensions that no source folder holds.
+    void Rescan(const CString& folder);
+    // Unpacks the package at path and, when the loader is active, loads it.
+    void AutoLoad(const CString& path);
+    // Unloads the extension and deletes its folder below the platform folder; a delayed
+    // unload keeps the folder.
+    UnloadOutcome RemoveExtension(const OvxUtils::Guid& documentId);
+
+private:
+    ExtensionLog& m_log;
+    const CString& m_platformFolder;
+    LoadingPhase m_phase;
+    bool& m_leftWorkBehind;
+    PackageCache& m_packageCache;
+    PackageUnpacker m_unpacker;
+    ExtensionLoader m_loader;
+    ExtensionScanner m_scanner;
+};
+
+}  // namespace OvxComponent
