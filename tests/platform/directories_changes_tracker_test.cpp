@@ -23,6 +23,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using OvxTest::FsPath;
 using OvxTest::RunsUnderWine;
 using OvxTest::TempFolder;
 using Tracker = OvxUtils::CDirectoriesChangesTracker;
@@ -78,16 +79,8 @@ Handle Track(const CString& folder, unsigned long filter, std::function<void()> 
                                   OvxUtils::BlameTracker{CString::FromUtf8(owner)});
 }
 
-std::filesystem::path Fs(const CString& path) {
-#if defined(_WIN32)
-    return std::filesystem::path(path.Str());
-#else
-    return std::filesystem::path(path.ToUtf8());
-#endif
-}
-
-void Rename(const CString& from, const CString& to) { std::filesystem::rename(Fs(from), Fs(to)); }
-void Append(const CString& path, const char* text) { std::ofstream(Fs(path), std::ios::app) << text; }
+void Rename(const CString& from, const CString& to) { std::filesystem::rename(FsPath(from), FsPath(to)); }
+void Append(const CString& path, const char* text) { std::ofstream(FsPath(path), std::ios::app) << text; }
 
 int ThreadsOfThisProcess() {
     int count = 0;

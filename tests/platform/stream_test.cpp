@@ -15,17 +15,10 @@ namespace {
 using OvxUtils::FileStream;
 using OvxUtils::Stream;
 namespace File = OvxUtils::SystemIO::File;
+using OvxTest::FsPath;
 using OvxTest::TempFolder;
 
 bool WriteText(Stream& stream, std::string_view text) { return stream.Write(text.data(), text.size()); }
-
-std::filesystem::path FsPath(const CString& path) {
-#if defined(_WIN32)
-    return std::filesystem::path(std::wstring(path.View()));
-#else
-    return std::filesystem::path(path.ToUtf8());
-#endif
-}
 
 TEST(FileStream, WritesExactBytesAndTruncatesOnCreate) {
     TempFolder temp;

@@ -63,4 +63,12 @@ CString TempFolder::WriteFile(const CString& relative, std::string_view bytes) c
     return path;
 }
 
+std::filesystem::path FsPath(const CString& path) {
+#if defined(_WIN32)
+    return std::filesystem::path(std::wstring(path.View()));
+#else
+    return std::filesystem::path(path.ToUtf8());
+#endif
+}
+
 }  // namespace OvxTest

@@ -3,6 +3,7 @@
 
 #include "OvxComponent/platform/cstring.h"
 
+#include <filesystem>
 #include <string_view>
 
 namespace OvxTest {
@@ -23,5 +24,8 @@ public:
 private:
     CString m_path;
 };
+
+// The path as the standard library's file system functions take it.
+std::filesystem::path FsPath(const CString& path);
 
 }  // namespace OvxTest

@@ -219,7 +219,7 @@ protected:
         const CString staged = host.temp / u"staging/next.OrvexExtension";
         ASSERT_TRUE(SystemIO::File::Copy(Package(file.id, file.version), staged, true));
         ASSERT_TRUE(SystemIO::File::SetLastWriteTime(staged, file.time));
-        std::filesystem::rename(Fs(staged), Fs(path));
+        std::filesystem::rename(OvxTest::FsPath(staged), OvxTest::FsPath(path));
         model.files[path] = file;
     }
 
@@ -233,14 +233,6 @@ protected:
     void Remove(const CString& path) {
         ASSERT_TRUE(SystemIO::File::Delete(path));
         model.files.erase(path);
-    }
-
-    static std::filesystem::path Fs(const CString& path) {
-#if defined(_WIN32)
-        return std::filesystem::path(path.Str());
-#else
-        return std::filesystem::path(path.ToUtf8());
-#endif
     }
 
     // One random change of the source folder; returns what it did, for failure messages.

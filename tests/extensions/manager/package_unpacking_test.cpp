@@ -117,7 +117,7 @@ TEST_F(PackageUnpacking, AScanReadsAChangedPackageAgain) {
     const CString replacement = OvxTest::PackExtension(host.temp / u"elsewhere/ext.OrvexExtension", {TestGuid(1), {2}});
     ASSERT_TRUE(SystemIO::File::SetLastWriteTime(replacement, time));
     SystemIO::File::Delete(path);
-    std::filesystem::rename(U8(replacement), U8(path));
+    std::filesystem::rename(OvxTest::FsPath(replacement), OvxTest::FsPath(path));
     EXPECT_EQ(versionOf(), u"2");
 
     const auto bytes = SystemIO::File::ReadAllBytes(OvxTest::PackExtension(host.temp / u"elsewhere/3.OrvexExtension", {TestGuid(1), {3}}));
