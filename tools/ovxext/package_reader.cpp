@@ -8,7 +8,7 @@
 namespace Ovxext {
 
 using VdcContainer::Error;
-using VdcContainer::Result;
+using OvxUtils::Result;
 
 Result<OvxComponent::ExtensionContainer> OpenPackage(const std::string& path) {
     const CString file = FromUtf8(path);

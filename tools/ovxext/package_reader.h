@@ -9,7 +9,7 @@
 namespace Ovxext {
 
 // Opens path read-only; the error text says why it could not be opened.
-VdcContainer::Result<OvxComponent::ExtensionContainer> OpenPackage(const std::string& path);
+OvxUtils::Result<OvxComponent::ExtensionContainer> OpenPackage(const std::string& path);
 
 // Reads the record of an opened package once more, into a record of its own, so that
 // a package whose record the container refused can still be looked at. complete is false

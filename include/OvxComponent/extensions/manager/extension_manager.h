@@ -7,13 +7,13 @@
 // log lines, never exceptions.
 #pragma once
 
-#include "OvxComponent/container/result.h"
 #include "OvxComponent/extensions/format/extension_app_support.h"
 #include "OvxComponent/extensions/loading/extension_installer.h"
 #include "OvxComponent/extensions/loading/ui_resource_files.h"
 #include "OvxComponent/extensions/manager/extension_log_entry.h"
 #include "OvxComponent/platform/array_view.h"
 #include "OvxComponent/platform/delegate.h"
+#include "OvxComponent/platform/result.h"
 #include "OvxComponent/platform/stream/named_out_stream.h"
 
 #include <functional>
@@ -34,7 +34,7 @@ struct ExtensionSourceFolder {
 };
 
 // An installer's answer to an unload, or the text of the failure that kept it from asking.
-using UnloadOutcome = VdcContainer::Result<UnloadResult>;
+using UnloadOutcome = OvxUtils::Result<UnloadResult>;
 
 // The host's callbacks for the files that extensions carry (see ui_resource_files.h).
 // The UI modifier gets the application-UI files, the user-UI files and the manager's UI
