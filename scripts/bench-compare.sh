@@ -10,6 +10,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 base=$1 program=$2 filter=$3 rounds=${4:-15}
+# Resolved here: a name such as HEAD would mean the worktree's own commit there.
+base=$(git rev-parse --verify "$base^{commit}")
 work=build/bench-compare
 tree=$work/base
 
