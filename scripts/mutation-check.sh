@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Puts ten deliberate faults into the library, one at a time, and lists the tests that
+# fail for each: a check that the tests still catch real faults after they were cut or
+# merged. Runs in a temporary worktree of HEAD, so the work tree stays as it is.
+#
+# Usage: scripts/mutation-check.sh [OUT]   (default: build/mutation-check.txt)
+set -uo pipefail
+cd "$(dirname "$0")/.."
+out=$(realpath -m "${1:-build/mutation-check.txt}")
+tree=$(mktemp -d /tmp/ovx-mutation.XXXXXX)
+git worktree add -q --detach "$tree" HEAD
+trap 'git worktree remove --force "$tree"' EXIT
+mkdir -p "$(dirname "$out")" && : > "$out"
+cd "$tree" && cmake --preset linux > /dev/null && cmake --build --preset linux > /dev/null || exit 1
+
+mutate() {  # description, file, sed expression
+  local name=$1 file=$2 expr=$3
+  cp "$file" "$file.orig"
+  sed -i "$expr" "$file"
+  if cmp -s "$file" "$file.orig"; then
+    echo "$name: the fault could not be put in" >> "$out"
+  elif ! cmake --build --preset linux > /dev/null 2>&1; then
+    echo "$name: does not build" >> "$out"
+  else
+    local failed
+    failed=$(ctest --preset linux -j3 2>&1 | sed -nE '/tests FAILED:/,$ s/^\s+[0-9]+ - ([^ ]+) .*/\1/p' | tr '\n' ' ')
+    echo "$name: ${failed:-NOT CAUGHT}" >> "$out"
+  fi
+  mv "$file.orig" "$file" && touch "$file"  # newer than the faulty build, so it is rebuilt
+}
+
+mutate "inverted version order in the unpack decision" src/extensions/manager/package_unpacker.cpp \
+  's/if (order > 0) {/if (order < 0) {/'
+mutate "skipped log line \"loaded!\"" src/extensions/loading/extension_loader.cpp '/m_log.Write(kLoaded, path);/d'
+mutate "missed unload (the record keeps its state)" src/extensions/loading/extension_loader.cpp \
+  '/found->second.state.reset();/d'
+mutate "wrong folder for the unpacked files" src/extensions/manager/install_layout.cpp 's/u"unpacked")/u"unpack")/'
+mutate "inverted maximum of requirement ranges" src/extensions/format/check_requirements.cpp \
+  's/Compare(\*range.max, running) <= 0/Compare(*range.max, running) > 0/'
+mutate "an error no longer marks its subject failed" src/extensions/manager/extension_log.cpp \
+  '/m_failedNames.insert(name);/d'
+mutate "removal leaves the extension's folder" src/extensions/manager/source_rescan.cpp \
+  's/if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {/if (OvxUtils::Result<void> deleted; !deleted) {/'
+mutate "entry names with .. accepted" src/container/entry_name.cpp 's/if (segment == "..") return/if (segment == "...") return/'
+mutate "UnloadAll keeps its records" src/extensions/loading/extension_loader.cpp '/m_loadedExtensions.clear();/d'
+mutate "FinishLoading does not end the loading phase" src/extensions/manager/loading_and_tracking.cpp \
+  's/    initialLoadDone = true;/    initialLoadDone = false;/'
+cat "$out"
