@@ -92,47 +92,4 @@ TEST(TypeLibThreads, WrappersComeAndGoUnderContentionWithOneTypeInfoPerGuid) {
     EXPECT_EQ(ComReferences(real.get()), comReferences);
 }
 
-TEST(TypeLibThreads, EntriesTakenAndReleasedWithoutPauseEndBalanced) {
-    CComPtr<ITypeLib> pinnedLib = LoadTestTypeLib(1);
-    CComPtr<ITypeLib> churnedLib = LoadTestTypeLib(2);
-    ASSERT_TRUE(pinnedLib && churnedLib);
-    const ULONG pinnedReferences = ComReferences(pinnedLib.get());
-    const ULONG churnedReferences = ComReferences(churnedLib.get());
-
-    // A type info of the first library stays alive throughout: every GetTypeInfo of its
-    // GUID must return it. The wrapper of the second library has no such holder and dies
-    // and is made again all the time, while other threads are asking the map for it.
-    CTypeLib* pinLib = TypeLibMap().GetMapEntry(pinnedLib.get());
-    CTypeInfo* pinned = nullptr;
-    ASSERT_EQ(pinLib->GetTypeInfo(IID_IGadget, &pinned), S_OK);
-    pinLib->Release();
-
-    std::atomic<int> failures{0};
-    auto worker = [&](int thread) {
-        for (int i = 0; i < 3000; ++i) {
-            CTypeLib* lib = TypeLibMap().GetMapEntry(pinnedLib.get());
-            CTypeInfo* info = nullptr;
-            if (lib->GetTypeInfo((i + thread) % 2 ? IID_IGadget : IID_IGadgetParts, &info) != S_OK) ++failures;
-            if ((i + thread) % 2 && info != pinned) ++failures;
-            info->Release();
-            lib->Release();
-
-            CTypeLib* churned = TypeLibMap().GetMapEntry(churnedLib.get());
-            if (churned->GetITypeLib() != churnedLib.get()) ++failures;
-            if (i % 16 == 0 && !churned->FindTypeInfoByName(L"isecond", TKIND_DISPATCH)) ++failures;
-            churned->Release();
-        }
-    };
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) threads.emplace_back(worker, t);
-    for (auto& thread : threads) thread.join();
-
-    EXPECT_EQ(failures.load(), 0);
-    EXPECT_EQ(pinned->GetRefCount(), 1u);
-    pinned->Release();
-    EXPECT_EQ(TypeLibMap().GetEntryCount(), 0u);
-    EXPECT_EQ(ComReferences(pinnedLib.get()), pinnedReferences);
-    EXPECT_EQ(ComReferences(churnedLib.get()), churnedReferences);
-}
-
 }  // namespace
