@@ -9,6 +9,7 @@
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/stream/stream.h"
 
+#include <cstdint>
 #include <memory>
 
 namespace OvxUtils {
@@ -17,13 +18,20 @@ class FileStream final : public Stream {
 public:
     // Creates the file or empties it; null when it cannot be opened (for example when
     // its folder does not exist).
-    static std::shared_ptr<Stream> Create(const CString& path);
+    static std::shared_ptr<Stream> Create(const CString& path) { return Make(path); }
+    // The same, for a caller that needs more than the Stream interface.
+    static std::unique_ptr<FileStream> Make(const CString& path);
 
     ~FileStream() override;
     FileStream(const FileStream&) = delete;
     FileStream& operator=(const FileStream&) = delete;
 
     bool Write(const void* data, std::size_t size) override;
+
+    // Sets the file's last write time (100 ns ticks since 1601, as File::SetLastWriteTime)
+    // through the open handle, without looking the path up again. Writes that follow may
+    // change it again.
+    bool SetLastWriteTime(std::uint64_t ticks);
 
 private:
     class Handle;  // the open file, defined per platform

@@ -4,6 +4,7 @@
 #include "platform/system_io/posix_io.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace OvxUtils {
 
@@ -16,10 +17,10 @@ private:
     SystemIO::Detail::UniqueFd m_fd;
 };
 
-std::shared_ptr<Stream> FileStream::Create(const CString& path) {
+std::unique_ptr<FileStream> FileStream::Make(const CString& path) {
     SystemIO::Detail::UniqueFd fd = SystemIO::Detail::OpenFd(path, O_WRONLY | O_CREAT | O_TRUNC);
     if (!fd.IsValid()) return nullptr;
-    return std::shared_ptr<Stream>(new FileStream(std::make_unique<Handle>(std::move(fd))));
+    return std::unique_ptr<FileStream>(new FileStream(std::make_unique<Handle>(std::move(fd))));
 }
 
 FileStream::FileStream(std::unique_ptr<Handle> handle) : m_handle(std::move(handle)) {}
@@ -27,6 +28,11 @@ FileStream::~FileStream() = default;
 
 bool FileStream::Write(const void* data, std::size_t size) {
     return SystemIO::Detail::WriteAll(m_handle->Get(), data, size);
+}
+
+bool FileStream::SetLastWriteTime(std::uint64_t ticks) {
+    const struct timespec times[2] = {{0, UTIME_OMIT}, SystemIO::Detail::TimespecOfTicks(ticks)};
+    return ::futimens(m_handle->Get(), times) == 0;
 }
 
 }  // namespace OvxUtils

@@ -14,13 +14,13 @@ private:
     SystemIO::Detail::UniqueFileHandle m_file;
 };
 
-std::shared_ptr<Stream> FileStream::Create(const CString& path) {
+std::unique_ptr<FileStream> FileStream::Make(const CString& path) {
     SystemIO::Detail::UniqueFileHandle file(
         ::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), GENERIC_WRITE,
                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_ALWAYS,
                       FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file.IsValid()) return nullptr;
-    return std::shared_ptr<Stream>(new FileStream(std::make_unique<Handle>(std::move(file))));
+    return std::unique_ptr<FileStream>(new FileStream(std::make_unique<Handle>(std::move(file))));
 }
 
 FileStream::FileStream(std::unique_ptr<Handle> handle) : m_handle(std::move(handle)) {}
@@ -28,6 +28,11 @@ FileStream::~FileStream() = default;
 
 bool FileStream::Write(const void* data, std::size_t size) {
     return SystemIO::Detail::WriteAll(m_handle->Get(), data, size);
+}
+
+bool FileStream::SetLastWriteTime(std::uint64_t ticks) {
+    const FILETIME time{static_cast<DWORD>(ticks & 0xFFFFFFFFu), static_cast<DWORD>(ticks >> 32)};
+    return ::SetFileTime(m_handle->Get(), nullptr, nullptr, &time) != FALSE;
 }
 
 }  // namespace OvxUtils

@@ -19,9 +19,8 @@ namespace OvxUtils::SystemIO {
 
 namespace {
 
-// Seconds from 1601-01-01 to 1970-01-01, and FILETIME ticks per second.
-constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
-constexpr std::int64_t kTicksPerSecond = 10'000'000;
+using Detail::kEpochOffsetSeconds;
+using Detail::kTicksPerSecond;
 
 struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }
@@ -226,10 +225,7 @@ std::optional<std::uint64_t> GetLastWriteTime(const CString& path) {
 }
 
 bool SetLastWriteTime(const CString& path, std::uint64_t ticks) {
-    const auto seconds = static_cast<std::int64_t>(ticks / kTicksPerSecond) - kEpochOffsetSeconds;
-    struct timespec times[2] = {{0, UTIME_OMIT}, {}};
-    times[1].tv_sec = static_cast<time_t>(seconds);
-    times[1].tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
+    const struct timespec times[2] = {{0, UTIME_OMIT}, Detail::TimespecOfTicks(ticks)};
     return ::utimensat(AT_FDCWD, path.ToUtf8().c_str(), times, 0) == 0;
 }
 

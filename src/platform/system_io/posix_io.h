@@ -3,9 +3,11 @@
 
 #include "OvxComponent/platform/cstring.h"
 
+#include <time.h>
 #include <unistd.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace OvxUtils::SystemIO::Detail {
@@ -34,6 +36,18 @@ public:
 private:
     int m_fd = -1;
 };
+
+// Seconds from 1601-01-01 to 1970-01-01, and file-time ticks (100 ns) per second.
+constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+// A file time in ticks since 1601 as the system's time since 1970.
+inline struct timespec TimespecOfTicks(std::uint64_t ticks) {
+    struct timespec time {};
+    time.tv_sec = static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - kEpochOffsetSeconds);
+    time.tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
+    return time;
+}
 
 // open() with O_CLOEXEC added; retried when interrupted.
 UniqueFd OpenFd(const CString& path, int flags, int mode = 0666);
