@@ -7,13 +7,12 @@
 #include "container/archive_reader.h"
 #include "container/staging_folder.h"
 #include "platform/stream/file_stream.h"
-#include "platform/system_io/file.h"
 #include "platform/system_io/file_system.h"
-#include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <unordered_set>
 #include <vector>
 
 namespace VdcContainer {
@@ -58,27 +57,45 @@ Result<std::vector<Selected>> Select(const ArchiveReader& reader, const CString&
     return selected;
 }
 
-Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, const CString& root,
+// Makes the folders of the extracted entries, each once. The staging folder is new, so a
+// folder that this extraction has not made yet is made without looking for it first.
+class FolderMaker {
+public:
+    explicit FolderMaker(const CString& root) { m_made.insert(SystemIO::Path::WithoutTrailingSeparators(root)); }
+
+    bool Ensure(const CString& path) {
+        const CString folder = SystemIO::Path::WithoutTrailingSeparators(path);
+        if (m_made.contains(folder)) return true;
+        const CString parent = SystemIO::Path::GetParentFolder(folder);
+        if (parent.GetLength() < folder.GetLength() && !Ensure(parent)) return false;
+        if (!SystemIO::Detail::CreateFolder(folder)) return false;
+        m_made.insert(folder);
+        return true;
+    }
+
+private:
+    std::unordered_set<CString> m_made;
+};
+
+Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, const CString& root, FolderMaker& folders,
                           InflateBudget& budget, std::uint64_t maxEntrySize) {
     const CString path = NativePath(root, item.relative);
     if (item.entry->name.IsFolder()) {
-        if (!SystemIO::Folder::EnsureExists(path)) return SystemError(u"cannot create the folder " + path);
+        if (!folders.Ensure(path)) return SystemError(u"cannot create the folder " + path);
         return {};
     }
-    if (!SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(path))) {
+    if (!folders.Ensure(SystemIO::Path::GetParentFolder(path))) {
         return SystemError(u"cannot create the folder of " + path);
     }
-    std::shared_ptr<OvxUtils::Stream> stream = OvxUtils::FileStream::Create(path);
-    if (!stream) return SystemError(u"cannot create " + path);
+    const std::unique_ptr<OvxUtils::FileStream> file = OvxUtils::FileStream::Make(path);
+    if (!file) return SystemError(u"cannot create " + path);
     auto read = reader.Read(*item.entry, budget, maxEntrySize, [&](std::string_view chunk) -> Result<void> {
-        if (!stream->Write(chunk.data(), chunk.size())) return SystemError(u"cannot write " + path);
+        if (!file->Write(chunk.data(), chunk.size())) return SystemError(u"cannot write " + path);
         return {};
     });
-    stream.reset();
     if (!read) return read;
     if (item.entry->modified) {
-        SystemIO::File::SetLastWriteTime(
-            path, static_cast<std::uint64_t>((*item.entry->modified + kEpochOffsetSeconds) * kTicksPerSecond));
+        file->SetLastWriteTime(static_cast<std::uint64_t>((*item.entry->modified + kEpochOffsetSeconds) * kTicksPerSecond));
     }
     return {};
 }
@@ -109,8 +126,10 @@ Result<void> ExtractFolder(const ZipContainer& container, const CString& folderN
     auto staging = StagingFolder::Create(targetFolder);
     if (!staging) return staging.TakeError();
     InflateBudget budget(limits, reader->FileSize());
+    FolderMaker folders((*staging)->Path());
     for (const Selected& item : *selected) {
-        if (auto extracted = ExtractEntry(*reader, item, (*staging)->Path(), budget, limits.maxTotalSize); !extracted) {
+        if (auto extracted = ExtractEntry(*reader, item, (*staging)->Path(), folders, budget, limits.maxTotalSize);
+            !extracted) {
             return extracted;
         }
     }
