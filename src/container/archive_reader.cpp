@@ -4,6 +4,7 @@
 #include "container/archive_layout.h"
 #include "container/folded_name.h"
 #include "container/native_io.h"
+#include "container/positional_source.h"
 #include "platform/system_io/file_system.h"
 
 #include <algorithm>
@@ -216,17 +217,20 @@ Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& lim
         return Error{u"the file is larger than the cap of " + DecimalText(limits.maxPackageSize) + u" bytes"};
     }
     if (*size > limits.inMemoryOpenSize) {
-        std::FILE* stream = file.get();
-        const ReadAt readFile = [stream](std::uint64_t offset, std::size_t count, char* out) {
-            return NativeIO::ReadAt(stream, offset, count, out);
-        };
-        UniqueZipSource source(zip_source_filep_create(file.get(), 0, -1, error.Get()));
+        UniqueZipSource source(CreatePositionalSource(file.get(), *size, error.Get()));
         if (!source) return OpenError(error.Get());
         file.release();  // the source owns it now
-        if (auto checked = CheckRecords(ReadEndRecord(source.get(), *size), *size, limits, readFile); !checked) {
-            return checked.TakeError();
-        }
-        std::rewind(stream);
+        const auto end = ReadEndRecord(source.get(), *size);
+        // The checks read through the source too, so that its blocks serve the many small
+        // reads of the local headers.
+        if (zip_source_open(source.get()) != 0) return OpenError(zip_source_error(source.get()));
+        const ReadAt readSource = [packageSource = source.get()](std::uint64_t offset, std::size_t count, char* out) {
+            return zip_source_seek(packageSource, static_cast<zip_int64_t>(offset), SEEK_SET) == 0 &&
+                   zip_source_read(packageSource, out, count) == static_cast<zip_int64_t>(count);
+        };
+        auto checked = CheckRecords(end, *size, limits, readSource);
+        zip_source_close(source.get());
+        if (!checked) return checked.TakeError();
         return PackageSource{std::move(source), *size};
     }
     if (*size == 0) {  // libzip's buffer source would not take over an empty buffer

@@ -4,6 +4,7 @@
 #include "container/extract_folder.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
 #include "support/temp_folder.h"
 #include "zip_builder.h"
 
@@ -237,19 +238,32 @@ TEST_P(HostileArchiveTest, IsRefusedWhenReadThroughTheFile) {
 INSTANTIATE_TEST_SUITE_P(Archives, HostileArchiveTest, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<HostileCase>& param) { return std::string(param.param.label); });
 
+// Also read through the file, with an entry stored larger than the blocks the file is
+// read in.
 TEST(HostileArchiveTest, UnusualButSafeNamesExtract) {
-    const std::vector<std::string> names = {"content/a..b.txt", "content/.hidden", "content/CONSOLE.txt",
-                                            "content/com10.txt", "content/\xC3\x9C" "ber \xE2\x98\x83.txt"};
+    std::vector<std::pair<std::string, std::string>> entries;
+    for (const char* name : {"content/a..b.txt", "content/.hidden", "content/CONSOLE.txt", "content/com10.txt",
+                             "content/\xC3\x9C" "ber \xE2\x98\x83.txt"}) {
+        entries.emplace_back(name, name);
+    }
+    std::string large(200'000, '\0');
+    for (std::size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>((i * 7919) >> 5);
+    entries.emplace_back("content/large.bin", large);
     ZipBuilder builder = ZipBuilder::Package();
-    for (const std::string& name : names) builder.Add(name, name);
+    for (const auto& [name, data] : entries) builder.Add(name, data, name == "content/large.bin");
     OvxTest::TempFolder temp;
-    auto container = ZipContainer::Open(temp.WriteFile(u"package.zip", builder.Build()), ZipFile::OpenMode::ReadOnly);
-    ASSERT_TRUE(container) << container.ErrorText();
-
-    ASSERT_TRUE(ExtractFolder(*container, u"content", temp / u"out")) << "extraction failed";
-    for (const std::string& name : names) {
-        const CString relative = CString::FromUtf8(name.substr(std::string("content/").size()));
-        EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / (u"out/" + relative)), name);
+    const CString package = temp.WriteFile(u"package.zip", builder.Build());
+    for (const std::uint64_t inMemoryOpenSize : {ContainerLimits().inMemoryOpenSize, std::uint64_t{0}}) {
+        ContainerLimits limits;
+        limits.inMemoryOpenSize = inMemoryOpenSize;
+        auto container = ZipContainer::Open(package, ZipFile::OpenMode::ReadOnly, limits);
+        ASSERT_TRUE(container) << container.ErrorText();
+        const CString out = temp / (inMemoryOpenSize ? u"from memory" : u"from the file");
+        ASSERT_TRUE(ExtractFolder(*container, u"content", out)) << "extraction failed";
+        for (const auto& [name, data] : entries) {
+            const CString relative = CString::FromUtf8(name.substr(std::string("content/").size()));
+            EXPECT_EQ(SystemIO::File::ReadAllBytes(SystemIO::Path::Combine(out, relative)), data) << name;
+        }
     }
 }
 
