@@ -5,6 +5,8 @@
 # archive; unpack at most 0.8x unzip).
 #
 # Usage: bench/pack-vs-zip.sh [ROUNDS] [WORK_FOLDER]   (builds ovxext with linux-release)
+# With BASE_OVXEXT set to another ovxext (an earlier build), that one runs in the same
+# turns too, for a before and after in one run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 rounds=${1:-7}
@@ -35,6 +37,11 @@ for ((round = 0; round < rounds; ++round)); do
   echo "pack $(seconds "$ovxext" pack src -o o --id "$id" --type t --app Atlas --quiet)" >>times
   echo "unzip $(seconds unzip -qq z.zip -d u1)" >>times
   echo "unpack $(seconds "$ovxext" unpack o.OrvexExtension u2 --quiet)" >>times
+  if [[ -n ${BASE_OVXEXT:-} ]]; then
+    rm -rf b.OrvexExtension u3
+    echo "base-pack $(seconds "$BASE_OVXEXT" pack src -o b --id "$id" --type t --app Atlas --quiet)" >>times
+    echo "base-unpack $(seconds "$BASE_OVXEXT" unpack o.OrvexExtension u3 --quiet)" >>times
+  fi
 done
 python3 - "$(stat -c %s z.zip)" "$(stat -c %s o.OrvexExtension)" <<'PY'
 import statistics, sys
@@ -45,4 +52,8 @@ m = {name: statistics.median(values) for name, values in times.items()}
 print(f"pack:   ovxext {m['pack']:.0f} ms, zip -6 {m['zip']:.0f} ms, ratio {m['pack'] / m['zip']:.2f}; "
       f"package {int(sys.argv[2]) / int(sys.argv[1]):.3f}x zip's archive")
 print(f"unpack: ovxext {m['unpack']:.0f} ms, unzip {m['unzip']:.0f} ms, ratio {m['unpack'] / m['unzip']:.2f}")
+if 'base-pack' in m:
+    for step, peer in (('pack', 'zip'), ('unpack', 'unzip')):
+        print(f"base {step}: {m['base-' + step]:.0f} ms, ratio to {peer} {m['base-' + step] / m[peer]:.2f}; "
+              f"this build / base {m[step] / m['base-' + step]:.2f}")
 PY
