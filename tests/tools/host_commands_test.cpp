@@ -1,6 +1,6 @@
 // ovxext demo and ovxext host: the hosts that the tool runs over real folders.
 
-#include "commands.h"
+#include "run_ovxext.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/system_io/file.h"
@@ -11,26 +11,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 namespace {
 
 using namespace OvxComponent;
 using testing::HasSubstr;
+using OvxTest::RunOvxext;
+using OvxTest::RunResult;
 namespace SystemIO = OvxUtils::SystemIO;
-
-struct RunResult {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-RunResult RunTool(const std::vector<std::string>& args) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int code = Ovxext::RunCommand(args, out, err);
-    return {code, out.str(), err.str()};
-}
 
 // A package of the type that ovxext's hosts load.
 void PackFor(const CString& path, int number, const CString& type = u"application/x-vnd.ovx.demo-tool",
@@ -57,7 +44,7 @@ void PackFor(const CString& path, int number, const CString& type = u"applicatio
 TEST(OvxextDemo, WalksThroughTheLifeOfExtensions) {
     OvxTest::TempFolder temp;
     const CString work = temp / u"demo";
-    const RunResult result = RunTool({"demo", "--keep", work.ToUtf8()});
+    const RunResult result = RunOvxext({"demo", "--keep", work.ToUtf8()});
     ASSERT_EQ(result.code, 0) << result.err;
     const std::string palette = "{0D3E0003-7A1B-4C2D-8E3F-102132435465}";
     EXPECT_THAT(result.out, HasSubstr("toolbox.OrvexExtension\" auto loaded"));
@@ -71,7 +58,7 @@ TEST(OvxextDemo, WalksThroughTheLifeOfExtensions) {
     EXPECT_TRUE(SystemIO::File::Exists(
         SystemIO::Path::Combine(work, u"data/x64/" + CString::FromUtf8(palette) + u"/2.0/installed_copy.OrvexExtension")));
 
-    EXPECT_EQ(RunTool({"demo", "--keep", work.ToUtf8()}).code, 2);  // never into an existing folder
+    EXPECT_EQ(RunOvxext({"demo", "--keep", work.ToUtf8()}).code, 2);  // never into an existing folder
 }
 
 TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
@@ -79,7 +66,7 @@ TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
     PackFor(temp / u"source/good.OrvexExtension", 1);
     const std::vector<std::string> args = {"host", "--data", (temp / u"data").ToUtf8(), "--source",
                                            (temp / u"source").ToUtf8(), "--app", "Cinder", "--once"};
-    RunResult result = RunTool(args);
+    RunResult result = RunOvxext(args);
     EXPECT_EQ(result.code, 0) << result.out << result.err;
     const std::string good = "host loads {5EED0001-0001-0002-0304-05060708090A} ";
     EXPECT_THAT(result.out, HasSubstr(good + "1\n"));
@@ -87,18 +74,18 @@ TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
 
     // An update dropped while the host was stopped is what the next start loads.
     PackFor(temp / u"source/good.OrvexExtension", 1, u"application/x-vnd.ovx.demo-tool", 2);
-    result = RunTool(args);
+    result = RunOvxext(args);
     EXPECT_THAT(result.out, HasSubstr(good + "2\n"));
     EXPECT_THAT(result.out, testing::Not(HasSubstr(good + "1\n")));
 
     // A type that no installer serves cannot load once loading is finished: a failure.
     PackFor(temp / u"source/foreign.OrvexExtension", 2, u"application/x-other");
-    result = RunTool(args);
+    result = RunOvxext(args);
     EXPECT_EQ(result.code, 1);
     EXPECT_THAT(result.out, HasSubstr("failed to load"));
 
-    EXPECT_EQ(RunTool({"host", "--data", (temp / u"data").ToUtf8()}).code, 2);
-    EXPECT_EQ(RunTool({"host", "--data", (temp / u"data").ToUtf8(), "--source", (temp / u"none").ToUtf8()}).code, 2);
+    EXPECT_EQ(RunOvxext({"host", "--data", (temp / u"data").ToUtf8()}).code, 2);
+    EXPECT_EQ(RunOvxext({"host", "--data", (temp / u"data").ToUtf8(), "--source", (temp / u"none").ToUtf8()}).code, 2);
 }
 
 }  // namespace

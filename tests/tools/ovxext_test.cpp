@@ -1,6 +1,6 @@
 // ovxext: the commands run through RunCommand on real temporary folders and packages.
 
-#include "commands.h"
+#include "run_ovxext.h"
 
 #include "OvxComponent/container/zip_container.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
@@ -13,24 +13,13 @@
 
 #include <filesystem>
 #include <functional>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-struct RunResult {
-    int code;
-    std::string out;
-    std::string err;
-};
-
-RunResult RunOvxext(const std::vector<std::string>& args) {
-    std::ostringstream out;
-    std::ostringstream err;
-    const int code = Ovxext::RunCommand(args, out, err);
-    return {code, out.str(), err.str()};
-}
+using OvxTest::RunOvxext;
+using OvxTest::RunResult;
 
 std::string Utf8(const CString& text) { return text.ToUtf8(); }
 
