@@ -31,9 +31,11 @@ struct Scratch {
     }
 };
 
-void Exercise(const CString& path, const CString& target) {
+void Exercise(const CString& path, const CString& target, bool throughTheFile) {
     VdcContainer::ContainerLimits limits;
     limits.maxTotalSize = 64ull << 20;  // keeps each run short; the caps themselves are tested
+    // Large packages are read through the file in blocks instead of from memory.
+    if (throughTheFile) limits.inMemoryOpenSize = 0;
     auto package = OvxTest::WidgetPackage::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly, limits);
     if (!package) return;
     const VdcContainer::ZipContainer& container = package->Container();
@@ -56,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const fs::path target = scratch.root / "out";
     std::ofstream(file, std::ios::binary | std::ios::trunc).write(reinterpret_cast<const char*>(data),
                                                                   static_cast<std::streamsize>(size));
-    Exercise(CString::FromUtf8(file.string()), CString::FromUtf8(target.string()));
+    Exercise(CString::FromUtf8(file.string()), CString::FromUtf8(target.string()), size % 2 == 1);
     // Everything written must be below the scratch folder, and only where it was asked for.
     for (const auto& entry : fs::directory_iterator(scratch.root)) {
         const std::string name = entry.path().filename().string();
