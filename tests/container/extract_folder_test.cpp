@@ -52,6 +52,9 @@ TEST_F(ExtractFolderTest, WholeContainerIntoNewNestedFolder) {
                                         "y/unpacked/content/empty/", "y/unpacked/content/sub/",
                                         "y/unpacked/content/sub/b.txt", "y/unpacked/main.xml", "y/unpacked/mimetype"}));
     EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / u"x/y/unpacked/content/sub/b.txt"), "beta");
+    // Files keep the time of their entry (in file-time ticks since 1601).
+    EXPECT_EQ(SystemIO::File::GetLastWriteTime(temp / u"x/y/unpacked/content/sub/b.txt"),
+              static_cast<std::uint64_t>(OvxTest::ZipBuilder::kEntryTime + 11'644'473'600) * 10'000'000);
 }
 
 TEST_F(ExtractFolderTest, OneFolderMergesIntoExistingTarget) {

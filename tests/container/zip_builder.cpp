@@ -79,6 +79,7 @@ std::string ZipBuilder::Build() const {
             if (entry.store) zip_set_file_compression(archive, static_cast<zip_uint64_t>(index), ZIP_CM_STORE, 0);
         }
         EXPECT_GE(index, 0) << entry.name << ": " << zip_strerror(archive);
+        zip_file_set_mtime(archive, static_cast<zip_uint64_t>(index), kEntryTime, 0);
         if (entry.unixMode != 0) {
             zip_file_set_external_attributes(archive, static_cast<zip_uint64_t>(index), 0, ZIP_OPSYS_UNIX,
                                              entry.unixMode << 16);

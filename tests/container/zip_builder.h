@@ -11,6 +11,9 @@ namespace OvxTest {
 
 class ZipBuilder {
 public:
+    // The time of every entry, in seconds since 1970: 2020-01-01 12:00:00.
+    static constexpr std::int64_t kEntryTime = 1'577'880'000;
+
     // A builder whose first entry is "mimetype", stored, holding mimeType.
     static ZipBuilder Package(std::string mimeType = "application/x-test+zip");
 
