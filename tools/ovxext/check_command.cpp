@@ -42,10 +42,7 @@ std::string JoinTexts(const std::vector<CString>& texts) {
 }  // namespace
 
 int RunCheck(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddOption("--app", true);
     parser.AddOption("--feature", true);

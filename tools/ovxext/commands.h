@@ -25,5 +25,7 @@ int RunHost(const CommandContext& context);
 
 // True when args ask for the command's help ("--help" or "-h" anywhere).
 bool WantsHelp(const std::vector<std::string>& args);
+// Writes a command's help text on out; returns kExitOk.
+int ShowHelp(const CommandContext& context, const char* help);
 
 }  // namespace Ovxext

@@ -226,10 +226,7 @@ CString TemporaryWorkFolder() {
 }  // namespace
 
 int RunDemo(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddOption("--keep");
     if (!parser.Parse(context.args)) return ReportUsage(context, "demo", parser.Error());

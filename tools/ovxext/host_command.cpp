@@ -37,10 +37,7 @@ constexpr const char* kHelp =
 }  // namespace
 
 int RunHost(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddOption("--data");
     parser.AddOption("--source", true);

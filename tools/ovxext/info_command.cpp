@@ -110,10 +110,7 @@ Json InfoJson(const OvxComponent::ExtensionContainerInfo& info) {
 }  // namespace
 
 int RunInfo(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddFlag("--json");
     if (!parser.Parse(context.args)) return ReportUsage(context, "info", parser.Error());

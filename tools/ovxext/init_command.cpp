@@ -39,10 +39,7 @@ ElementDef Name(const char* localName) { return ElementDef{NamespaceDef{"", ""},
 }  // namespace
 
 int RunInit(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddOption("--type");
     parser.AddOption("--app", true);

@@ -101,10 +101,7 @@ void LintRecord(const OvxComponent::ExtensionContainerInfo& info, std::vector<st
 }  // namespace
 
 int RunLint(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddFlag("--json");
     parser.AddFlag("--quiet");

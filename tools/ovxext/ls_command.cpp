@@ -24,10 +24,7 @@ constexpr const char* kHelp =
 }  // namespace
 
 int RunLs(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddFlag("--json");
     if (!parser.Parse(context.args)) return ReportUsage(context, "ls", parser.Error());

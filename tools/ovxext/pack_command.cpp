@@ -186,10 +186,7 @@ OvxUtils::Result<void> ReadBack(const CString& path) {
 }  // namespace
 
 int RunPack(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     for (const char* flag : {"--reproducible", "--force", "--follow-links", "--dry-run", "--quiet"}) parser.AddFlag(flag);
     parser.AddOption("--output");

@@ -52,6 +52,11 @@ bool WantsHelp(const std::vector<std::string>& args) {
     return false;
 }
 
+int ShowHelp(const CommandContext& context, const char* help) {
+    context.out << help;
+    return kExitOk;
+}
+
 void ReportProgress(const CommandContext& context, const std::string& line) {
     if (&context.err == &std::cerr && StandardErrorIsTerminal()) context.err << line << std::endl;
 }

@@ -26,10 +26,7 @@ constexpr const char* kHelp =
 }  // namespace
 
 int RunUnpack(const CommandContext& context) {
-    if (WantsHelp(context.args)) {
-        context.out << kHelp;
-        return kExitOk;
-    }
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddFlag("--quiet");
     if (!parser.Parse(context.args)) return ReportUsage(context, "unpack", parser.Error());
