@@ -64,12 +64,17 @@ public:
     explicit FolderMaker(const CString& root) { m_made.insert(SystemIO::Path::WithoutTrailingSeparators(root)); }
 
     bool Ensure(const CString& path) {
-        const CString folder = SystemIO::Path::WithoutTrailingSeparators(path);
-        if (m_made.contains(folder)) return true;
-        const CString parent = SystemIO::Path::GetParentFolder(folder);
-        if (parent.GetLength() < folder.GetLength() && !Ensure(parent)) return false;
-        if (!SystemIO::Detail::CreateFolder(folder)) return false;
-        m_made.insert(folder);
+        std::vector<CString> missing;  // deepest first
+        for (CString folder = SystemIO::Path::WithoutTrailingSeparators(path); !m_made.contains(folder);) {
+            missing.push_back(folder);
+            CString parent = SystemIO::Path::GetParentFolder(folder);
+            if (parent.GetLength() >= folder.GetLength()) break;
+            folder = std::move(parent);
+        }
+        for (auto level = missing.rbegin(); level != missing.rend(); ++level) {
+            if (!SystemIO::Detail::CreateFolder(*level)) return false;
+            m_made.insert(std::move(*level));
+        }
         return true;
     }
 
