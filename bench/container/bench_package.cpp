@@ -36,9 +36,9 @@ BenchPackage::BenchPackage(int fileCount, std::size_t minSize, std::size_t maxSi
     m_scratch = fs::temp_directory_path() / ("ovx-bench-" + std::to_string(::getpid()) + "-" +
                                              std::to_string(reinterpret_cast<std::uintptr_t>(this)));
     fs::remove_all(m_scratch);
-    const fs::path source = m_scratch / "source";
+    const fs::path& source = m_source = m_scratch / "source";
     std::mt19937 random(42);
-    std::vector<CString> files;
+    std::vector<CString>& files = m_files;
     for (int i = 0; i < fileCount; ++i) {
         const fs::path file = source / ("dir" + std::to_string(i % 40)) / ("file" + std::to_string(i) + ".txt");
         fs::create_directories(file.parent_path());

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace OvxBench {
 
@@ -21,10 +22,15 @@ public:
     const std::filesystem::path& Scratch() const { return m_scratch; }
     const std::filesystem::path& Path() const { return m_package; }
     CString PathText() const { return CString::FromUtf8(m_package.string()); }
+    // The content files, below Source(), as they were packed.
+    const std::filesystem::path& Source() const { return m_source; }
+    const std::vector<CString>& Files() const { return m_files; }
 
 private:
     std::filesystem::path m_scratch;
     std::filesystem::path m_package;
+    std::filesystem::path m_source;
+    std::vector<CString> m_files;
 };
 
 }  // namespace OvxBench
