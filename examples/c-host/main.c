@@ -7,6 +7,9 @@
  * when EXPECTED extensions are loaded (exit 0) or after SECONDS (exit 1). The work that
  * the manager dispatches is kept in a list guarded by a lock, because the tracking thread
  * dispatches too. */
+#if !defined(_WIN32) && !defined(_POSIX_C_SOURCE)
+#define _POSIX_C_SOURCE 200809L /* nanosleep under -std=c99 */
+#endif
 #include <OvxComponent/ovx_component.h>
 #include <OvxComponent/version.h>
 

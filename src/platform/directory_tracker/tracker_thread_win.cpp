@@ -82,7 +82,7 @@ struct DirectoryWatch {
 // What the thread does after a read completed, once it has let go of its lock.
 struct Completion {
     std::shared_ptr<ChangeTracking> changed;  // the tracking to call
-    std::vector<CString> addedNames;          // under Wine: folders among them are opened
+    std::vector<CString> addedNames{};        // under Wine: folders among them are opened
     bool openAll = false;                     // under Wine: the records were lost
 };
 
