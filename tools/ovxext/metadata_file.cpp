@@ -113,7 +113,7 @@ OvxUtils::Result<void> ReadField(const Node& node, OvxComponent::ExtensionData& 
     } else if (name == "creator-tool") {
         data.CreatorTool = FromUtf8(text);
     } else if (name == "keyword") {
-        data.Keywords.emplace_back(FromUtf8(text));
+        data.Keywords.push_back(MultiLanguageString(FromUtf8(text)));
     } else {
         return Error{FromUtf8("unknown element '" + name + "'")};
     }

@@ -95,7 +95,9 @@ OvxUtils::Result<void> ApplyOptions(const ArgumentParser& parser, OvxComponent::
     }
     if (parser.Has("--keyword")) {
         data.Keywords.clear();
-        for (const std::string& keyword : parser.Values("--keyword")) data.Keywords.emplace_back(FromUtf8(keyword));
+        for (const std::string& keyword : parser.Values("--keyword")) {
+            data.Keywords.push_back(MultiLanguageString(FromUtf8(keyword)));
+        }
     }
     const std::pair<const char*, std::optional<OvxUtils::Version>*> bounds[] = {
         {"--suite-min", &requirements.AppVersion.min},
