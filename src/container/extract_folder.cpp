@@ -7,6 +7,7 @@
 #include "container/archive_reader.h"
 #include "container/staging_folder.h"
 #include "platform/stream/file_stream.h"
+#include "platform/system_io/file.h"
 #include "platform/system_io/file_system.h"
 #include "platform/system_io/path.h"
 
@@ -20,10 +21,6 @@ namespace VdcContainer {
 namespace {
 
 namespace SystemIO = OvxUtils::SystemIO;
-
-// Seconds from 1601-01-01 to 1970-01-01, and file-time ticks per second.
-constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
-constexpr std::int64_t kTicksPerSecond = 10'000'000;
 
 struct Selected {
     const ArchiveEntry* entry;
@@ -100,7 +97,7 @@ Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, con
     });
     if (!read) return read;
     if (item.entry->modified) {
-        file->SetLastWriteTime(static_cast<std::uint64_t>((*item.entry->modified + kEpochOffsetSeconds) * kTicksPerSecond));
+        file->SetLastWriteTime(SystemIO::File::TicksOfUnixSeconds(*item.entry->modified));
     }
     return {};
 }

@@ -13,6 +13,16 @@
 
 namespace OvxUtils::SystemIO::File {
 
+// File times count 100 ns ticks since 1601-01-01: the seconds from then to 1970-01-01, and
+// the ticks in a second.
+inline constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
+inline constexpr std::int64_t kTicksPerSecond = 10'000'000;
+
+// A time in whole seconds since 1970 as a file time.
+constexpr std::uint64_t TicksOfUnixSeconds(std::int64_t seconds) {
+    return static_cast<std::uint64_t>(seconds + kEpochOffsetSeconds) * kTicksPerSecond;
+}
+
 // True for a file (after following a link); a folder is not a file.
 bool Exists(const CString& path);
 

@@ -19,8 +19,8 @@ namespace OvxUtils::SystemIO {
 
 namespace {
 
-using Detail::kEpochOffsetSeconds;
-using Detail::kTicksPerSecond;
+using File::kEpochOffsetSeconds;
+using File::kTicksPerSecond;
 
 struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }

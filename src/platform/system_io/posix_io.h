@@ -2,6 +2,7 @@
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
+#include "platform/system_io/file.h"
 
 #include <time.h>
 #include <unistd.h>
@@ -37,13 +38,10 @@ private:
     int m_fd = -1;
 };
 
-// Seconds from 1601-01-01 to 1970-01-01, and file-time ticks (100 ns) per second.
-constexpr std::int64_t kEpochOffsetSeconds = 11644473600;
-constexpr std::int64_t kTicksPerSecond = 10'000'000;
-
 // A file time in ticks since 1601 as the system's time since 1970.
 inline struct timespec TimespecOfTicks(std::uint64_t ticks) {
     struct timespec time {};
+    using File::kEpochOffsetSeconds, File::kTicksPerSecond;
     time.tv_sec = static_cast<time_t>(static_cast<std::int64_t>(ticks / kTicksPerSecond) - kEpochOffsetSeconds);
     time.tv_nsec = static_cast<long>(ticks % kTicksPerSecond) * 100;
     return time;
