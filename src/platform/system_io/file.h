@@ -30,11 +30,6 @@ bool Exists(const CString& path);
 // is never deleted (false). On Windows a read-only file is deleted as well.
 bool Delete(const CString& path);
 
-// Copies the content, the last write time and the read-only state, as Windows copies a
-// file. Without overwrite an existing target fails and stays as it was; copying a file
-// onto itself fails.
-bool Copy(const CString& from, const CString& to, bool overwrite);
-
 // Copies from to a temporary name beside to, flushes the copy to the disk and renames it
 // over to in one step, so that whatever happens meanwhile, to is either what it was or
 // the complete copy. Keeps the last write time. Only a regular file is copied: a pipe,

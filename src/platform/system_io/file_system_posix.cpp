@@ -159,24 +159,6 @@ bool RemoveEntry(const CString& path) {
 
 namespace File {
 
-bool Copy(const CString& from, const CString& to, bool overwrite) {
-    struct stat sourceStat {};
-    const Detail::UniqueFd source = OpenForReading(from, sourceStat);
-    if (!source.IsValid() || !S_ISREG(sourceStat.st_mode)) return false;
-    struct stat targetStat {};
-    if (StatPath(to, targetStat) && targetStat.st_dev == sourceStat.st_dev &&
-        targetStat.st_ino == sourceStat.st_ino) {
-        return false;
-    }
-    const int mode = static_cast<int>(sourceStat.st_mode & 07777);
-    const Detail::UniqueFd target =
-        Detail::OpenFd(to, O_WRONLY | O_CREAT | (overwrite ? O_TRUNC : O_EXCL), mode);
-    if (!target.IsValid()) return false;
-    const bool ok = CopyContent(source.Get(), target.Get(), sourceStat);
-    if (!ok) ::unlink(to.ToUtf8().c_str());
-    return ok;
-}
-
 Result<void> CopyAtomically(const CString& from, const CString& to) {
     struct stat sourceStat {};
     const Detail::UniqueFd source = OpenForReading(from, sourceStat);

@@ -43,18 +43,6 @@ bool IsLink(const CString& path, DWORD attributes) {
     return IsLinkTag(attributes, info.ReparseTag);
 }
 
-bool IsSameFile(const CString& a, const CString& b) {
-    const UniqueFileHandle first =
-        Open(a, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
-    const UniqueFileHandle second =
-        Open(b, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
-    BY_HANDLE_FILE_INFORMATION x{}, y{};
-    return first.IsValid() && second.IsValid() && ::GetFileInformationByHandle(first.Get(), &x) &&
-           ::GetFileInformationByHandle(second.Get(), &y) &&
-           x.dwVolumeSerialNumber == y.dwVolumeSerialNumber && x.nFileIndexHigh == y.nFileIndexHigh &&
-           x.nFileIndexLow == y.nFileIndexLow;
-}
-
 }  // namespace
 
 namespace Detail {
@@ -175,12 +163,6 @@ bool RemoveEntry(const CString& path) {
 }  // namespace Detail
 
 namespace File {
-
-bool Copy(const CString& from, const CString& to, bool overwrite) {
-    if (IsSameFile(from, to)) return false;
-    return ::CopyFileW(Detail::ToWin32Path(from).GetString(), Detail::ToWin32Path(to).GetString(),
-                       overwrite ? FALSE : TRUE) != FALSE;
-}
 
 Result<void> CopyAtomically(const CString& from, const CString& to) {
     const UniqueFileHandle source = Open(from, GENERIC_READ, kShareAll, OPEN_EXISTING, 0);

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 namespace {
@@ -61,7 +62,7 @@ TEST_F(ChangeTracking, ScansAtOnceThenLoadsDroppedPackagesAndRemovesTakenOnes) {
     const CString outside = OvxTest::PackExtension(host.temp / u"outside/second.OrvexExtension", {TestGuid(2)});
     const CString second = host.temp / u"source/sub/second.OrvexExtension";
     SystemIO::Folder::EnsureExists(host.temp / u"source/sub");
-    ASSERT_TRUE(SystemIO::File::Copy(outside, second, false));
+    ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(outside), OvxTest::FsPath(second)));
     EXPECT_TRUE(PumpUntil([&] { return manager->FindExtension(TestGuid(2)).has_value(); }));
 
     ASSERT_TRUE(SystemIO::File::Delete(first));
@@ -87,7 +88,7 @@ TEST_F(ChangeTracking, ASourceFolderThatIsDeletedAndMadeAgainIsTrackedAgain) {
     EXPECT_TRUE(PumpUntil([&] { return !host.TakeLines().empty(); }));
     const CString outside = OvxTest::PackExtension(host.temp / u"outside/ext.OrvexExtension", {TestGuid(1)});
     ASSERT_TRUE(SystemIO::Folder::EnsureExists(host.source));
-    ASSERT_TRUE(SystemIO::File::Copy(outside, host.temp / u"source/ext.OrvexExtension", false));
+    ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(outside), OvxTest::FsPath(host.temp / u"source/ext.OrvexExtension")));
     EXPECT_TRUE(PumpUntil([&] { return manager->FindExtension(TestGuid(1)).has_value(); }));
 }
 
@@ -105,7 +106,7 @@ TEST_F(ChangeTracking, ABurstOfDropsLoadsEveryPackage) {
     manager->TrackSourceFolders();
     host.RunMainThread();
     for (const CString& package : staged) {
-        ASSERT_TRUE(SystemIO::File::Copy(package, SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package)), false));
+        ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(package), OvxTest::FsPath(SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package)))));
     }
     EXPECT_TRUE(PumpUntil([&] { return installer->loadedPaths.size() == kDrops; }));
     const auto lines = host.TakeLines();
