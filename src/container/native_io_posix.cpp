@@ -1,4 +1,4 @@
-// NativeIO on POSIX systems.
+// NativeIO on POSIX systems: libzip paths, reads that never wait, positional reads and renames.
 #include "container/native_io.h"
 
 #include <cerrno>

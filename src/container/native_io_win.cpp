@@ -1,4 +1,4 @@
-// NativeIO on Windows.
+// NativeIO on Windows: libzip paths, reads that never wait, positional reads and renames.
 #include "container/native_io.h"
 
 #include "platform/system_io/win32_io.h"

@@ -1,4 +1,4 @@
-// The install layout.
+// The install layout: the paths below the platform folder, and the versions installed there.
 #include "extensions/manager/install_layout.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"

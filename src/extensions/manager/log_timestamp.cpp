@@ -1,4 +1,4 @@
-// Log time stamps.
+// Log time stamps: the clock of log entries and the local time text of each line.
 #include "extensions/manager/log_timestamp.h"
 
 #include <chrono>
