@@ -1,6 +1,4 @@
-// ThreadLock, Singleton and Any.
-#include "OvxComponent/platform/any.h"
-#include "OvxComponent/platform/guid.h"
+// ThreadLock and Singleton.
 #include "OvxComponent/platform/singleton.h"
 #include "OvxComponent/platform/thread_lock.h"
 
@@ -69,22 +67,6 @@ TEST(Singleton, CreatesOnceAndStartsAfreshAfterRelease) {
     EXPECT_EQ(Registry::constructed, 2);
     Singleton<Registry>::ReleaseInstance(true);
     EXPECT_TRUE(Singleton<Registry>::IsReleased());
-}
-
-TEST(Any, CopiesAndComparesTypedValues) {
-    const Guid id = Guid::Generate();
-    const Any a = id;
-    Any b = a;
-    EXPECT_EQ(a, b);
-    ASSERT_NE(b.Get<Guid>(), nullptr);
-    EXPECT_EQ(*b.Get<Guid>(), id);
-    EXPECT_EQ(b.Get<std::vector<Guid>>(), nullptr);
-
-    b = std::vector<Guid>{id};
-    EXPECT_FALSE(a == b);
-    EXPECT_EQ(b.Get<std::vector<Guid>>()->size(), 1u);
-    EXPECT_EQ(Any(), Any());
-    EXPECT_FALSE(Any() == a);
 }
 
 }  // namespace

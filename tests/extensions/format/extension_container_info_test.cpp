@@ -1,4 +1,4 @@
-// ExtensionContainerInfo: the record's defaults, its ranges and lists from text, and copies.
+// ExtensionContainerInfo: the record's defaults, and its ranges and lists from text.
 #include "OvxComponent/extensions/format/extension_container_info.h"
 
 #include <gmock/gmock.h>
@@ -91,33 +91,6 @@ TEST(ExtensionContainerInfo, FeatureGroupNamesMayNotHoldTheSeparator) {
 
     EXPECT_TRUE(info.SetAllFeatureRequirements(std::vector<CString>{u"x", u"y,z"}));
     EXPECT_EQ(FeatureGroups(info), (Groups{{u"x"}, {u"y", u"z"}}));
-}
-
-TEST(ExtensionContainerInfo, CopiesCarryEveryMemberAndStayIndependent) {
-    ExtensionContainerInfo info;
-    info.SetVersion(Version{2, 1});
-    info.SetDocumentID(OvxUtils::Guid::Generate());
-    info.SetInstanceID(OvxUtils::Guid::Generate());
-    info.SetDerivedFrom({OvxUtils::Guid::Generate()});
-    info.SetApplist(u"Beacon");
-    info.AddFeatureRequirementFromString(u"a,b");
-    info.data().AuxiliaryString = u"aux";
-    info.data().AuxiliaryInteger = 7;
-    info.data().EntryPoints.push_back({MultiLanguageString(u"Name"), MultiLanguageString(u"Short"),
-                                       ExtensionEntryPointType::Menu, u"value", CString(u"guid")});
-
-    std::unique_ptr<VdcContainer::SubtypeInfo> clone = info.Clone();
-    std::unique_ptr<ExtensionContainerInfo> modified = info.Modify();
-    for (ExtensionContainerInfo* copy : {dynamic_cast<ExtensionContainerInfo*>(clone.get()), modified.get()}) {
-        ASSERT_NE(copy, nullptr);
-        EXPECT_EQ(copy->data(), info.data());
-        EXPECT_EQ(copy->GetInstanceID(), info.GetInstanceID());
-        EXPECT_EQ(copy->GetDerivedFrom(), info.GetDerivedFrom());
-        copy->SetApplist(u"Delta");
-        copy->data().AuxiliaryInteger = 8;
-        EXPECT_EQ(info.GetApplistAsString(), CString(u"Beacon"));
-        EXPECT_EQ(info.data().AuxiliaryInteger, 7);
-    }
 }
 
 }  // namespace
