@@ -41,14 +41,17 @@ Result<void> CopyAtomically(const CString& from, const CString& to);
 // and, with recursive, in all its subfolders, in Folder::Visit order.
 std::vector<CString> Find(const CString& folder, const CString& name, bool recursive);
 
-// What tells one state of a file from another: its size, last write time, and the device
-// and index that name it on its volume. Equal identities mean, as far as the system can
-// tell, the same file with the same content.
+// What tells one state of a file from another: its size, last write time, the device and
+// index that name it on its volume, and the system's change time, which moves on every
+// write and which no program can set back. Equal identities mean, as far as the system can
+// tell, the same file with the same content, even after a rewrite in place with as many
+// bytes and the old last write time.
 struct FileIdentity {
     std::uint64_t size = 0;
     std::uint64_t lastWrite = 0;  // GetLastWriteTime's scale
     std::uint64_t device = 0;
     std::uint64_t index = 0;
+    std::uint64_t changeTime = 0;  // in the system's own units
     bool operator==(const FileIdentity&) const = default;
 };
 

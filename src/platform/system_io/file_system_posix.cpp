@@ -187,8 +187,10 @@ std::optional<FileIdentity> GetIdentity(const CString& path) {
     if (!StatPath(path, st) || !S_ISREG(st.st_mode)) return std::nullopt;
     const std::uint64_t lastWrite = static_cast<std::uint64_t>(st.st_mtim.tv_sec + kEpochOffsetSeconds) * kTicksPerSecond +
                                     static_cast<std::uint64_t>(st.st_mtim.tv_nsec / 100);
+    const std::uint64_t changeTime = static_cast<std::uint64_t>(st.st_ctim.tv_sec) * 1'000'000'000u +
+                                     static_cast<std::uint64_t>(st.st_ctim.tv_nsec);
     return FileIdentity{static_cast<std::uint64_t>(st.st_size), lastWrite, static_cast<std::uint64_t>(st.st_dev),
-                        static_cast<std::uint64_t>(st.st_ino)};
+                        static_cast<std::uint64_t>(st.st_ino), changeTime};
 }
 
 std::optional<std::uint64_t> GetSize(const CString& path) {

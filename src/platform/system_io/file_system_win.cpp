@@ -191,15 +191,18 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
 std::optional<FileIdentity> GetIdentity(const CString& path) {
     const UniqueFileHandle file = Open(path, FILE_READ_ATTRIBUTES, kShareAll, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS);
     BY_HANDLE_FILE_INFORMATION info{};
+    FILE_BASIC_INFO basic{};
     if (!file.IsValid() || !::GetFileInformationByHandle(file.Get(), &info) ||
-        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || ::GetFileType(file.Get()) != FILE_TYPE_DISK) {
+        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 || ::GetFileType(file.Get()) != FILE_TYPE_DISK ||
+        !::GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &basic, sizeof(basic))) {
         return std::nullopt;
     }
     return FileIdentity{(static_cast<std::uint64_t>(info.nFileSizeHigh) << 32) | info.nFileSizeLow,
                         (static_cast<std::uint64_t>(info.ftLastWriteTime.dwHighDateTime) << 32) |
                             info.ftLastWriteTime.dwLowDateTime,
                         info.dwVolumeSerialNumber,
-                        (static_cast<std::uint64_t>(info.nFileIndexHigh) << 32) | info.nFileIndexLow};
+                        (static_cast<std::uint64_t>(info.nFileIndexHigh) << 32) | info.nFileIndexLow,
+                        static_cast<std::uint64_t>(basic.ChangeTime.QuadPart)};
 }
 
 std::optional<std::uint64_t> GetSize(const CString& path) {

@@ -123,6 +123,21 @@ TEST_F(PackageUnpacking, AScanReadsAChangedPackageAgain) {
     const auto bytes = SystemIO::File::ReadAllBytes(OvxTest::PackExtension(host.temp / u"elsewhere/3.OrvexExtension", {TestGuid(1), {3}}));
     ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, *bytes));
     EXPECT_EQ(versionOf(), u"3");
+
+    // Rewritten in place with as many bytes and its time set back: only the system's own
+    // change time tells.
+    std::optional<std::string> sameSize;
+    int version = 4;
+    for (; version < 40; ++version) {
+        const CString other = OvxTest::PackExtension(host.temp / u"elsewhere/same.OrvexExtension", {TestGuid(1), {version}});
+        if ((sameSize = SystemIO::File::ReadAllBytes(other))->size() == bytes->size()) break;
+    }
+    ASSERT_EQ(sameSize->size(), bytes->size()) << "no package of the same size";
+    const std::uint64_t rewrittenAt = *SystemIO::File::GetLastWriteTime(path);
+    OvxTest::WaitForTheChangeClockToMove(path);
+    ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, *sameSize));
+    ASSERT_TRUE(SystemIO::File::SetLastWriteTime(path, rewrittenAt));
+    EXPECT_EQ(versionOf(), OvxUtils::Version{version}.ToString());
     // What the decision then sees is the new version: an equal version whose file is not
     // newer than the installed copy stays installed.
     OpenedPackage package = Open(path);

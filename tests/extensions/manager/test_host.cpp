@@ -2,10 +2,14 @@
 #include "test_host.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"
+#include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 
 #include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
 
 namespace OvxTest {
 
@@ -42,6 +46,19 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
 
 OvxUtils::Guid TestGuid(int number) {
     return OvxUtils::Guid(0x0E000000u + static_cast<std::uint32_t>(number), 0x1111, 0x2222, {1, 2, 3, 4, 5, 6, 7, 8});
+}
+
+void WaitForTheChangeClockToMove(const CString& path) {
+    const auto before = SystemIO::File::GetIdentity(path);
+    const CString probe = path + u".probe";
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    for (bool moved = false; !moved && std::chrono::steady_clock::now() < deadline;) {
+        SystemIO::File::WriteAllBytes(probe, "x");
+        const auto now = SystemIO::File::GetIdentity(probe);
+        moved = before && now && now->changeTime > before->changeTime;
+        if (!moved) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    SystemIO::File::Delete(probe);
 }
 
 TestHost::TestHost() : root(temp / u"data"), source(temp / u"source") {

@@ -31,6 +31,10 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 // A fixed document ID per number, for readable tests.
 OvxUtils::Guid TestGuid(int number);
 
+// Returns once a write made now gives a file a later change time than path has, so that
+// a rewrite of path cannot keep its change time.
+void WaitForTheChangeClockToMove(const CString& path);
+
 class TestHost {
 public:
     TestHost();
