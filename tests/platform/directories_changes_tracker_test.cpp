@@ -4,6 +4,7 @@
 #include "platform/system_io/folder.h"
 #include "support/runs_under_wine.h"
 #include "support/temp_folder.h"
+#include "support/wait_until.h"
 
 #include <gtest/gtest.h>
 
@@ -26,6 +27,7 @@ using namespace std::chrono_literals;
 using OvxTest::FsPath;
 using OvxTest::RunsUnderWine;
 using OvxTest::TempFolder;
+using OvxTest::WaitUntil;
 using Tracker = OvxUtils::CDirectoriesChangesTracker;
 using Handle = std::unique_ptr<void*, OvxUtils::StopTrackingHelper>;
 namespace File = OvxUtils::SystemIO::File;
@@ -33,16 +35,6 @@ namespace Folder = OvxUtils::SystemIO::Folder;
 
 // What the extension manager asks for: file names, last write and creation.
 constexpr unsigned long kManagerFilter = 0x51;
-
-// Polls condition until it holds or a generous deadline passes.
-bool WaitFor(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 20s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
 
 // Counts the calls of a callback; the count is shared with the callback, so a late call
 // finds it still there.
@@ -54,7 +46,7 @@ struct Calls {
     }
     int Count() const { return *count; }
     bool WaitBeyond(int than) const {
-        return WaitFor([&] { return *count > than; });
+        return WaitUntil([&] { return *count > than; });
     }
     // The count once no call came for a while: only a check that something was *not*
     // called needs it, since a change may be reported by more than one call.
@@ -293,17 +285,17 @@ TEST(DirectoriesChangesTracker, ReleaseWaitsForTheCallInProgress) {
     std::atomic<bool> entered{false}, releasing{false}, finished{false};
     Handle handle = Track(temp.Path(), kManagerFilter, [&] {
         if (entered.exchange(true)) return;
-        WaitFor([&] { return releasing.load(); });
+        WaitUntil([&] { return releasing.load(); });
         std::this_thread::sleep_for(200ms);  // time for a release that does not wait to return
         finished = true;
     });
     ASSERT_TRUE(handle);
     temp.WriteFile(u"a.txt", "x");
-    ASSERT_TRUE(WaitFor([&] { return entered.load(); }));
+    ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
     releasing = true;
     handle.reset();
     EXPECT_TRUE(finished);
-    WaitFor([&] { return finished.load(); });
+    WaitUntil([&] { return finished.load(); });
 }
 
 TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
@@ -313,7 +305,7 @@ TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
     Handle probeHandle = Track(temp.Path(), kManagerFilter, probe.Callback());
     auto self = TrackSelfReleasing(temp.Path(), [] {});
     ExpectCallFor(probe, "first change", [&] { temp.WriteFile(u"a.txt", "x"); });
-    EXPECT_TRUE(WaitFor([&] { return self->Calls() == 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return self->Calls() == 1; }));
     ExpectCallFor(probe, "second change", [&] { temp.WriteFile(u"b.txt", "x"); });
     EXPECT_EQ(self->Calls(), 1);
     probeHandle.reset();
@@ -327,7 +319,7 @@ TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
         successor = Track(temp.Path(), kManagerFilter, probe.Callback());
     });
     temp.WriteFile(u"c.txt", "x");
-    EXPECT_TRUE(WaitFor([&] {
+    EXPECT_TRUE(WaitUntil([&] {
         std::lock_guard<std::mutex> lock(successorMutex);
         return successor != nullptr;
     }));
@@ -349,7 +341,7 @@ TEST(DirectoriesChangesTracker, RunsOneThreadForAllTrackingsUntilTheLastIsReleas
     firstHandle.reset();
     EXPECT_EQ(ThreadsOfThisProcess(), withTracker);
     secondHandle.reset();
-    EXPECT_TRUE(WaitFor([&] { return ThreadsOfThisProcess() == withTracker - 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return ThreadsOfThisProcess() == withTracker - 1; }));
 }
 
 TEST(DirectoriesChangesTracker, ReportsWhatANewFolderHeldBeforeItWasWatched) {

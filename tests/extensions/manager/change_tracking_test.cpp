@@ -7,14 +7,13 @@
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 #include "support/runs_under_wine.h"
+#include "support/wait_until.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
-#include <thread>
 
 namespace {
 
@@ -31,12 +30,10 @@ protected:
     // Runs the main thread's queue until condition holds; false after the deadline.
     template <class Condition>
     bool PumpUntil(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            if (host.RunMainThread() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
+        return OvxTest::WaitUntil([&] {
+            host.RunMainThread();
+            return condition();
+        });
     }
     CString InstalledFolder(int number) const {
         return InstallLayout::ExtensionFolder(manager->GetPlatformFolder(), TestGuid(number));

@@ -5,11 +5,9 @@
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
+#include "support/wait_until.h"
 
 #include <gtest/gtest.h>
-
-#include <chrono>
-#include <thread>
 
 namespace OvxTest {
 
@@ -51,13 +49,11 @@ OvxUtils::Guid TestGuid(int number) {
 void WaitForTheChangeClockToMove(const CString& path) {
     const auto before = SystemIO::File::GetIdentity(path);
     const CString probe = path + u".probe";
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    for (bool moved = false; !moved && std::chrono::steady_clock::now() < deadline;) {
+    EXPECT_TRUE(WaitUntil([&] {
         SystemIO::File::WriteAllBytes(probe, "x");
         const auto now = SystemIO::File::GetIdentity(probe);
-        moved = before && now && now->changeTime > before->changeTime;
-        if (!moved) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+        return before && now && now->changeTime > before->changeTime;
+    }));
     SystemIO::File::Delete(probe);
 }
 
