@@ -1,9 +1,10 @@
 // PackageCache: the records parsed from package files, kept by path with the file's
 // identity, so that a rescan reads again only the files that changed.
 //
-// A record is handed out only while the file's identity (size, last write time, device
-// and index) is the one it had when it was read; any change, a file replaced by another
-// of the same size and time included, reads the file again. Owned by the manager and used
+// A record is handed out only while the file's identity (size, last write time, device,
+// index and change time) is the one it had when it was read; any change, a file replaced
+// by another or rewritten in place with the same size and time included, reads the file
+// again. Owned by the manager and used
 // on the main thread only; entries not used during a rescan are dropped at its end.
 #pragma once
 
