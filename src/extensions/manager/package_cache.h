@@ -4,8 +4,8 @@
 // A record is handed out only while the file's identity (size, last write time, device,
 // index and change time) is the one it had when it was read; any change, a file replaced
 // by another or rewritten in place with the same size and time included, reads the file
-// again. Owned by the manager and used
-// on the main thread only; entries not used during a rescan are dropped at its end.
+// again. Owned by the manager and used on the main thread only; entries not used during a
+// rescan are dropped at its end.
 #pragma once
 
 #include "OvxComponent/extensions/format/extension_container.h"
