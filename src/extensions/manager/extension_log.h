@@ -19,6 +19,7 @@
 #include <map>
 #include <set>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace OvxComponent {
@@ -71,17 +72,21 @@ public:
     void AcknowledgeFailures();
 
 private:
-    // An entry as a history keeps it: its subject is the history's key.
+    // An entry as a history keeps it: its subject is the history's key, and its text one
+    // of m_texts. The histories grow with every rescan for as long as the manager lives, and
+    // most of their lines repeat a few texts, so each text is kept once.
     struct HistoryEntry {
-        ExtensionLogLevel level;
         std::int64_t time;
-        CString message;
+        const CString* message;
+        ExtensionLogLevel level;
     };
+    const CString& Keep(const CString& text) { return *m_texts.insert(text).first; }
     void Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid);
     void UpdateHasFailures();
 
     OvxUtils::NamedOutStream m_output;
     bool m_ownFile = false;  // the stream is ours to create, with a byte-order mark
+    std::unordered_set<CString> m_texts;  // a set's elements never move
     // A deque grows without moving what it holds.
     std::unordered_map<CString, std::deque<HistoryEntry>> m_byName;
     std::unordered_map<OvxUtils::Guid, std::deque<HistoryEntry>> m_byGuid;
