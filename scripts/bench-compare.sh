@@ -19,7 +19,8 @@ scripts/install-deps.sh --linux-only
 if [[ ! -d $tree ]]; then
   git worktree add --detach "$tree" "$base" >/dev/null
 else
-  git -C "$tree" checkout -q --detach "$base"
+  # bench/ there is a copy of this tree's: set aside before the checkout.
+  git -C "$tree" checkout -q --force --detach "$base" && git -C "$tree" clean -q -fd -- bench
 fi
 rm -rf "$tree/bench" && cp -r bench "$tree/bench"
 
