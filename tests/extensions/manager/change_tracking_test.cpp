@@ -85,7 +85,8 @@ TEST_F(ChangeTracking, ASourceFolderThatIsDeletedAndMadeAgainIsTrackedAgain) {
     EXPECT_TRUE(PumpUntil([&] { return !host.TakeLines().empty(); }));
     const CString outside = OvxTest::PackExtension(host.temp / u"outside/ext.OrvexExtension", {TestGuid(1)});
     ASSERT_TRUE(SystemIO::Folder::EnsureExists(host.source));
-    ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(outside), OvxTest::FsPath(host.temp / u"source/ext.OrvexExtension")));
+    const CString dropped = host.temp / u"source/ext.OrvexExtension";
+    ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(outside), OvxTest::FsPath(dropped)));
     EXPECT_TRUE(PumpUntil([&] { return manager->FindExtension(TestGuid(1)).has_value(); }));
 }
 
@@ -103,7 +104,8 @@ TEST_F(ChangeTracking, ABurstOfDropsLoadsEveryPackage) {
     manager->TrackSourceFolders();
     host.RunMainThread();
     for (const CString& package : staged) {
-        ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(package), OvxTest::FsPath(SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package)))));
+        const CString dropped = SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package));
+        ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(package), OvxTest::FsPath(dropped)));
     }
     EXPECT_TRUE(PumpUntil([&] { return installer->loadedPaths.size() == kDrops; }));
     const auto lines = host.TakeLines();

@@ -63,7 +63,8 @@ void RunLifecycle(TestHost& host, int crashAt) {
     };
     std::optional<Session> session;
     armed([&] { session.emplace(host); });
-    ASSERT_TRUE(SystemIO::File::CopyAtomically(host.temp / u"v2.OrvexExtension", host.temp / u"source/a.OrvexExtension"));
+    ASSERT_TRUE(
+        SystemIO::File::CopyAtomically(host.temp / u"v2.OrvexExtension", host.temp / u"source/a.OrvexExtension"));
     armed([&] { session->Rescan(); });
     SystemIO::File::Delete(host.temp / u"source/b.OrvexExtension");
     armed([&] { session->Rescan(); });

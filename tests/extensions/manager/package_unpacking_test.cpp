@@ -129,7 +129,8 @@ TEST_F(PackageUnpacking, AScanReadsAChangedPackageAgain) {
     std::optional<std::string> sameSize;
     int version = 4;
     for (; version < 40; ++version) {
-        const CString other = OvxTest::PackExtension(host.temp / u"elsewhere/same.OrvexExtension", {TestGuid(1), {version}});
+        const CString other =
+            OvxTest::PackExtension(host.temp / u"elsewhere/same.OrvexExtension", {TestGuid(1), {version}});
         if ((sameSize = SystemIO::File::ReadAllBytes(other))->size() == bytes->size()) break;
     }
     ASSERT_EQ(sameSize->size(), bytes->size()) << "no package of the same size";
