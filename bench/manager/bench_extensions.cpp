@@ -67,6 +67,7 @@ private:
 
 std::shared_ptr<IExtensionState> BenchInstaller::Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
                                                       CString mimeType, CString) const {
+    lastLoad = std::chrono::steady_clock::now();
     ++loads;
     ExtensionData data;
     data.DocumentID = documentId;

@@ -5,6 +5,7 @@
 #include "extensions/manager/extension_manager_impl.h"
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -32,7 +33,7 @@ CString PackBenchExtension(const std::filesystem::path& package, const OvxUtils:
                            const std::filesystem::path& content, const std::vector<CString>& files);
 
 // Loads every extension without touching its files, so that what is timed is the
-// manager's work, and counts the loads and unloads.
+// manager's work, counts the loads and unloads, and notes when the last load ran.
 class BenchInstaller final : public OvxComponent::IExtensionInstaller {
 public:
     std::shared_ptr<OvxComponent::IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
@@ -42,6 +43,7 @@ public:
 
     mutable std::atomic<int> loads = 0;
     mutable std::atomic<int> unloads = 0;
+    mutable std::chrono::steady_clock::time_point lastLoad;
 };
 
 }  // namespace OvxBench

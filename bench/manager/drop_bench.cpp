@@ -1,8 +1,9 @@
 // From a package renamed into a tracked source folder to the installer's Load: the road a
 // host sees (the folder notification, the dispatch to the main thread, the rescan, the
 // open, check and unpack, the load), with 0, 100, 500 or 1,000 other packages present and
-// loaded. Each repetition is one drop; "p99" over the repetitions is the figure. The aim:
-// with 500 present at most 25 ms, and at most 3 times the figure with none.
+// loaded. The time stops when the installer's Load runs, not when the rescan returns. Each
+// repetition is one drop; "p99" over the repetitions is the figure. The aim: with 500
+// present at most 25 ms, and at most 3 times the figure with none.
 
 #include "bench_extensions.h"
 
@@ -130,7 +131,11 @@ void BM_DropToLoad(benchmark::State& state) {
             state.SkipWithError("the dropped package was not loaded");
             break;
         }
-        state.SetIterationTime(std::chrono::duration<double>(Clock::now() - start).count());
+        // Up to the installer's Load, which comes in the middle of the rescan. The rest of
+        // the rescan (the scan for packages that went) keeps the main thread busy after
+        // it: reported beside, in milliseconds.
+        state.SetIterationTime(std::chrono::duration<double>(host.installer->lastLoad - start).count());
+        state.counters["rescan_done_ms"] = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 
         // Taken away again, so that the number present stays the same.
         const int unloads = host.installer->unloads;
