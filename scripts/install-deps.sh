@@ -6,7 +6,7 @@
 set -euo pipefail
 
 linux_packages=(
-  cmake ninja-build g++ clang-14 libclang-rt-14-dev pkg-config git ca-certificates
+  cmake ninja-build g++ clang-14 libclang-rt-14-dev llvm-14 pkg-config git ca-certificates
   libzip-dev zipcmp zipmerge ziptool zlib1g-dev libpugixml-dev googletest libbenchmark-dev unicode-data
   zip unzip libarchive-tools python3 nlohmann-json3-dev abigail-tools dpkg-dev file
 )
