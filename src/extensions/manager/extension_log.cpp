@@ -52,7 +52,8 @@ void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const 
     // never sees half a line.
     CString::StringType& line = m_line;
     line.clear();
-    line.reserve(static_cast<std::size_t>(m_stamp.GetLength() + entry.message->GetLength() +
+    const CString& message = TextOf(entry);
+    line.reserve(static_cast<std::size_t>(m_stamp.GetLength() + message.GetLength() +
                                           (name ? name->GetLength() : 0)) + 64);
     AppendText(line, u"[");
     AppendCString(line, m_stamp);
@@ -68,14 +69,20 @@ void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const 
         AppendCString(line, guid->ToString());
         AppendText(line, u" ");
     }
-    AppendCString(line, *entry.message);
+    AppendCString(line, message);
     AppendText(line, u"\r\n");
     m_output.stream->Write(line.data(), line.size() * sizeof(CString::XCHAR));
 }
 
+std::uint32_t ExtensionLog::Keep(const CString& text) {
+    const auto [found, added] = m_textNumbers.try_emplace(text, static_cast<std::uint32_t>(m_texts.size()));
+    if (added) m_texts.push_back(&found->first);
+    return found->second;
+}
+
 void ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, const CString& message) {
     auto& history = m_byName[name];
-    history.push_back({LogClockNow(), &Keep(message), level});
+    history.push_back({LogClockNow(), Keep(message), level});
     Output(history.back(), &name, nullptr);
     if (level == ExtensionLogLevel::Error && !m_acknowledgedNames.contains(name)) {
         m_failedNames.insert(name);
@@ -85,7 +92,7 @@ void ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, con
 
 void ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message) {
     auto& history = m_byGuid[guid];
-    history.push_back({LogClockNow(), &Keep(message), level});
+    history.push_back({LogClockNow(), Keep(message), level});
     Output(history.back(), nullptr, &guid);
     if (level == ExtensionLogLevel::Error && !m_acknowledgedGuids.contains(guid)) {
         m_failedGuids.insert(guid);
@@ -152,7 +159,7 @@ std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const CString& name) con
     if (const auto found = m_byName.find(name); found != m_byName.end()) {
         entries.reserve(found->second.size());
         for (const HistoryEntry& entry : found->second) {
-            entries.push_back({entry.level, entry.time, name, std::nullopt, *entry.message});
+            entries.push_back({entry.level, entry.time, name, std::nullopt, TextOf(entry)});
         }
     }
     return entries;
@@ -163,7 +170,7 @@ std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const OvxUtils::Guid& gu
     if (const auto found = m_byGuid.find(guid); found != m_byGuid.end()) {
         entries.reserve(found->second.size());
         for (const HistoryEntry& entry : found->second) {
-            entries.push_back({entry.level, entry.time, std::nullopt, guid, *entry.message});
+            entries.push_back({entry.level, entry.time, std::nullopt, guid, TextOf(entry)});
         }
     }
     return entries;

@@ -19,7 +19,6 @@
 #include <map>
 #include <set>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 namespace OvxComponent {
@@ -72,21 +71,25 @@ public:
     void AcknowledgeFailures();
 
 private:
-    // An entry as a history keeps it: its subject is the history's key, and its text one
-    // of m_texts. The histories grow with every rescan for as long as the manager lives, and
-    // most of their lines repeat a few texts, so each text is kept once.
+    // An entry as a history keeps it, in 16 bytes: its subject is the history's key, and its
+    // text a number in m_texts. The histories grow with every rescan for as long as the
+    // manager lives, and most of their lines repeat a few texts, so each text is kept once.
     struct HistoryEntry {
         std::int64_t time;
-        const CString* message;
+        std::uint32_t message;
         ExtensionLogLevel level;
     };
-    const CString& Keep(const CString& text) { return *m_texts.insert(text).first; }
+    static_assert(sizeof(HistoryEntry) == 16);
+    std::uint32_t Keep(const CString& text);
+    const CString& TextOf(const HistoryEntry& entry) const { return *m_texts[entry.message]; }
     void Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid);
     void UpdateHasFailures();
 
     OvxUtils::NamedOutStream m_output;
     bool m_ownFile = false;  // the stream is ours to create, with a byte-order mark
-    std::unordered_set<CString> m_texts;  // a set's elements never move
+    // Every text written so far with its number, and by number; a map's keys never move.
+    std::unordered_map<CString, std::uint32_t> m_textNumbers;
+    std::vector<const CString*> m_texts;
     // A deque grows without moving what it holds.
     std::unordered_map<CString, std::deque<HistoryEntry>> m_byName;
     std::unordered_map<OvxUtils::Guid, std::deque<HistoryEntry>> m_byGuid;
