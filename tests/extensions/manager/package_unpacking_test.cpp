@@ -16,6 +16,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <map>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -120,25 +121,29 @@ TEST_F(PackageUnpacking, AScanReadsAChangedPackageAgain) {
     std::filesystem::rename(OvxTest::FsPath(replacement), OvxTest::FsPath(path));
     EXPECT_EQ(versionOf(), u"2");
 
-    const auto bytes = SystemIO::File::ReadAllBytes(OvxTest::PackExtension(host.temp / u"elsewhere/3.OrvexExtension", {TestGuid(1), {3}}));
-    ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, *bytes));
-    EXPECT_EQ(versionOf(), u"3");
-
-    // Rewritten in place with as many bytes and its time set back: only the system's own
-    // change time tells.
-    std::optional<std::string> sameSize;
-    int version = 4;
-    for (; version < 40; ++version) {
-        const CString other =
-            OvxTest::PackExtension(host.temp / u"elsewhere/same.OrvexExtension", {TestGuid(1), {version}});
-        if ((sameSize = SystemIO::File::ReadAllBytes(other))->size() == bytes->size()) break;
+    // Two packages of other versions with as many bytes (the sizes differ by a few bytes
+    // only, so a few dozen make a pair): the first rewrites the file with a new time, the
+    // second then rewrites it in place with that time set back, so that only the system's
+    // own change time tells.
+    std::map<std::size_t, std::pair<int, std::string>> bySize;
+    std::pair<int, std::string> first, second;
+    for (int version = 3; second.first == 0 && version < 200; ++version) {
+        std::string bytes = *SystemIO::File::ReadAllBytes(
+            OvxTest::PackExtension(host.temp / u"elsewhere/other.OrvexExtension", {TestGuid(1), {version}}));
+        if (const auto [found, added] = bySize.try_emplace(bytes.size(), version, bytes); !added) {
+            first = found->second;
+            second = {version, std::move(bytes)};
+        }
     }
-    ASSERT_EQ(sameSize->size(), bytes->size()) << "no package of the same size";
+    ASSERT_NE(second.first, 0) << "no two packages of the same size";
+    ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, first.second));
+    EXPECT_EQ(versionOf(), OvxUtils::Version{first.first}.ToString());
+
     const std::uint64_t rewrittenAt = *SystemIO::File::GetLastWriteTime(path);
     OvxTest::WaitForTheChangeClockToMove(path);
-    ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, *sameSize));
+    ASSERT_TRUE(SystemIO::File::WriteAllBytes(path, second.second));
     ASSERT_TRUE(SystemIO::File::SetLastWriteTime(path, rewrittenAt));
-    EXPECT_EQ(versionOf(), OvxUtils::Version{version}.ToString());
+    EXPECT_EQ(versionOf(), OvxUtils::Version{second.first}.ToString());
     // What the decision then sees is the new version: an equal version whose file is not
     // newer than the installed copy stays installed.
     OpenedPackage package = Open(path);
