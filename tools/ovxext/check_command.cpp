@@ -34,8 +34,7 @@ constexpr const char* kHelp =
     "            2 usage error, 3 the package cannot be opened\n";
 
 std::string JoinTexts(const std::vector<CString>& texts) {
-    std::string joined;
-    for (const CString& text : texts) joined += (joined.empty() ? "" : ",") + Utf8(text);
+    const std::string joined = JoinUtf8(texts, [](const CString& text) { return text; });
     return joined.empty() ? "(none)" : joined;
 }
 

@@ -29,6 +29,16 @@ struct CommandContext {
 // Text for the streams: CString as UTF-8.
 inline std::string Utf8(const CString& text) { return text.ToUtf8(); }
 inline CString FromUtf8(const std::string& text) { return CString::FromUtf8(text); }
+// The items' texts joined with commas, in UTF-8.
+template <class Items, class ToText>
+std::string JoinUtf8(const Items& items, ToText toText) {
+    std::string joined;
+    for (const auto& item : items) {
+        if (!joined.empty()) joined += ',';
+        joined += Utf8(toText(item));
+    }
+    return joined;
+}
 // A path for std::filesystem.
 inline std::filesystem::path NativePath(const CString& path) {
 #if defined(_WIN32)

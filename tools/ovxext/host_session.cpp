@@ -107,8 +107,13 @@ std::size_t HostSession::Finish() {
         }
         m_out << "  failure report (" << logName.ToUtf8() << "):\n";
         for (const ExtensionLogEntry& entry : entries) {
-            const std::string subject = entry.name ? "\"" + entry.name->ToUtf8() + "\"" : entry.guid->ToString().ToUtf8();
-            m_out << "    " << LevelText(entry.level).ToUtf8() << " " << subject << " " << entry.message.ToUtf8() << "\n";
+            m_out << "    " << LevelText(entry.level).ToUtf8() << " ";
+            if (entry.name) {
+                m_out << '"' << entry.name->ToUtf8() << '"';
+            } else {
+                m_out << entry.guid->ToString().ToUtf8();
+            }
+            m_out << " " << entry.message.ToUtf8() << "\n";
         }
     });
     m_registration.reset();

@@ -29,9 +29,8 @@ void WriteInfo(const OvxComponent::ExtensionContainerInfo& info, std::ostream& o
     out << "Description: " << Text(data.Description) << "\n";
     out << "Document ID: " << Utf8(info.GetDocumentID().ToString()) << "\n";
     out << "Instance ID: " << Utf8(info.GetInstanceID().ToString()) << "\n";
-    std::string derived;
-    for (const OvxUtils::Guid& id : info.GetDerivedFrom()) derived += (derived.empty() ? "" : ",") + Utf8(id.ToString());
-    out << "Derived from: " << derived << "\n";
+    out << "Derived from: " << JoinUtf8(info.GetDerivedFrom(), [](const OvxUtils::Guid& id) { return id.ToString(); })
+        << "\n";
     out << "Version: " << Utf8(info.GetVersionAsString()) << "\n";
     out << "Extension type: " << Utf8(info.GetSubformatAsString()) << "\n";
     out << "Keywords: " << Text(info.GetKeywords()) << "\n";
