@@ -10,6 +10,12 @@
 #include <iterator>
 #include <string>
 
+#if !defined(_WIN32)
+#include <sys/resource.h>
+
+#include <csignal>
+#endif
+
 namespace {
 
 using OvxUtils::FileStream;
@@ -65,6 +71,29 @@ TEST(FileStream, CreateFailsWhereNoFileCanBe) {
     EXPECT_EQ(FileStream::Create(temp.Path()), nullptr);
     EXPECT_EQ(FileStream::Create(u""), nullptr);
 }
+
+#if !defined(_WIN32)
+// A disk that fills during a write takes part of it (here a file size limit does): the
+// part is cut off again, so the file never ends in half a line.
+TEST(FileStream, AWriteCutShortLeavesNoPartBehind) {
+    TempFolder temp;
+    const CString path = temp / u"full.log";
+    const auto stream = FileStream::Create(path);
+    ASSERT_TRUE(stream && WriteText(*stream, "whole line\n"));
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit before = limit;
+    limit.rlim_cur = 16;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const bool written = WriteText(*stream, "a line with no room left for it\n");
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_FALSE(written);
+    EXPECT_EQ(File::ReadAllBytes(path), "whole line\n");
+    EXPECT_TRUE(WriteText(*stream, "next\n"));
+    EXPECT_EQ(File::ReadAllBytes(path), "whole line\nnext\n");
+}
+#endif
 
 // A host's own stream, derived across the library boundary.
 class RefusingStream : public Stream {

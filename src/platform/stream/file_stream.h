@@ -3,7 +3,9 @@
 // Every Write goes to the system at once as one write call, so a line written in one call
 // lands whole and other processes can read the file while it is open (on Windows it is
 // shared for reading, writing and deletion; on POSIX systems the descriptor is not
-// inherited by child processes). Nothing is buffered, so Flush has nothing to do.
+// inherited by child processes). Nothing is buffered, so Flush has nothing to do. A Write
+// that fails part-way (a full disk) is cut off again: the file never ends in half a line,
+// and the next Write that succeeds starts where that one began.
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"

@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace OvxUtils {
 
@@ -12,6 +13,8 @@ class FileStream::Handle {
 public:
     explicit Handle(SystemIO::Detail::UniqueFd fd) : m_fd(std::move(fd)) {}
     int Get() const { return m_fd.Get(); }
+
+    std::uint64_t written = 0;  // the file's length: every Write so far landed whole
 
 private:
     SystemIO::Detail::UniqueFd m_fd;
@@ -27,7 +30,15 @@ FileStream::FileStream(std::unique_ptr<Handle> handle) : m_handle(std::move(hand
 FileStream::~FileStream() = default;
 
 bool FileStream::Write(const void* data, std::size_t size) {
-    return SystemIO::Detail::WriteAll(m_handle->Get(), data, size);
+    const int fd = m_handle->Get();
+    if (SystemIO::Detail::WriteAll(fd, data, size)) {
+        m_handle->written += size;
+        return true;
+    }
+    // The system took part of the bytes at most (a full disk): cut them off again.
+    const auto end = static_cast<off_t>(m_handle->written);
+    if (::ftruncate(fd, end) == 0) ::lseek(fd, end, SEEK_SET);
+    return false;
 }
 
 bool FileStream::SetLastWriteTime(std::uint64_t ticks) {

@@ -10,6 +10,8 @@ public:
     explicit Handle(SystemIO::Detail::UniqueFileHandle file) : m_file(std::move(file)) {}
     HANDLE Get() const { return m_file.Get(); }
 
+    std::uint64_t written = 0;  // the file's length: every Write so far landed whole
+
 private:
     SystemIO::Detail::UniqueFileHandle m_file;
 };
@@ -27,7 +29,16 @@ FileStream::FileStream(std::unique_ptr<Handle> handle) : m_handle(std::move(hand
 FileStream::~FileStream() = default;
 
 bool FileStream::Write(const void* data, std::size_t size) {
-    return SystemIO::Detail::WriteAll(m_handle->Get(), data, size);
+    const HANDLE file = m_handle->Get();
+    if (SystemIO::Detail::WriteAll(file, data, size)) {
+        m_handle->written += size;
+        return true;
+    }
+    // The system took part of the bytes at most (a full disk): cut them off again.
+    LARGE_INTEGER end;
+    end.QuadPart = static_cast<LONGLONG>(m_handle->written);
+    if (::SetFilePointerEx(file, end, nullptr, FILE_BEGIN)) ::SetEndOfFile(file);
+    return false;
 }
 
 bool FileStream::SetLastWriteTime(std::uint64_t ticks) {
