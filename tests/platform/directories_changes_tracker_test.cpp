@@ -12,6 +12,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <future>
 #include <mutex>
 #include <thread>
@@ -36,6 +37,16 @@ namespace Folder = OvxUtils::SystemIO::Folder;
 // What the extension manager asks for: file names, last write and creation.
 constexpr unsigned long kManagerFilter = 0x51;
 
+// What read() answers once it held still for 100 ms.
+int Settled(const std::function<int()>& read) {
+    for (int last = read();;) {
+        std::this_thread::sleep_for(100ms);
+        const int now = read();
+        if (now == last) return now;
+        last = now;
+    }
+}
+
 // Counts the calls of a callback; the count is shared with the callback, so a late call
 // finds it still there.
 struct Calls {
@@ -50,12 +61,7 @@ struct Calls {
     }
     // The count once no call came for a while: only a check that something was *not*
     // called needs it, since a change may be reported by more than one call.
-    int Quiet() const {
-        for (int last = Count();; last = Count()) {
-            std::this_thread::sleep_for(100ms);
-            if (Count() == last) return last;
-        }
-    }
+    int Quiet() const { return Settled([&] { return Count(); }); }
 };
 
 // Makes a change and expects a call after it.
@@ -87,17 +93,6 @@ int ThreadsOfThisProcess() {
     for ([[maybe_unused]] const auto& task : std::filesystem::directory_iterator("/proc/self/task")) ++count;
 #endif
     return count;
-}
-
-// The thread count once it holds still: the thread of an earlier tracking may still be
-// ending.
-int SettledThreadCount() {
-    for (int last = ThreadsOfThisProcess();;) {
-        std::this_thread::sleep_for(100ms);
-        const int now = ThreadsOfThisProcess();
-        if (now == last) return now;
-        last = now;
-    }
 }
 
 // Enough changes to overflow the system's queue while the tracker thread is held: on
@@ -334,8 +329,9 @@ TEST(DirectoriesChangesTracker, RunsOneThreadForAllTrackingsUntilTheLastIsReleas
     Calls calls;
     Handle firstHandle = Track(first.Path(), kManagerFilter, calls.Callback());
     // Counted with the first tracking, since a sanitizer's runtime may start a thread of
-    // its own along with the first thread of the process.
-    const int withTracker = SettledThreadCount();
+    // its own along with the first thread of the process, and once it holds still, since
+    // the thread of an earlier tracking may still be ending.
+    const int withTracker = Settled(ThreadsOfThisProcess);
     Handle secondHandle = Track(second.Path(), kManagerFilter, calls.Callback());
     EXPECT_EQ(ThreadsOfThisProcess(), withTracker);
     firstHandle.reset();

@@ -83,13 +83,10 @@ TEST(FileStream, AWriteCutShortLeavesNoPartBehind) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-    const rlimit before = limit;
-    limit.rlim_cur = 16;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-    const bool written = WriteText(*stream, "a line with no room left for it\n");
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_FALSE(written);
-    EXPECT_EQ(File::ReadAllBytes(path), "whole line\n");
+    const rlimit small{16, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    EXPECT_FALSE(WriteText(*stream, "a line with no room left for it\n"));
+    ::setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_TRUE(WriteText(*stream, "next\n"));
     EXPECT_EQ(File::ReadAllBytes(path), "whole line\nnext\n");
 }
