@@ -6,7 +6,9 @@
 
 #include <pugixml.hpp>
 
+#include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace VdcContainer::XmlNS {
 
@@ -38,6 +40,31 @@ struct TreeCheck final : pugi::xml_tree_walker {
     bool badText = false;
 };
 
+// Whether bytes hold a character reference to U+0000 ("&#0;", "&#x00;"), which XML does
+// not allow and the parser would decode into the end of its text, losing what follows.
+// In comments, CDATA sections and processing instructions "&#" is plain text.
+bool HoldsReferenceToNul(std::string_view bytes) {
+    static constexpr std::pair<std::string_view, std::string_view> kPlainText[] = {
+        {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+    std::size_t at = bytes.find_first_of("<&");
+    while (at != std::string_view::npos) {
+        const std::string_view rest = bytes.substr(at);
+        if (rest.starts_with("&#")) {
+            const std::string_view number = rest.substr(rest.starts_with("&#x") ? 3 : 2);
+            const std::size_t zeros = number.find_first_not_of('0');
+            if (zeros > 0 && zeros != std::string_view::npos && number[zeros] == ';') return true;
+        }
+        for (const auto& [open, close] : kPlainText) {
+            if (!rest.starts_with(open)) continue;
+            at = bytes.find(close, at + open.size());  // unclosed: the parser refuses it
+            if (at == std::string_view::npos) return false;
+            break;
+        }
+        at = bytes.find_first_of("<&", at + 1);
+    }
+    return false;
+}
+
 struct StringWriter final : pugi::xml_writer {
     void write(const void* data, size_t size) override { bytes.append(static_cast<const char*>(data), size); }
     std::string bytes;
@@ -61,6 +88,7 @@ std::unique_ptr<Document> Document::Create(const ElementDef& root) {
 Result<std::unique_ptr<Document>> Document::Parse(std::string_view bytes, std::uint64_t maxSize) {
     if (bytes.size() > maxSize) return Error{u"is larger than the cap of " + DecimalText(maxSize) + u" bytes"};
     if (!OvxUtils::DataEncoding::IsValidUtf8(bytes)) return Error{u"is not UTF-8"};
+    if (HoldsReferenceToNul(bytes)) return Error{u"holds a character reference to U+0000, which XML does not allow"};
     auto impl = std::make_unique<Impl>();
     const pugi::xml_parse_result parsed =
         impl->document.load_buffer(bytes.data(), bytes.size(), kParseOptions, pugi::encoding_utf8);

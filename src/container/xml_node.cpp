@@ -6,6 +6,8 @@
 
 #include <pugixml.hpp>
 
+#include <string_view>
+
 namespace VdcContainer::XmlNS {
 
 namespace {
@@ -21,6 +23,24 @@ bool AttributeMatches(pugi::xml_node element, pugi::xml_attribute attribute, con
     if (name.local != def.localName) return false;
     if (name.prefix.empty()) return def.ns.uri.empty() || Scope::ElementUri(element) == def.ns.uri;
     return Scope::LookupUri(element, name.prefix) == def.ns.uri;
+}
+
+// utf8 without the characters that no XML document may hold: the control characters but
+// tab, line feed and carriage return, and U+FFFE and U+FFFF. Written, they would become
+// references that XML readers refuse, and NUL would end the text there.
+std::string XmlText(std::string_view utf8) {
+    std::string text;
+    text.reserve(utf8.size());
+    for (std::size_t at = 0; at < utf8.size(); ++at) {
+        const auto byte = static_cast<unsigned char>(utf8[at]);
+        if (byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r') continue;
+        if (utf8.substr(at, 3) == "\xEF\xBF\xBE" || utf8.substr(at, 3) == "\xEF\xBF\xBF") {
+            at += 2;
+            continue;
+        }
+        text += utf8[at];
+    }
+    return text;
 }
 
 bool IsValidDef(const ElementDef& def) {
@@ -73,7 +93,9 @@ Node* Node::AddChildNode(const ElementDef& def, const std::string& text) {
     pugi::xml_node child = parent.append_child(name.c_str());
     if (!child) return nullptr;
     if (!declaration.empty()) child.append_attribute(declaration.c_str()).set_value(def.ns.uri.c_str());
-    if (!text.empty()) child.append_child(pugi::node_pcdata).set_value(text.c_str());
+    if (const std::string written = XmlText(text); !written.empty()) {
+        child.append_child(pugi::node_pcdata).set_value(written.c_str());
+    }
     return m_document->Wrap(child.internal_object());
 }
 
@@ -81,7 +103,7 @@ bool Node::SetAttribute(const ElementDef& def, const std::string& utf8) {
     if (!IsValidDef(def)) return false;
     pugi::xml_node element(m_node);
     for (pugi::xml_attribute attribute : element.attributes()) {
-        if (AttributeMatches(element, attribute, def)) return attribute.set_value(utf8.c_str());
+        if (AttributeMatches(element, attribute, def)) return attribute.set_value(XmlText(utf8).c_str());
     }
     std::string name = def.localName;
     if (!def.ns.uri.empty() && Scope::ElementUri(element) != def.ns.uri) {
@@ -93,7 +115,7 @@ bool Node::SetAttribute(const ElementDef& def, const std::string& utf8) {
             name = Scope::Join(prefix, def.localName);
         }
     }
-    return element.append_attribute(name.c_str()).set_value(utf8.c_str());
+    return element.append_attribute(name.c_str()).set_value(XmlText(utf8).c_str());
 }
 
 bool Node::DeclareNamespace(const NamespaceDef& ns) {

@@ -67,8 +67,9 @@ TEST(XmlDocumentTest, BuiltDocumentDeclaresNamespacesAndReadsBack) {
     XmlNS::Node& root = document->Root();
     ASSERT_TRUE(root.SetAttribute(kName, "w & <1>"));
     ASSERT_TRUE(root.SetAttribute(kOtherName, "tab\there, line\r\nend \"quoted\""));
-    ASSERT_TRUE(root.SetAttribute(kName, "replaced & <1>"));
-    XmlNS::Node* part = root.AddChildNode(kPart, "text with \xE2\x98\x83 & <tags>\r\n");
+    // Characters that XML cannot hold are left out: a NUL, other controls, U+FFFF.
+    ASSERT_TRUE(root.SetAttribute(kName, "replaced\x01 & <1>\xEF\xBF\xBF"));
+    XmlNS::Node* part = root.AddChildNode(kPart, "text with \xE2\x98\x83" + std::string(1, '\0') + " & <tags>\x1F\r\n");
     ASSERT_NE(part, nullptr);
     ASSERT_NE(part->AddChildNode(kNote, "deep"), nullptr);
     EXPECT_EQ(root.AddChildNode(ElementDef{kNs, "bad name"}), nullptr);
@@ -132,13 +133,15 @@ INSTANTIATE_TEST_SUITE_P(
         HostileXml{"NotUtf8", "<r>\xFF\xFE</r>", u"is not UTF-8"},
         HostileXml{"ReferenceBeyondUnicode", "<r a=\"&#x110000;\">x</r>",
                    u"holds a character reference to no Unicode character"},
+        HostileXml{"ReferenceToNul", "<r>cut &#x00; here</r>", u"holds a character reference to U+0000, which XML does not allow"},
         HostileXml{"ReferenceToSurrogate", "<r>&#xD800;</r>", u"holds a character reference to no Unicode character"},
         HostileXml{"Unclosed", "<r><a></r>", u"is not well-formed XML: Start-end tags mismatch at byte 8"},
         HostileXml{"NoRoot", "<!-- nothing -->", u"is not well-formed XML: No document element found at byte 16"}),
     [](const testing::TestParamInfo<HostileXml>& param) { return std::string(param.param.label); });
 
-TEST(XmlDocumentTest, NestingAtTheCapIsAccepted) {
+TEST(XmlDocumentTest, WhatOnlyLooksHostileIsAccepted) {
     EXPECT_TRUE(XmlNS::Document::Parse(Nested(XmlNS::Document::kMaxDepth), 1 << 20));
+    EXPECT_TRUE(XmlNS::Document::Parse("<r a=\"&#10;\"><!-- &#0; --><![CDATA[&#x0;]]><?pi &#0;?>&#x20;</r>", 1 << 20));
 }
 
 }  // namespace

@@ -2,8 +2,9 @@
 //
 // Parsing is made safe for hostile input: the size is capped, a document type declaration
 // (and so any entity definition) is refused, nesting is limited to kMaxDepth levels, and
-// the bytes must be UTF-8. Only the five predefined entities and character references
-// are expanded; nothing is ever loaded from outside the bytes given.
+// the bytes must be UTF-8 and hold no character reference to U+0000 (which would end its
+// text there). Only the five predefined entities and character references are expanded;
+// nothing is ever loaded from outside the bytes given.
 #pragma once
 
 #include "OvxComponent/container/result.h"

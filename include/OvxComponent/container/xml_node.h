@@ -2,8 +2,10 @@
 //
 // Nodes belong to their document and live as long as it does; the pointers handed out
 // here are borrowed (not owned) and stay valid until the document is destroyed. Lookups are
-// namespace-aware as xml_names.h describes. Text is UTF-8. A document and its nodes are
-// used by one thread at a time.
+// namespace-aware as xml_names.h describes. Text is UTF-8; what no XML document may hold
+// (control characters other than tab, line feed and carriage return; U+FFFE, U+FFFF) is
+// left out of the text and attribute values given. A document and its nodes are used by
+// one thread at a time.
 #pragma once
 
 #include "OvxComponent/container/xml_names.h"
