@@ -133,6 +133,8 @@ TEST_F(OvxextTest, PackRefusesAuthorMistakes) {
          "suite version: the minimum 19 is not below the maximum 19.0"},
         {"reversed Windows bounds", nullptr, with({"--id", kId, "--windows-min", "10", "--windows-max", "6.1"}), 2,
          "Windows version: the minimum 10 is not below the maximum 6.1"},
+        {"control character", nullptr, with({"--id", kId, "--title", "a\x01" "b"}), 2,
+         "title: holds U+0001, a character that XML, and so a package, cannot hold"},
         {"broken metadata file", [](OvxTest::TempFolder& t) { t.WriteFile(u"source/ovxext.xml", "<ovxext-metadata>"); },
          with({"--id", kId}), 3, "ovxext.xml: "},
         {"existing output", [](OvxTest::TempFolder& t) { t.WriteFile(u"out.OrvexExtension", "mine"); },

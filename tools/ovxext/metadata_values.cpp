@@ -3,6 +3,8 @@
 
 #include "command_context.h"
 
+#include <cstdio>
+
 namespace Ovxext {
 
 namespace {
@@ -69,6 +71,35 @@ OvxUtils::Result<void> CheckRangeNotEmpty(const std::string& what, const OvxUtil
     return OvxUtils::Error{CString::FromUtf8(what + ": the minimum " + range.min->ToString().ToUtf8() +
                                              " is not below the maximum " + range.max->ToString().ToUtf8() +
                                              ", which is exclusive, so no version passes")};
+}
+
+OvxUtils::Result<void> CheckTextsWritable(const OvxComponent::ExtensionData& data) {
+    std::vector<std::pair<std::string, const CString*>> texts{{"extension type", &data.ExtensionType},
+                                                              {"creator tool", &data.CreatorTool}};
+    const auto add = [&](const std::string& what, const MultiLanguageString& text) {
+        texts.emplace_back(what, &text.GetDefault());
+        for (const auto& [language, variant] : text.GetVariants()) {
+            texts.emplace_back(what + " (" + Utf8(language) + ")", &variant);
+        }
+    };
+    add("title", data.Title);
+    add("description", data.Description);
+    add("notes", data.Notes);
+    for (const auto& keyword : data.Keywords) add("keyword", keyword);
+    for (const auto& entry : data.EntryPoints) {
+        add("entry point name", entry.Name);
+        add("entry point description", entry.ShortDescription);
+        texts.emplace_back("entry point value", &entry.Value);
+    }
+    for (const auto& [what, text] : texts) {
+        for (const char16_t unit : text->Str()) {
+            if ((unit >= 0x20 && unit < 0xFFFE) || unit == u'\t' || unit == u'\n' || unit == u'\r') continue;
+            char code[8];
+            std::snprintf(code, sizeof code, "%04X", static_cast<unsigned>(unit));
+            return Error{FromUtf8(what + ": holds U+" + code + ", a character that XML, and so a package, cannot hold")};
+        }
+    }
+    return {};
 }
 
 }  // namespace Ovxext

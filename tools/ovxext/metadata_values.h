@@ -23,4 +23,8 @@ OvxUtils::Result<std::vector<OvxUtils::runtime_bits>> ParsePlatforms(const std::
 // package that no host accepts: the error says so, under what names the range.
 OvxUtils::Result<void> CheckRangeNotEmpty(const std::string& what, const OvxUtils::VersionRange& range);
 
+// A control character (but tab, line feed and carriage return), U+FFFE or U+FFFF in a text
+// of the record would be left out when the package is written: the error names the text.
+OvxUtils::Result<void> CheckTextsWritable(const OvxComponent::ExtensionData& data);
+
 }  // namespace Ovxext

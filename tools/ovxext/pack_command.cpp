@@ -131,7 +131,8 @@ OvxUtils::Result<void> CheckPackable(const OvxComponent::ExtensionData& data) {
         return OvxUtils::Error{u"at least one platform is required (--platform x64)"};
     }
     if (auto suite = CheckRangeNotEmpty("suite version", data.requirements.AppVersion); !suite) return suite;
-    return CheckRangeNotEmpty("Windows version", data.requirements.WinVersion);
+    if (auto windows = CheckRangeNotEmpty("Windows version", data.requirements.WinVersion); !windows) return windows;
+    return CheckTextsWritable(data);
 }
 
 OvxComponent::ExtensionData DefaultData() {
