@@ -117,6 +117,9 @@ inline constexpr std::u16string_view kReasonPrefix = u"reason: ";
 inline constexpr NameMessage kThoroughRepair{
     u"repair: the last session in this folder did not end cleanly; checking every installed extension",
     ExtensionLogLevel::Information};
+inline constexpr NameMessage kOtherSessionAtWork{
+    u"repair: another session is at work in this folder; what it has not finished is left to it",
+    ExtensionLogLevel::Information};
 inline constexpr NameMessage kRemovedDebris{
     u"repair: deleted what an interrupted install or removal left behind", ExtensionLogLevel::Information};
 inline constexpr NameMessage kCannotRemoveDebris{

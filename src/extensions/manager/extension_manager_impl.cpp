@@ -44,7 +44,7 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
 }
 
 ExtensionManagerImpl::~ExtensionManagerImpl() {
-    if (installRepairDone && !leftWorkBehind) InstallRepair::EndSession(platformFolder);
+    if (!leftWorkBehind) sessionMarker.Delete();
 }
 
 std::shared_ptr<ExtensionManagerImpl> ExtensionManagerImpl::Make(
@@ -132,7 +132,7 @@ PackageUnpacker ExtensionManagerImpl::Unpacker() {
 }
 
 ExtensionScanner ExtensionManagerImpl::Scanner() {
-    return {log, platformFolder, sourceFolders, {installRepairDone, leftWorkBehind}, Unpacker(), Loader()};
+    return {log, platformFolder, sourceFolders, {installRepairDone, leftWorkBehind, sessionMarker}, Unpacker(), Loader()};
 }
 
 SourceRescan ExtensionManagerImpl::Rescanner() {

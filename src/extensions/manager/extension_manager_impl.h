@@ -147,6 +147,7 @@ private:
     // so that the next start repairs thoroughly.
     bool installRepairDone = false;
     bool leftWorkBehind = false;
+    OvxUtils::SystemIO::HeldFile sessionMarker;
     PackageCache packageCache;
 };
 

@@ -25,8 +25,14 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
     // The first scan of the manager's life repairs what a crash may have left: thoroughly
     // when the last session did not end cleanly.
     const bool repair = !std::exchange(m_repair.installRepairDone, true);
-    const auto depth = repair ? InstallRepair::BeginSession(m_platformFolder) : InstallRepair::Depth::Quick;
-    const bool sweep = repair && depth == InstallRepair::Depth::Thorough;
+    auto depth = InstallRepair::Depth::Quick;
+    if (repair) {
+        InstallRepair::Session session = InstallRepair::BeginSession(m_platformFolder);
+        m_repair.sessionMarker = std::move(session.marker);
+        depth = session.depth;
+        if (session.othersAtWork) m_log.Write(kOtherSessionAtWork, CString(kManagerSubject));
+    }
+    const bool sweep = depth == InstallRepair::Depth::Thorough;
     if (sweep) {
         m_log.Write(kThoroughRepair, CString(kManagerSubject));
         if (!InstallRepair::SweepFolder(m_log, m_platformFolder)) m_repair.leftWorkBehind = true;

@@ -12,6 +12,7 @@
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/package_unpacker.h"
+#include "platform/system_io/held_file.h"
 
 #include <vector>
 
@@ -31,6 +32,7 @@ struct UnpackedCandidate {
 struct RepairState {
     bool& installRepairDone;
     bool& leftWorkBehind;
+    OvxUtils::SystemIO::HeldFile& sessionMarker;  // held from the first scan on
 };
 
 class ExtensionScanner {

@@ -3,6 +3,7 @@
 #include "extensions/manager/install_repair.h"
 
 #include "container/extract_folder.h"
+#include "OvxComponent/platform/guid.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
@@ -17,15 +18,30 @@ using namespace LogMessages;
 
 }  // namespace
 
-Depth BeginSession(const CString& platformFolder) {
-    const CString marker = SystemIO::Path::Combine(platformFolder, CString(kSessionMarker));
-    const Depth depth = SystemIO::File::Exists(marker) ? Depth::Thorough : Depth::Quick;
-    SystemIO::File::WriteAllBytes(marker, {});
-    return depth;
-}
+Session BeginSession(const CString& platformFolder) {
+    Session session;
+    // Its own marker first, so that a session starting meanwhile sees this one at work.
+    const CString tag = OvxUtils::Guid::Generate().ToString().Mid(1, 8);
+    const CString own = SystemIO::Path::Combine(
+        platformFolder, CString(kSessionMarkerPrefix) + tag + CString(kSessionMarkerSuffix));
+    if (auto marker = SystemIO::HeldFile::Create(own)) session.marker = std::move(*marker);
 
-void EndSession(const CString& platformFolder) {
-    SystemIO::File::Delete(SystemIO::Path::Combine(platformFolder, CString(kSessionMarker)));
+    std::vector<CString> traces;
+    SystemIO::Folder::Visit(platformFolder, false, [&](const CString& path, bool isFolder) {
+        const CString name = SystemIO::Path::GetFileName(path);
+        if (isFolder || path == own || !name.StartsWith(CString(kSessionMarkerPrefix)) ||
+            !name.EndsWith(CString(kSessionMarkerSuffix))) {
+            return true;
+        }
+        if (SystemIO::HeldFile::IsHeld(path)) session.othersAtWork = true;
+        traces.push_back(path);
+        return true;
+    });
+    if (session.othersAtWork) return session;
+    for (const CString& trace : traces) {
+        if (SystemIO::HeldFile::DeleteUnlessHeld(trace)) session.depth = Depth::Thorough;
+    }
+    return session;
 }
 
 bool SweepFolder(ExtensionLog& log, const CString& folder) {

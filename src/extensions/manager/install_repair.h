@@ -10,26 +10,38 @@
 
 #include "OvxComponent/container/zip_container.h"
 #include "extensions/manager/extension_log.h"
+#include "platform/system_io/held_file.h"
 
 #include <string_view>
 
 namespace OvxComponent::InstallRepair {
 
-// The file that is in the platform folder while a manager works there: a start that finds
-// it knows that the last session ended without cleaning up (a crash, or work it could not
-// finish) and repairs thoroughly.
-inline constexpr std::u16string_view kSessionMarker = u"orvex_extensions.session";
+// While a manager works in a platform folder it holds a marker file there, named
+// kSessionMarkerPrefix + a tag of its own + kSessionMarkerSuffix (the system lets go of it
+// when the process ends, however it ends). A marker that nobody holds is the trace of a
+// session that ended without cleaning up: a crash, or work it could not finish. Each
+// session has its own, so that two processes working in one folder (two hosts of a suite
+// sharing their extensions, say) never take each other for a crash.
+inline constexpr std::u16string_view kSessionMarkerPrefix = u"orvex_extensions.";
+inline constexpr std::u16string_view kSessionMarkerSuffix = u".session";
 
 enum class Depth {
     Quick,     // the last session ended cleanly: check that each unpacked folder is there
     Thorough,  // it did not: also sweep temporary names, and check every unpacked file
 };
 
-// Starts a session in the platform folder (which must exist): the depth of the repair
-// that it needs, and the marker written.
-Depth BeginSession(const CString& platformFolder);
-// Ends a session that left nothing to repair: the marker goes.
-void EndSession(const CString& platformFolder);
+struct Session {
+    OvxUtils::SystemIO::HeldFile marker;  // not valid when it could not be written
+    Depth depth = Depth::Quick;
+    // Another session is at work in the folder: what looks unfinished may be its work in
+    // progress, so the repair stays quick and the traces of ended sessions are left for a
+    // start that finds no other session at work.
+    bool othersAtWork = false;
+};
+
+// Starts a session in the platform folder (which must exist): its marker is written, and
+// the traces of ended sessions are deleted when no other session is at work.
+Session BeginSession(const CString& platformFolder);
 
 // Deletes the entries of folder (not below it) that carry a temporary name, and logs each
 // under its path; false when one of them could not be deleted. The manager sweeps the platform folder, the extension folders and the

@@ -7,12 +7,14 @@
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
+#include "platform/system_io/held_file.h"
 #include "platform/system_io/path.h"
 #include "support/fault_injection.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <map>
 
@@ -86,14 +88,14 @@ void ExpectRepaired(TestHost& host, int crashAt) {
         if (!isFolder) present.push_back(path.Mid(platform.GetLength() + 1).ToUtf8());
         return true;
     });
-    std::vector<std::string> wanted{"orvex_extensions.session"};
+    std::vector<testing::Matcher<std::string>> wanted{testing::MatchesRegex("orvex_extensions\\.[0-9A-F]{8}\\.session")};
     for (const auto& [id, version] : expected) {
         EXPECT_TRUE(session.manager->FindExtension(id)) << "after a crash at change " << crashAt;
         const std::string folder = id.ToString().ToUtf8() + "/" + version + "/";
-        wanted.push_back(folder + "installed_copy.OrvexExtension");
+        wanted.push_back(testing::Eq(folder + "installed_copy.OrvexExtension"));
         for (const char* entry : {"META-INF/manifest.xml", "META-INF/metadata.xml", "mimetype", "extension.xml",
                                   "requirements.xml", "content/main.txt", "content/ui/appui.xslt", "content/data/config.xml"}) {
-            wanted.push_back(folder + "unpacked/" + entry);
+            wanted.push_back(testing::Eq(folder + "unpacked/" + entry));
         }
     }
     EXPECT_THAT(present, testing::UnorderedElementsAreArray(wanted)) << "after a crash at change " << crashAt;
@@ -158,6 +160,37 @@ TEST(CrashRecovery, DiskFailuresAreLoggedWithTheirReasonAndRepairedAtTheNextStar
                                                                         testing::EndsWith(failure.words))));
         ExpectRepaired(host, 0);
     }
+}
+
+// Two sessions in one platform folder (two hosts sharing their extensions): neither takes
+// the other for a crash or sweeps its work in progress; the trace of a session that did not
+// end cleanly waits for a start that finds no other session at work.
+TEST(CrashRecovery, ASessionAtWorkIsNotTakenForACrash) {
+    TestHost host;
+    const CString platform = host.root + u"/x64";
+    ASSERT_TRUE(SystemIO::Folder::EnsureExists(platform));
+    const CString trace = host.temp.WriteFile(u"data/x64/orvex_extensions.0000DEAD.session", "");
+    const CString debris = host.temp.WriteFile(u"data/x64/.installed_copy.OrvexExtension.writing-1234ABCD", "x");
+    auto other = SystemIO::HeldFile::Create(platform + u"/orvex_extensions.00000001.session");
+    ASSERT_TRUE(other) << other.ErrorText();
+    const auto markers = [&] {
+        const auto files = SystemIO::Folder::GetFiles(platform, false);
+        return std::count_if(files.begin(), files.end(), [](const CString& file) { return file.EndsWith(u".session"); });
+    };
+
+    std::optional<Session> second(host);
+    EXPECT_THAT(host.TakeLines(), testing::AllOf(testing::Contains(testing::HasSubstr("another session is at work")),
+                                                 testing::Not(testing::Contains(testing::HasSubstr("did not end cleanly")))));
+    EXPECT_TRUE(SystemIO::File::Exists(debris) && SystemIO::File::Exists(trace));
+    EXPECT_EQ(markers(), 3);
+
+    other->Delete();
+    second.reset();
+    EXPECT_EQ(markers(), 1) << "a session that ends cleanly takes its marker with it";
+    Session alone(host);
+    EXPECT_THAT(host.TakeLines(), testing::Contains(testing::HasSubstr("did not end cleanly")));
+    EXPECT_FALSE(SystemIO::File::Exists(debris) || SystemIO::File::Exists(trace));
+    EXPECT_EQ(markers(), 1);
 }
 
 }  // namespace

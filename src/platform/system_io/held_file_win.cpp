@@ -1,0 +1,50 @@
+// HeldFile on Windows: a handle that shares nothing, so that no other handle can open
+// the file while it is held.
+#include "platform/system_io/held_file.h"
+
+#include "platform/system_io/win32_io.h"
+
+#include <utility>
+
+namespace OvxUtils::SystemIO {
+
+namespace {
+
+HANDLE Open(const CString& path, DWORD access, DWORD disposition, DWORD flags) {
+    return ::CreateFileW(Detail::ToWin32Path(path).GetString(), access, 0, nullptr, disposition, flags, nullptr);
+}
+
+}  // namespace
+
+Result<HeldFile> HeldFile::Create(const CString& path) {
+    // Created and held in one call.
+    const HANDLE handle = Open(path, GENERIC_READ | DELETE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    if (handle == INVALID_HANDLE_VALUE) return SystemError(u"cannot create " + path);
+    return HeldFile(path, reinterpret_cast<std::intptr_t>(handle));
+}
+
+bool HeldFile::IsHeld(const CString& path) {
+    const Detail::UniqueFileHandle handle(Open(path, GENERIC_READ, OPEN_EXISTING, 0));
+    return !handle.IsValid() && ::GetLastError() == ERROR_SHARING_VIOLATION;
+}
+
+bool HeldFile::DeleteUnlessHeld(const CString& path) {
+    // Opened only when no other handle is open on it; deleted when this one closes.
+    const Detail::UniqueFileHandle handle(Open(path, DELETE, OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE));
+    return handle.IsValid();
+}
+
+void HeldFile::Delete() {
+    if (!IsValid()) return;
+    FILE_DISPOSITION_INFO disposition{};
+    disposition.DeleteFile = TRUE;
+    ::SetFileInformationByHandle(reinterpret_cast<HANDLE>(m_handle), FileDispositionInfo, &disposition,
+                                 sizeof(disposition));
+    Close();
+}
+
+void HeldFile::Close() {
+    if (IsValid()) ::CloseHandle(reinterpret_cast<HANDLE>(std::exchange(m_handle, -1)));
+}
+
+}  // namespace OvxUtils::SystemIO
