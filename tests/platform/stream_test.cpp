@@ -59,9 +59,16 @@ TEST(FileStream, OthersReadTheFileWhileItIsOpen) {
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "one\ntwo\n");
     reader.close();
 
+    // A second writer starts the file afresh; the first one's lines then follow at the end,
+    // with no gap where its earlier lines were.
+    const auto second = FileStream::Create(path);
+    ASSERT_TRUE(second && WriteText(*second, "2nd\n"));
+    ASSERT_TRUE(WriteText(*stream, "three\n"));
+    EXPECT_EQ(File::ReadAllBytes(path), "2nd\nthree\n");
+
     // Log rotation deletes the file of a running writer.
     EXPECT_TRUE(File::Delete(path));
-    EXPECT_TRUE(WriteText(*stream, "three\n"));
+    EXPECT_TRUE(WriteText(*stream, "four\n"));
 }
 
 TEST(FileStream, CreateFailsWhereNoFileCanBe) {

@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 namespace OvxUtils {
 
 class FileStream::Handle {
@@ -14,14 +16,12 @@ public:
     explicit Handle(SystemIO::Detail::UniqueFd fd) : m_fd(std::move(fd)) {}
     int Get() const { return m_fd.Get(); }
 
-    std::uint64_t written = 0;  // the file's length: every Write so far landed whole
-
 private:
     SystemIO::Detail::UniqueFd m_fd;
 };
 
 std::unique_ptr<FileStream> FileStream::Make(const CString& path) {
-    SystemIO::Detail::UniqueFd fd = SystemIO::Detail::OpenFd(path, O_WRONLY | O_CREAT | O_TRUNC);
+    SystemIO::Detail::UniqueFd fd = SystemIO::Detail::OpenFd(path, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND);
     if (!fd.IsValid()) return nullptr;
     return std::unique_ptr<FileStream>(new FileStream(std::make_unique<Handle>(std::move(fd))));
 }
@@ -29,16 +29,29 @@ std::unique_ptr<FileStream> FileStream::Make(const CString& path) {
 FileStream::FileStream(std::unique_ptr<Handle> handle) : m_handle(std::move(handle)) {}
 FileStream::~FileStream() = default;
 
+// Every write goes to the end of the file as it is then (O_APPEND), so that a second writer
+// of the same file, a second session in one folder say, leaves no gap and overwrites nothing.
 bool FileStream::Write(const void* data, std::size_t size) {
     const int fd = m_handle->Get();
-    if (SystemIO::Detail::WriteAll(fd, data, size)) {
-        m_handle->written += size;
-        return true;
+    const auto* next = static_cast<const char*>(data);
+    std::size_t landed = 0;
+    while (landed < size) {
+        const ssize_t written = ::write(fd, next + landed, size - landed);
+        if (written > 0) {
+            landed += static_cast<std::size_t>(written);
+        } else if (written != 0 && errno == EINTR) {
+            continue;
+        } else {
+            // The system took part of the bytes at most (a full disk): cut them off again.
+            // They end where the descriptor's offset is now.
+            const off_t end = ::lseek(fd, 0, SEEK_CUR);
+            if (landed > 0 && end >= static_cast<off_t>(landed)) {
+                static_cast<void>(::ftruncate(fd, end - static_cast<off_t>(landed)));
+            }
+            return false;
+        }
     }
-    // The system took part of the bytes at most (a full disk): cut them off again.
-    const auto end = static_cast<off_t>(m_handle->written);
-    if (::ftruncate(fd, end) == 0) ::lseek(fd, end, SEEK_SET);
-    return false;
+    return true;
 }
 
 bool FileStream::SetLastWriteTime(std::uint64_t ticks) {

@@ -3,14 +3,14 @@
 
 #include "platform/system_io/win32_io.h"
 
+#include <algorithm>
+
 namespace OvxUtils {
 
 class FileStream::Handle {
 public:
     explicit Handle(SystemIO::Detail::UniqueFileHandle file) : m_file(std::move(file)) {}
     HANDLE Get() const { return m_file.Get(); }
-
-    std::uint64_t written = 0;  // the file's length: every Write so far landed whole
 
 private:
     SystemIO::Detail::UniqueFileHandle m_file;
@@ -28,17 +28,30 @@ std::unique_ptr<FileStream> FileStream::Make(const CString& path) {
 FileStream::FileStream(std::unique_ptr<Handle> handle) : m_handle(std::move(handle)) {}
 FileStream::~FileStream() = default;
 
+// Every write goes to the end of the file as it is then (an offset of all ones), so that a
+// second writer of the same file, a second session in one folder say, leaves no gap and
+// overwrites nothing.
 bool FileStream::Write(const void* data, std::size_t size) {
     const HANDLE file = m_handle->Get();
-    if (SystemIO::Detail::WriteAll(file, data, size)) {
-        m_handle->written += size;
-        return true;
+    const auto* next = static_cast<const char*>(data);
+    std::size_t landed = 0;
+    while (landed < size) {
+        OVERLAPPED atTheEnd{};
+        atTheEnd.Offset = atTheEnd.OffsetHigh = 0xFFFFFFFF;
+        const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(size - landed, 0x7FFFFFFF));
+        DWORD written = 0;
+        if (!::WriteFile(file, next + landed, chunk, &written, &atTheEnd) || written == 0) {
+            // The system took part of the bytes at most (a full disk): cut them off again.
+            LARGE_INTEGER end;
+            if (landed > 0 && ::GetFileSizeEx(file, &end) && end.QuadPart >= static_cast<LONGLONG>(landed)) {
+                end.QuadPart -= static_cast<LONGLONG>(landed);
+                if (::SetFilePointerEx(file, end, nullptr, FILE_BEGIN)) ::SetEndOfFile(file);
+            }
+            return false;
+        }
+        landed += written;
     }
-    // The system took part of the bytes at most (a full disk): cut them off again.
-    LARGE_INTEGER end;
-    end.QuadPart = static_cast<LONGLONG>(m_handle->written);
-    if (::SetFilePointerEx(file, end, nullptr, FILE_BEGIN)) ::SetEndOfFile(file);
-    return false;
+    return true;
 }
 
 bool FileStream::SetLastWriteTime(std::uint64_t ticks) {
