@@ -4,7 +4,7 @@
 // such a file is still at work, however it ended: the system lets go of the hold when the
 // process ends, a crash or a kill included, while the file itself stays. A file left
 // without a holder is therefore the trace of a process that did not clean up after itself.
-// POSIX: an exclusive flock() on the file; Windows: a handle that shares nothing.
+// POSIX: an exclusive flock() on the file; Windows: a handle that shares no reading.
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"

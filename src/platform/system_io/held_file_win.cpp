@@ -1,5 +1,5 @@
-// HeldFile on Windows: a handle that shares nothing, so that no other handle can open
-// the file while it is held.
+// HeldFile on Windows: a handle that shares no reading, so that no other handle can open
+// the file to read it, or to delete it without sharing, while it is held.
 #include "platform/system_io/held_file.h"
 
 #include "platform/system_io/win32_io.h"
@@ -10,27 +10,28 @@ namespace OvxUtils::SystemIO {
 
 namespace {
 
-HANDLE Open(const CString& path, DWORD access, DWORD disposition, DWORD flags) {
-    return ::CreateFileW(Detail::ToWin32Path(path).GetString(), access, 0, nullptr, disposition, flags, nullptr);
+HANDLE Open(const CString& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+    return ::CreateFileW(Detail::ToWin32Path(path).GetString(), access, share, nullptr, disposition, flags, nullptr);
 }
 
 }  // namespace
 
 Result<HeldFile> HeldFile::Create(const CString& path) {
-    // Created and held in one call.
-    const HANDLE handle = Open(path, GENERIC_READ | DELETE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    // Created and held in one call. Shared for deletion only, so that a user or an
+    // uninstaller can still delete the folder, while every open for reading is refused.
+    const HANDLE handle = Open(path, GENERIC_READ | DELETE, FILE_SHARE_DELETE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
     if (handle == INVALID_HANDLE_VALUE) return SystemError(u"cannot create " + path);
     return HeldFile(path, reinterpret_cast<std::intptr_t>(handle));
 }
 
 bool HeldFile::IsHeld(const CString& path) {
-    const Detail::UniqueFileHandle handle(Open(path, GENERIC_READ, OPEN_EXISTING, 0));
+    const Detail::UniqueFileHandle handle(Open(path, GENERIC_READ, 0, OPEN_EXISTING, 0));
     return !handle.IsValid() && ::GetLastError() == ERROR_SHARING_VIOLATION;
 }
 
 bool HeldFile::DeleteUnlessHeld(const CString& path) {
     // Opened only when no other handle is open on it; deleted when this one closes.
-    const Detail::UniqueFileHandle handle(Open(path, DELETE, OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE));
+    const Detail::UniqueFileHandle handle(Open(path, DELETE, 0, OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE));
     return handle.IsValid();
 }
 
