@@ -19,6 +19,8 @@ CString PlatformFolder(const CString& dataFolder) {
 
 CString LogFile(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.log"); }
 
+CString InstallLock(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.lock"); }
+
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId) {
     return Path::Combine(platformFolder, documentId.ToString());
 }

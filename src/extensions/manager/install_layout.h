@@ -2,6 +2,8 @@
 //
 //   <data folder>/x64                        the platform folder
 //   <platform folder>/orvex_extensions.log   the log, unless the host gives a stream
+//   <platform folder>/orvex_extensions.lock  held while a session installs or removes
+//   <platform folder>/orvex_extensions.XXXXXXXX.session   a session's marker
 //   <platform folder>/{DOCUMENT-ID}/<version>/installed_copy.OrvexExtension
 //   <platform folder>/{DOCUMENT-ID}/<version>/unpacked/...
 #pragma once
@@ -16,6 +18,7 @@ namespace OvxComponent::InstallLayout {
 
 CString PlatformFolder(const CString& dataFolder);
 CString LogFile(const CString& platformFolder);
+CString InstallLock(const CString& platformFolder);
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
 CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
 CString InstalledCopy(const CString& versionFolder);

@@ -10,7 +10,9 @@
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/result.h"
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 
 namespace OvxUtils::SystemIO {
 
@@ -18,6 +20,10 @@ class HeldFile {
 public:
     // Creates a new file at path and holds it. Fails when something is at path already.
     static Result<HeldFile> Create(const CString& path);
+    // Opens the file at path, or creates it, and holds it, waiting for at most patience
+    // while another holder is at work on it. Let go, the file stays for the next holder:
+    // a lock that processes take in turns.
+    static Result<HeldFile> Hold(const CString& path, std::chrono::milliseconds patience);
     // Whether a holder is at work on the file at path: false when there is none, or nothing
     // is at path.
     static bool IsHeld(const CString& path);
@@ -39,6 +45,8 @@ public:
 
 private:
     HeldFile(CString path, std::intptr_t handle) : m_path(std::move(path)), m_handle(handle) {}
+    // One attempt of Hold: nullopt while another holder is at work.
+    static std::optional<Result<HeldFile>> TryHold(const CString& path);
     void Close();
 
     CString m_path;

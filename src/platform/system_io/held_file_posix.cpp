@@ -14,7 +14,7 @@ namespace OvxUtils::SystemIO {
 
 namespace {
 
-bool Hold(int fd) {
+bool Lock(int fd) {
     int held;
     do {
         held = ::flock(fd, LOCK_EX | LOCK_NB);
@@ -28,7 +28,7 @@ Result<HeldFile> HeldFile::Create(const CString& path) {
     Detail::UniqueFd fd = Detail::OpenFd(path, O_RDWR | O_CREAT | O_EXCL, 0644);
     if (!fd.IsValid()) return SystemError(u"cannot create " + path);
     // A file that nobody else has opened yet: the hold cannot be refused.
-    if (!Hold(fd.Get())) {
+    if (!Lock(fd.Get())) {
         const Error error = SystemError(u"cannot lock " + path);
         Detail::RemoveEntry(path);
         return error;
@@ -36,15 +36,23 @@ Result<HeldFile> HeldFile::Create(const CString& path) {
     return HeldFile(path, fd.Release());
 }
 
+std::optional<Result<HeldFile>> HeldFile::TryHold(const CString& path) {
+    Detail::UniqueFd fd = Detail::OpenFd(path, O_RDWR | O_CREAT, 0644);
+    if (!fd.IsValid()) return SystemError(u"cannot open " + path);
+    if (Lock(fd.Get())) return HeldFile(path, fd.Release());
+    if (errno == EWOULDBLOCK) return std::nullopt;
+    return SystemError(u"cannot lock " + path);
+}
+
 bool HeldFile::IsHeld(const CString& path) {
     const Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY | O_NOFOLLOW);
-    return fd.IsValid() && !Hold(fd.Get());
+    return fd.IsValid() && !Lock(fd.Get());
 }
 
 bool HeldFile::DeleteUnlessHeld(const CString& path) {
     const Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY | O_NOFOLLOW);
     // Deleted while held by this call, so that no holder can come in between.
-    return fd.IsValid() && Hold(fd.Get()) && Detail::RemoveEntry(path);
+    return fd.IsValid() && Lock(fd.Get()) && Detail::RemoveEntry(path);
 }
 
 void HeldFile::Delete() {

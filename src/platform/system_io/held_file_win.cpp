@@ -24,6 +24,14 @@ Result<HeldFile> HeldFile::Create(const CString& path) {
     return HeldFile(path, reinterpret_cast<std::intptr_t>(handle));
 }
 
+std::optional<Result<HeldFile>> HeldFile::TryHold(const CString& path) {
+    const HANDLE handle = Open(path, GENERIC_READ | DELETE, FILE_SHARE_DELETE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    if (handle != INVALID_HANDLE_VALUE) return HeldFile(path, reinterpret_cast<std::intptr_t>(handle));
+    const DWORD error = ::GetLastError();
+    if (error == ERROR_SHARING_VIOLATION) return std::nullopt;
+    return SystemError(u"cannot open " + path, error);
+}
+
 bool HeldFile::IsHeld(const CString& path) {
     const Detail::UniqueFileHandle handle(Open(path, GENERIC_READ, 0, OPEN_EXISTING, 0));
     return !handle.IsValid() && ::GetLastError() == ERROR_SHARING_VIOLATION;

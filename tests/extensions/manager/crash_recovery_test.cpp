@@ -10,12 +10,14 @@
 #include "platform/system_io/held_file.h"
 #include "platform/system_io/path.h"
 #include "support/fault_injection.h"
+#include "support/wait_until.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <future>
 #include <map>
 
 #ifndef _WIN32
@@ -37,7 +39,8 @@ const std::vector<std::pair<CString, std::string>> kFiles = {
 
 // The host's start: installer, loading, then the scan that tracking would run.
 struct Session {
-    explicit Session(TestHost& testHost) : manager(testHost.MakeManager()), host(testHost) {
+    explicit Session(TestHost& testHost, bool hostStream = true)
+        : manager(testHost.MakeManager(hostStream)), host(testHost) {
         registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
         manager->StartLoading();
         manager->FinishLoading();
@@ -74,7 +77,8 @@ void RunLifecycle(TestHost& host, int crashAt) {
 #endif
 
 // What a restarted host must find: each package of the source folder loaded, with all its
-// files, and nothing else below the platform folder but the marker of the running session.
+// files, and nothing else below the platform folder but the marker of the running session
+// (and the install lock).
 void ExpectRepaired(TestHost& host, int crashAt) {
     std::map<OvxUtils::Guid, std::string> expected;  // document ID -> version
     for (const CString& package : SystemIO::Folder::GetFiles(host.source, false)) {
@@ -85,7 +89,8 @@ void ExpectRepaired(TestHost& host, int crashAt) {
     std::vector<std::string> present;
     const CString platform = session.manager->GetPlatformFolder();
     SystemIO::Folder::Visit(platform, true, [&](const CString& path, bool isFolder) {
-        if (!isFolder) present.push_back(path.Mid(platform.GetLength() + 1).ToUtf8());
+        // The install lock stays once made, whoever held it.
+        if (!isFolder && !path.EndsWith(u".lock")) present.push_back(path.Mid(platform.GetLength() + 1).ToUtf8());
         return true;
     });
     std::vector<testing::Matcher<std::string>> wanted{testing::MatchesRegex("orvex_extensions\\.[0-9A-F]{8}\\.session")};
@@ -192,6 +197,42 @@ TEST(CrashRecovery, ASessionAtWorkIsNotTakenForACrash) {
     EXPECT_THAT(host.TakeLines(), testing::Contains(testing::HasSubstr("did not end cleanly")));
     EXPECT_FALSE(SystemIO::File::Exists(debris) || SystemIO::File::Exists(trace));
     EXPECT_EQ(markers(), 1);
+}
+
+// Another session installing (holding the install lock) makes a session that meets the same
+// new package wait before it decides; it then finds the package installed, and leaves the
+// other's install as it is.
+TEST(CrashRecovery, ASessionWaitsWhileAnotherInstalls) {
+    TestHost host;
+    Session session(host, false);  // the log goes to its file, which is read while the manager works
+    const CString platform = session.manager->GetPlatformFolder();
+    auto other = SystemIO::HeldFile::Hold(InstallLayout::InstallLock(platform), std::chrono::milliseconds(0));
+    ASSERT_TRUE(other) << other.ErrorText();
+    EXPECT_FALSE(SystemIO::HeldFile::Hold(other->Path(), std::chrono::milliseconds(0))) << "held twice";
+    const CString package = host.temp / u"source/a.OrvexExtension";
+    OvxTest::PackExtension(package, {TestGuid(1), {1}, OvxTest::kTestExtensionType, kFiles});
+
+    auto rescan = std::async(std::launch::async, [&] { session.manager->Rescan(host.source); });
+    const auto timesLogged = [&](std::u16string_view text) {
+        const std::string log = SystemIO::File::ReadAllBytes(InstallLayout::LogFile(platform)).value_or("");
+        const std::string bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
+        int count = 0;
+        for (auto at = log.find(bytes); at != std::string::npos; at = log.find(bytes, at + 1)) ++count;
+        return count;
+    };
+    // Opened twice (the decision, then the install), each time by path and by document ID.
+    EXPECT_TRUE(OvxTest::WaitUntil([&] { return timesLogged(u"opening...") >= 4; }));
+    const CString version = InstallLayout::VersionFolder(platform, TestGuid(1), {1});
+    EXPECT_FALSE(OvxTest::WaitUntil([&] { return SystemIO::Folder::Exists(version); }, std::chrono::seconds(1)))
+        << "installed while another session held the install lock";
+
+    const CString theirs = host.temp.WriteFile(
+        InstallLayout::UnpackedFolder(version).Mid(host.temp.Path().GetLength() + 1) + u"/content/main.txt", "theirs");
+    EXPECT_TRUE(SystemIO::File::CopyAtomically(package, InstallLayout::InstalledCopy(version)));
+    *other = {};
+    rescan.get();
+    EXPECT_EQ(timesLogged(u"Already unpacked."), 2);  // the decision's line, and the refusal's warning
+    EXPECT_EQ(SystemIO::File::ReadAllBytes(theirs), "theirs");
 }
 
 }  // namespace
