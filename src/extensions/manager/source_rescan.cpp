@@ -29,7 +29,7 @@ bool IsPackageFile(const CString& path) {
 // drops: one decides and installs while the other waits, and then finds it installed,
 // instead of deleting what the first has just installed. Past the patience, or where the
 // lock cannot be made, a session goes on without it.
-SystemIO::HeldFile HoldInstallLock(const CString& platformFolder) {
+SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder) {
     constexpr std::chrono::seconds kPatience{30};
     auto held = SystemIO::HeldFile::Hold(InstallLayout::InstallLock(platformFolder), kPatience);
     return held ? std::move(*held) : SystemIO::HeldFile();
@@ -47,7 +47,7 @@ void SourceRescan::Rescan(const CString& folder) {
         const bool unpack = package && m_unpacker.ShouldUnpack(*package, package->fileTime).HasValue();
         if (unpack) {
             m_log.Information(path, u"unpacking...");
-            AutoLoad(path);
+            Install(path, true);
         } else {
             m_log.Write(kRedundantUnpackCheck, path);
         }
@@ -64,23 +64,43 @@ void SourceRescan::Rescan(const CString& folder) {
     m_packageCache.EndScan();
 }
 
-void SourceRescan::AutoLoad(const CString& path) {
+void SourceRescan::AutoLoad(const CString& path) { Install(path, false); }
+
+void SourceRescan::Install(const CString& path, bool decidedToUnpack) {
     const auto fail = [&](const CString& text) {
         m_log.Warning(path, text);
         WriteDebuggerOutput(text + u"\n");
     };
     auto package = m_unpacker.Open(path, PackageUse::Readable);
     if (!package) return fail(package.ErrorText());
-    SystemIO::HeldFile installing = HoldInstallLock(m_platformFolder);
+    SystemIO::HeldFile turn = TakeInstallTurn(m_platformFolder);
     if (auto decision = m_unpacker.ShouldUnpack(*package, package->fileTime); !decision) {
-        return fail(decision.ErrorText());
+        turn = {};
+        fail(decision.ErrorText());
+        // Unpacking was decided a moment ago: another session has installed it since.
+        if (decidedToUnpack) LoadWhatAnotherSessionInstalled(path, InfoOf(*package)->GetDocumentID());
+        return;
     }
     auto unpacked = m_unpacker.Unpack(*package, m_platformFolder);
-    installing = {};  // installed; the loading is this session's own
+    turn = {};  // installed; the loading is this session's own
     if (!unpacked) return fail(unpacked.ErrorText());
+    Load(path, *unpacked);
+}
 
+void SourceRescan::LoadWhatAnotherSessionInstalled(const CString& path, const OvxUtils::Guid& documentId) {
+    if (m_loader.Find(documentId)) return;
+    const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(m_platformFolder, documentId));
+    if (copies.empty()) return;
+    auto installed = m_unpacker.Open(copies.back().installedCopy, PackageUse::Readable);
+    if (!installed) return;  // the log says why
+    installed->path = InstallLayout::UnpackedFolder(SystemIO::Path::GetParentFolder(copies.back().installedCopy));
+    m_log.Associate(*installed->path, documentId);
+    Load(path, *installed);
+}
+
+void SourceRescan::Load(const CString& path, const OpenedPackage& unpacked) {
     if (m_phase.loaderActive) {
-        if (m_loader.TryLoad(*unpacked)) {
+        if (m_loader.TryLoad(unpacked)) {
             m_log.Write(kAutoLoaded, path);
         } else {
             m_log.Error(path, u"auto load failed");
@@ -101,7 +121,7 @@ UnloadOutcome SourceRescan::RemoveExtension(const OvxUtils::Guid& documentId) {
             return UnloadResult::Delayed;
         }
     }
-    const SystemIO::HeldFile removing = HoldInstallLock(m_platformFolder);
+    const SystemIO::HeldFile removing = TakeInstallTurn(m_platformFolder);
     if (!SystemIO::Folder::Exists(extensionFolder)) return Error{m_log.Warning(documentId, u"Extension not found")};
     if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
         const CString text = m_log.Write(kCannotDeleteData, documentId);

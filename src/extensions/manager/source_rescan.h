@@ -31,6 +31,14 @@ public:
     UnloadOutcome RemoveExtension(const OvxUtils::Guid& documentId);
 
 private:
+    // AutoLoad's steps; decidedToUnpack when the rescan has just decided to unpack path.
+    void Install(const CString& path, bool decidedToUnpack);
+    // When another session installed the package between the two decisions: what it
+    // installed, unless this session has the extension loaded already.
+    void LoadWhatAnotherSessionInstalled(const CString& path, const OvxUtils::Guid& documentId);
+    // Loads an unpacked package that path brought, when the loader is active.
+    void Load(const CString& path, const OpenedPackage& unpacked);
+
     ExtensionLog& m_log;
     const CString& m_platformFolder;
     LoadingPhase m_phase;

@@ -200,8 +200,8 @@ TEST(CrashRecovery, ASessionAtWorkIsNotTakenForACrash) {
 }
 
 // Another session installing (holding the install lock) makes a session that meets the same
-// new package wait before it decides; it then finds the package installed, and leaves the
-// other's install as it is.
+// new package wait before it decides; it then finds the package installed, leaves the
+// other's install as it is, and loads it from there.
 TEST(CrashRecovery, ASessionWaitsWhileAnotherInstalls) {
     TestHost host;
     Session session(host, false);  // the log goes to its file, which is read while the manager works
@@ -233,6 +233,7 @@ TEST(CrashRecovery, ASessionWaitsWhileAnotherInstalls) {
     rescan.get();
     EXPECT_EQ(timesLogged(u"Already unpacked."), 2);  // the decision's line, and the refusal's warning
     EXPECT_EQ(SystemIO::File::ReadAllBytes(theirs), "theirs");
+    EXPECT_EQ(session.installer->loadedPaths, std::vector<CString>{InstallLayout::UnpackedFolder(version)});
 }
 
 }  // namespace
