@@ -14,12 +14,15 @@ namespace OvxUtils::SystemIO {
 
 namespace {
 
-bool Lock(int fd) {
-    int held;
+// Whether another holder is at work on the file of fd; otherwise fd holds it now. A file
+// system without locks counts as free: a session there then takes every marker for a
+// trace, as if locks did not exist.
+bool HeldByAnother(int fd) {
+    int locked;
     do {
-        held = ::flock(fd, LOCK_EX | LOCK_NB);
-    } while (held != 0 && errno == EINTR);
-    return held == 0;
+        locked = ::flock(fd, LOCK_EX | LOCK_NB);
+    } while (locked != 0 && errno == EINTR);
+    return locked != 0 && errno == EWOULDBLOCK;
 }
 
 }  // namespace
@@ -27,32 +30,26 @@ bool Lock(int fd) {
 Result<HeldFile> HeldFile::Create(const CString& path) {
     Detail::UniqueFd fd = Detail::OpenFd(path, O_RDWR | O_CREAT | O_EXCL, 0644);
     if (!fd.IsValid()) return SystemError(u"cannot create " + path);
-    // A file that nobody else has opened yet: the hold cannot be refused.
-    if (!Lock(fd.Get())) {
-        const Error error = SystemError(u"cannot lock " + path);
-        Detail::RemoveEntry(path);
-        return error;
-    }
+    static_cast<void>(HeldByAnother(fd.Get()));  // nobody else has it open yet
     return HeldFile(path, fd.Release());
 }
 
 std::optional<Result<HeldFile>> HeldFile::TryHold(const CString& path) {
     Detail::UniqueFd fd = Detail::OpenFd(path, O_RDWR | O_CREAT, 0644);
     if (!fd.IsValid()) return SystemError(u"cannot open " + path);
-    if (Lock(fd.Get())) return HeldFile(path, fd.Release());
-    if (errno == EWOULDBLOCK) return std::nullopt;
-    return SystemError(u"cannot lock " + path);
+    if (HeldByAnother(fd.Get())) return std::nullopt;
+    return HeldFile(path, fd.Release());
 }
 
 bool HeldFile::IsHeld(const CString& path) {
     const Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY | O_NOFOLLOW);
-    return fd.IsValid() && !Lock(fd.Get());
+    return fd.IsValid() && HeldByAnother(fd.Get());
 }
 
 bool HeldFile::DeleteUnlessHeld(const CString& path) {
     const Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY | O_NOFOLLOW);
     // Deleted while held by this call, so that no holder can come in between.
-    return fd.IsValid() && Lock(fd.Get()) && Detail::RemoveEntry(path);
+    return fd.IsValid() && !HeldByAnother(fd.Get()) && Detail::RemoveEntry(path);
 }
 
 void HeldFile::Delete() {
