@@ -8,6 +8,7 @@
 #include "platform/system_io/temporary_name.h"
 
 #include <algorithm>
+#include <chrono>
 
 namespace OvxComponent::InstallLayout {
 
@@ -20,6 +21,12 @@ CString PlatformFolder(const CString& dataFolder) {
 CString LogFile(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.log"); }
 
 CString InstallLock(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.lock"); }
+
+OvxUtils::SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder) {
+    constexpr std::chrono::seconds kPatience{30};
+    auto held = OvxUtils::SystemIO::HeldFile::Hold(InstallLock(platformFolder), kPatience);
+    return held ? std::move(*held) : OvxUtils::SystemIO::HeldFile();
+}
 
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId) {
     return Path::Combine(platformFolder, documentId.ToString());

@@ -11,6 +11,7 @@
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/guid.h"
 #include "OvxComponent/platform/version.h"
+#include "platform/system_io/held_file.h"
 
 #include <vector>
 
@@ -19,6 +20,13 @@ namespace OvxComponent::InstallLayout {
 CString PlatformFolder(const CString& dataFolder);
 CString LogFile(const CString& platformFolder);
 CString InstallLock(const CString& platformFolder);
+
+// Two sessions in one platform folder (two hosts sharing their extensions) see the same
+// drops and the same leftovers: what installs, removes or clears a version is done while
+// the session holds the install lock, so that one session never deletes what another is
+// installing. Waits for another session's turn for at most 30 seconds; past that, or where
+// the lock cannot be made, the session goes on without it (the result is then not valid).
+OvxUtils::SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder);
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
 CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
 CString InstalledCopy(const CString& versionFolder);

@@ -3,8 +3,10 @@
 // handed to the main thread as rescans.
 #include "extensions/manager/extension_manager_impl.h"
 
+#include "extensions/manager/install_layout.h"
 #include "extensions/manager/install_repair.h"
 #include "platform/directory_tracker/directories_changes_tracker.h"
+#include "platform/system_io/file.h"
 #include "platform/system_io/path.h"
 
 #include <algorithm>
@@ -72,9 +74,13 @@ void ExtensionManagerImpl::FinishLoading() {
     for (const UnpackedCandidate& candidate : VerifyUnpacked(false, PackageUse::RecordOnly)) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr) {
+            const CString versionFolder = SystemIO::Path::GetParentFolder(candidate.folder);
+            const SystemIO::HeldFile turn = InstallLayout::TakeInstallTurn(platformFolder);
+            // Another session may have been installing this version: its copy is there now.
+            if (!candidate.unusable && SystemIO::File::Exists(InstallLayout::InstalledCopy(versionFolder))) continue;
             log.Write(kCouldNotUnpack, candidate.folder);
             // Its source package, when there is one, is then unpacked afresh by a rescan.
-            if (auto deleted = InstallRepair::DeleteVersion(SystemIO::Path::GetParentFolder(candidate.folder))) {
+            if (auto deleted = InstallRepair::DeleteVersion(versionFolder)) {
                 log.Write(kClearedUnusableVersion, candidate.folder);
                 cleared = true;
             } else {

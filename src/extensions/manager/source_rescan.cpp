@@ -6,10 +6,8 @@
 #include "extensions/manager/debugger_output.h"
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/folder.h"
-#include "platform/system_io/held_file.h"
 #include "platform/system_io/path.h"
 
-#include <chrono>
 #include <set>
 
 namespace OvxComponent {
@@ -23,16 +21,6 @@ using OvxUtils::Error;
 // The files that a rescan treats as packages.
 bool IsPackageFile(const CString& path) {
     return SystemIO::Path::HasExtension(path, Get_Extension_FileExtension());
-}
-
-// Two sessions in one platform folder (two hosts sharing their extensions) see the same
-// drops: one decides and installs while the other waits, and then finds it installed,
-// instead of deleting what the first has just installed. Past the patience, or where the
-// lock cannot be made, a session goes on without it.
-SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder) {
-    constexpr std::chrono::seconds kPatience{30};
-    auto held = SystemIO::HeldFile::Hold(InstallLayout::InstallLock(platformFolder), kPatience);
-    return held ? std::move(*held) : SystemIO::HeldFile();
 }
 
 }  // namespace
@@ -73,7 +61,7 @@ void SourceRescan::Install(const CString& path, bool decidedToUnpack) {
     };
     auto package = m_unpacker.Open(path, PackageUse::Readable);
     if (!package) return fail(package.ErrorText());
-    SystemIO::HeldFile turn = TakeInstallTurn(m_platformFolder);
+    SystemIO::HeldFile turn = InstallLayout::TakeInstallTurn(m_platformFolder);
     if (auto decision = m_unpacker.ShouldUnpack(*package, package->fileTime); !decision) {
         turn = {};
         fail(decision.ErrorText());
@@ -121,7 +109,7 @@ UnloadOutcome SourceRescan::RemoveExtension(const OvxUtils::Guid& documentId) {
             return UnloadResult::Delayed;
         }
     }
-    const SystemIO::HeldFile removing = TakeInstallTurn(m_platformFolder);
+    const SystemIO::HeldFile removing = InstallLayout::TakeInstallTurn(m_platformFolder);
     if (!SystemIO::Folder::Exists(extensionFolder)) return Error{m_log.Warning(documentId, u"Extension not found")};
     if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
         const CString text = m_log.Write(kCannotDeleteData, documentId);

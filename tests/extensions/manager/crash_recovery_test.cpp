@@ -236,4 +236,29 @@ TEST(CrashRecovery, ASessionWaitsWhileAnotherInstalls) {
     EXPECT_EQ(session.installer->loadedPaths, std::vector<CString>{InstallLayout::UnpackedFolder(version)});
 }
 
+// A version that another session is installing (it holds the install lock, and has not yet
+// written the installed copy) is not cleared as unusable: FinishLoading waits for the
+// other's turn and then finds the copy there.
+TEST(CrashRecovery, FinishLoadingLeavesAnInstallInProgressAlone) {
+    TestHost host;
+    const CString package = host.temp / u"a.OrvexExtension";
+    OvxTest::PackExtension(package, {TestGuid(1), {1}, OvxTest::kTestExtensionType, kFiles});
+    const auto manager = host.MakeManager();
+    const CString platform = manager->GetPlatformFolder();
+    const CString version = InstallLayout::VersionFolder(platform, TestGuid(1), {1});
+    ASSERT_TRUE(SystemIO::Folder::EnsureExists(InstallLayout::UnpackedFolder(version)));
+    auto other = SystemIO::HeldFile::Hold(InstallLayout::InstallLock(platform), std::chrono::milliseconds(0));
+    ASSERT_TRUE(other) << other.ErrorText();
+    manager->StartLoading();
+
+    auto finishing = std::async(std::launch::async, [&] { manager->FinishLoading(); });
+    EXPECT_FALSE(OvxTest::WaitUntil([&] { return !SystemIO::Folder::Exists(version); }, std::chrono::seconds(1)))
+        << "cleared while another session held the install lock";
+    EXPECT_TRUE(SystemIO::File::CopyAtomically(package, InstallLayout::InstalledCopy(version)));
+    *other = {};
+    finishing.get();
+    EXPECT_TRUE(SystemIO::File::Exists(InstallLayout::InstalledCopy(version)));
+}
+
 }  // namespace
+
