@@ -20,13 +20,6 @@ namespace OvxComponent::InstallLayout {
 CString PlatformFolder(const CString& dataFolder);
 CString LogFile(const CString& platformFolder);
 CString InstallLock(const CString& platformFolder);
-
-// Two sessions in one platform folder (two hosts sharing their extensions) see the same
-// drops and the same leftovers: what installs, removes or clears a version is done while
-// the session holds the install lock, so that one session never deletes what another is
-// installing. Waits for another session's turn for at most 30 seconds; past that, or where
-// the lock cannot be made, the session goes on without it (the result is then not valid).
-OvxUtils::SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder);
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
 CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
 CString InstalledCopy(const CString& versionFolder);
@@ -41,5 +34,12 @@ struct ExistingCopy {
 // The version folders of the extension folder, sorted by version (then by name); empty
 // when the folder does not exist. Folders under a temporary name are left out. Names that are not versions read leniently (as 0...).
 std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder);
+
+// Two sessions in one platform folder (two hosts sharing their extensions) see the same
+// drops and the same leftovers: what installs, removes or clears a version is done while
+// the session holds the install lock, so that one session never deletes what another is
+// installing. Waits for another session's turn for at most 30 seconds; past that, or where
+// the lock cannot be made, the session goes on without it (the result is then not valid).
+OvxUtils::SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder);
 
 }  // namespace OvxComponent::InstallLayout

@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <utility>
@@ -27,11 +28,23 @@ bool HeldByAnother(int fd) {
 
 }  // namespace
 
+// Between the creation and the hold, another process may look at the file (IsHeld) or
+// take it for a trace and delete it (DeleteUnlessHeld); the hold waits for the look, and
+// a file deleted meanwhile is made again.
 Result<HeldFile> HeldFile::Create(const CString& path) {
-    Detail::UniqueFd fd = Detail::OpenFd(path, O_RDWR | O_CREAT | O_EXCL, 0644);
-    if (!fd.IsValid()) return SystemError(u"cannot create " + path);
-    static_cast<void>(HeldByAnother(fd.Get()));  // nobody else has it open yet
-    return HeldFile(path, fd.Release());
+    for (;;) {
+        Detail::UniqueFd fd = Detail::OpenFd(path, O_RDWR | O_CREAT | O_EXCL, 0644);
+        if (!fd.IsValid()) return SystemError(u"cannot create " + path);
+        int locked;
+        do {
+            locked = ::flock(fd.Get(), LOCK_EX);
+        } while (locked != 0 && errno == EINTR);
+        struct stat held {}, named {};
+        if (locked != 0 || (::fstat(fd.Get(), &held) == 0 && ::stat(path.ToUtf8().c_str(), &named) == 0 &&
+                            held.st_dev == named.st_dev && held.st_ino == named.st_ino)) {
+            return HeldFile(path, fd.Release());  // held, or on a file system without locks
+        }
+    }
 }
 
 std::optional<Result<HeldFile>> HeldFile::TryHold(const CString& path) {
