@@ -11,13 +11,7 @@ HRESULT InjectingTypeInfo::QueryInterface(REFIID iid, void** object) {
         AddRef();
         return S_OK;
     }
-    if (IsEqualIID(iid, IID_ITypeInfo2) && m_offerRealTypeInfo2) return m_real->QueryInterface(iid, object);
     return E_NOINTERFACE;
-}
-
-HRESULT InjectingTypeInfo::GetTypeAttr(TYPEATTR** attr) {
-    if (FAILED(m_typeAttrResult)) return m_typeAttrResult;
-    return m_real->GetTypeAttr(attr);
 }
 
 }  // namespace OvxTest

@@ -1,5 +1,5 @@
 // InjectingTypeInfo: an ITypeInfo over a real one that counts the calls that matter to the
-// name cache and fails the ones a test asks it to. It lives in the test and never deletes
+// name cache. It lives in the test and never deletes
 // itself; References() tells whether the code under test gave back what it took.
 #pragma once
 
@@ -15,15 +15,12 @@ public:
 
     ULONG References() const { return m_references; }
     int m_getIDsOfNamesCalls = 0;
-    HRESULT m_typeAttrResult = S_OK;  // a failure here is returned by GetTypeAttr
-    // Answer ITypeInfo2 with the real type info, a different COM object.
-    bool m_offerRealTypeInfo2 = false;
 
     STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
     STDMETHODIMP_(ULONG) Release() override { return --m_references; }
 
-    STDMETHODIMP GetTypeAttr(TYPEATTR** attr) override;
+    STDMETHODIMP GetTypeAttr(TYPEATTR** attr) override { return m_real->GetTypeAttr(attr); }
     STDMETHODIMP GetTypeComp(ITypeComp** comp) override { return m_real->GetTypeComp(comp); }
     STDMETHODIMP GetFuncDesc(UINT index, FUNCDESC** desc) override { return m_real->GetFuncDesc(index, desc); }
     STDMETHODIMP GetVarDesc(UINT index, VARDESC** desc) override { return m_real->GetVarDesc(index, desc); }

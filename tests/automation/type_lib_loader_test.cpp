@@ -84,12 +84,6 @@ TEST_F(TypeLibLoaderTest, CacheLoadsOnceAndDropsItsReferenceAtTheEnd) {
         EXPECT_EQ(again, lib);
         EXPECT_EQ(lib->GetRefCount(), 3u);  // the cache's and two callers'
         again->Release();
-
-        // A copy shares the pointer without a reference of its own, so it would drop the
-        // cache's reference a second time; the test pays for it in advance.
-        lib->AddRef();
-        { TestLibCache copy(cache); }
-        EXPECT_EQ(lib->GetRefCount(), 2u);
     }
     EXPECT_EQ(lib->GetRefCount(), 1u);
     lib->Release();
@@ -110,9 +104,6 @@ TEST_F(TypeLibLoaderTest, MultiCacheKeepsOneLibraryPerIndex) {
         EXPECT_EQ(second->GetRefCount(), 3u);
         hit->Release();
 
-        CTypeLib* missing = nullptr;
-        EXPECT_EQ(cache.GetTypeLib(3, &missing), TYPE_E_CANTLOADLIBRARY);
-        EXPECT_EQ(missing, nullptr);
         EXPECT_EQ(TypeLibMap().GetEntryCount(), 2u);
     }
     EXPECT_EQ(first->GetRefCount(), 1u);

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace {
 
 using namespace OvxComponent;
@@ -24,21 +26,14 @@ TEST(MenuMgr, HostServiceTracksTheMenuWithTheArgumentsUnchanged) {
     const RECT exclude{1, 2, 3, 4};
     CWnd owner(reinterpret_cast<HWND>(0x1234));
 
-    EXPECT_EQ(MenuMgr::TrackPopupMenu(menu.GetSafeHmenu(), TPM_RETURNCMD | TPM_RIGHTBUTTON, -5, 7, 9,
-                                      owner.GetSafeHwnd(), &exclude),
-              42);
-    EXPECT_EQ(service.m_lastMenu.menu, menu.GetSafeHmenu());
-    EXPECT_EQ(service.m_lastMenu.flags, static_cast<unsigned int>(TPM_RETURNCMD | TPM_RIGHTBUTTON));
-    EXPECT_EQ(service.m_lastMenu.x, -5);
-    EXPECT_EQ(service.m_lastMenu.y, 7);
-    EXPECT_EQ(service.m_lastMenu.reserved, 9);
-    EXPECT_EQ(service.m_lastMenu.owner, owner.GetSafeHwnd());
-    EXPECT_EQ(service.m_lastMenu.rect, &exclude);
-
+    const auto& last = service.m_lastMenu;
+    const auto call = [&] { return std::tie(last.menu, last.flags, last.x, last.y, last.reserved, last.owner, last.rect); };
+    const unsigned int flags = TPM_RETURNCMD | TPM_RIGHTBUTTON;
+    EXPECT_EQ(MenuMgr::TrackPopupMenu(menu.GetSafeHmenu(), flags, -5, 7, 9, owner.GetSafeHwnd(), &exclude), 42);
+    EXPECT_EQ(call(), std::make_tuple(menu.GetSafeHmenu(), flags, -5, 7, 9, owner.GetSafeHwnd(), &exclude));
+    // The CMenu form passes 0 as the reserved argument, and a null owner as a null window.
     EXPECT_EQ(MenuMgr::TrackPopupMenu(menu, TPM_LEFTALIGN, 10, 20, nullptr, nullptr), 42);
-    EXPECT_EQ(service.m_lastMenu.owner, nullptr);
-    EXPECT_EQ(service.m_lastMenu.reserved, 0);
-    EXPECT_EQ(service.m_lastMenu.flags, static_cast<unsigned int>(TPM_LEFTALIGN));
+    EXPECT_EQ(call(), std::make_tuple(menu.GetSafeHmenu(), 0u, 10, 20, 0, HWND{}, static_cast<const RECT*>(nullptr)));
     MenuMgr::TrackPopupMenu(menu, 0, 0, 0, &owner, nullptr);
     EXPECT_EQ(service.m_lastMenu.owner, owner.GetSafeHwnd());
     EXPECT_EQ(service.m_calls, 3);

@@ -17,20 +17,7 @@ void Hand(CountedDispatch& object, IDispatch** out) {
     *out = &object;
 }
 
-TEST(CComPtr, PutReleasesThePointerItHeldBefore) {
-    CountedDispatch first, second;
-    {
-        CComPtr<IDispatch> pointer;
-        Hand(first, pointer.put());
-        Hand(second, pointer.put());  // the same pointer filled twice leaks nothing
-        EXPECT_EQ(first.References(), 0u);
-        EXPECT_EQ(second.References(), 1u);
-        EXPECT_EQ(pointer.get(), &second);
-    }
-    EXPECT_EQ(second.References(), 0u);
-}
-
-TEST(CComPtr, CopiesTakeReferencesAndMovesDoNot) {
+TEST(CComPtr, CopiesTakeReferencesMovesDoNotAndPutReleasesWhatItHeld) {
     CountedDispatch object;
     CComPtr<IDispatch> original(&object);
     EXPECT_EQ(object.References(), 1u);
@@ -54,6 +41,16 @@ TEST(CComPtr, CopiesTakeReferencesAndMovesDoNot) {
     EXPECT_EQ(object.References(), 1u);
     original.reset();
     EXPECT_EQ(object.References(), 0u);
+
+    CountedDispatch second;
+    {
+        CComPtr<IDispatch> pointer;
+        Hand(object, pointer.put());
+        Hand(second, pointer.put());  // the same pointer filled twice leaks nothing
+        EXPECT_EQ(object.References(), 0u);
+        EXPECT_EQ(pointer.get(), &second);
+    }
+    EXPECT_EQ(second.References(), 0u);
 }
 
 }  // namespace
