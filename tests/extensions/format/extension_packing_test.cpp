@@ -46,7 +46,8 @@ TEST(ExtensionPacking, FailingOpenerGivesAnEmptyHandle) {
 }
 
 // The names a reader lists: files go under "content", relative to the folder part of the
-// folder argument (which ends in a separator when it names the folder itself).
+// folder argument (which ends in a separator when it names the folder itself); a file
+// outside that folder makes no package.
 TEST(ExtensionPacking, FilesGoUnderContentRelativeToTheFolderPart) {
     OvxTest::TempFolder temp;
     const std::vector<CString> files{temp.WriteFile(u"src/a.txt", "a"), temp.WriteFile(u"src/sub/b.txt", "b")};
@@ -64,15 +65,12 @@ TEST(ExtensionPacking, FilesGoUnderContentRelativeToTheFolderPart) {
     // One file lands right under "content", whatever folder it comes from.
     ASSERT_TRUE(PackFile(CreateAt(path), OvxTest::SampleExtensionData(), files[1]).Close());
     EXPECT_EQ(ContentEntries(path), (std::vector<CString>{u"content/b.txt"}));
-}
 
-TEST(ExtensionPacking, FileOutsideTheFolderGivesAnEmptyHandle) {
-    OvxTest::TempFolder temp;
-    const std::vector<CString> files{temp.WriteFile(u"src/a.txt", "a"), temp.WriteFile(u"other/b.txt", "b")};
-    const CString path = temp / u"out.OrvexExtension";
-    const ExtensionContainer package = PackFiles(CreateAt(path), OvxTest::SampleExtensionData(), temp / u"src/", files);
-    EXPECT_FALSE(package);
-    EXPECT_FALSE(VdcContainer::ZipContainer::Open(path, OpenMode::ReadOnly));
+    // A file outside the folder gives an empty handle, and no package.
+    const CString outside = temp / u"outside.OrvexExtension";
+    const std::vector<CString> stray{files[0], temp.WriteFile(u"other/c.txt", "c")};
+    EXPECT_FALSE(PackFiles(CreateAt(outside), OvxTest::SampleExtensionData(), temp / u"src/", stray));
+    EXPECT_FALSE(VdcContainer::ZipContainer::Open(outside, OpenMode::ReadOnly));
 }
 
 TEST(ExtensionPacking, PackageOfAnotherMimeTypeHasNoExtensionRecord) {
