@@ -1,4 +1,5 @@
-// CTypeInfo's name cache and CTypeInfoHolder, on type infos of the real test library.
+// CTypeInfo's name cache and CTypeInfoHolder, on type infos of the real test library, and
+// an automation object that forwards its IDispatch to a holder, as a host writes one.
 // An injecting type info counts the calls that reach ITypeInfo::GetIDsOfNames, so that a
 // test can tell an answer from the cache from one of the type info.
 #include "injecting_type_info.h"
@@ -7,6 +8,8 @@
 #include "OvxComponent/automation/type_info.h"
 #include "OvxComponent/automation/type_info_holder.h"
 #include "OvxComponent/automation/type_lib.h"
+#include "OvxComponent/comsupport/scoped_bstr.h"
+#include "OvxComponent/comsupport/scoped_variant.h"
 
 #include <gtest/gtest.h>
 
@@ -142,6 +145,66 @@ TEST(TypeInfoHolder, HoldersOfOneInterfaceShareOneTypeInfo) {
     first->Release();
     second->Release();
     EXPECT_EQ(TypeLibMap().GetEntryCount(), 1u);  // only the loader's cache holds the library
+}
+
+// IDispatch forwarded to a holder; it lives on the test's stack.
+class Gadget final : public IGadget {
+public:
+    explicit Gadget(ITypeLibLoader* loader) : m_dispatch(loader, IID_IGadget) {}
+
+    STDMETHODIMP QueryInterface(REFIID, void** object) override { return *object = this, S_OK; }
+    STDMETHODIMP_(ULONG) AddRef() override { return 2; }
+    STDMETHODIMP_(ULONG) Release() override { return 1; }
+    STDMETHODIMP GetTypeInfoCount(UINT* count) override { return m_dispatch.GetTypeInfoCount(count); }
+    STDMETHODIMP GetTypeInfo(UINT, LCID lcid, ITypeInfo** info) override { return m_dispatch.GetTypeInfo(lcid, info); }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids) override {
+        return m_dispatch.GetIDsOfNames(names, count, lcid, ids);
+    }
+    STDMETHODIMP Invoke(DISPID id, REFIID, LCID lcid, WORD flags, DISPPARAMS* params, VARIANT* result,
+                        EXCEPINFO* excepInfo, UINT* argErr) override {
+        return m_dispatch.Invoke(this, id, lcid, flags, params, result, excepInfo, argErr);
+    }
+
+    STDMETHODIMP get_Title(BSTR* value) override { return *value = ScopedBstr(m_title).detach(), S_OK; }
+    STDMETHODIMP put_Title(BSTR value) override { return m_title = value, S_OK; }
+    STDMETHODIMP Scale(LONG value, LONG factor, LONG* result) override { return *result = value * factor, S_OK; }
+    STDMETHODIMP get_Parts(IGadgetParts**) override { return E_NOTIMPL; }
+
+    std::wstring m_title = L"Pump";
+
+private:
+    CTypeInfoHolder m_dispatch;
+};
+
+// What a script client does: a name to its DISPID, then Invoke, which reaches the object's
+// own methods with the arguments in place and an optional one at its default.
+TEST(TypeInfoHolder, InvokeReachesTheObjectsOwnMethods) {
+    TestLibCache loader;
+    Gadget gadget(&loader);
+    wchar_t name[] = L"title";
+    LPOLESTR names[] = {name};
+    DISPID id = 0;
+    ASSERT_EQ(gadget.GetIDsOfNames(IID_NULL, names, 1, 0, &id), S_OK);
+    ASSERT_EQ(id, 1);
+    ScopedVariant value;
+    DISPPARAMS none{};
+    ASSERT_EQ(gadget.Invoke(1, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, value.put(), nullptr, nullptr), S_OK);
+    EXPECT_EQ(std::wstring(value.get()->bstrVal), L"Pump");
+
+    ScopedBstr title(L"Valve");
+    VARIANT argument{};
+    argument.vt = VT_BSTR;
+    argument.bstrVal = title.get();
+    DISPID named = DISPID_PROPERTYPUT;
+    DISPPARAMS put{&argument, &named, 1, 1};
+    ASSERT_EQ(gadget.Invoke(1, IID_NULL, 0, DISPATCH_PROPERTYPUT, &put, nullptr, nullptr, nullptr), S_OK);
+    EXPECT_EQ(gadget.m_title, L"Valve");
+
+    argument.vt = VT_I4;
+    argument.lVal = 7;
+    DISPPARAMS one{&argument, nullptr, 1, 0};
+    ASSERT_EQ(gadget.Invoke(2, IID_NULL, 0, DISPATCH_METHOD, &one, value.put(), nullptr, nullptr), S_OK);
+    EXPECT_EQ(value.get()->lVal, 7);  // times the factor's default, 1
 }
 
 TEST(TypeInfoHolder, FailuresAreReturnedAndRetriedOnEveryCall) {

@@ -111,7 +111,7 @@ const std::vector<HostileCase> kCases = {
     {"CompressedSizeBeyondFile",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::PatchCompressedSize(zip, "content/a.txt", 0x7FFFFFFF);
+         OvxTest::Patch(zip, "content/a.txt", OvxTest::kCompressedSize, 0x7FFFFFFF);
          return zip;
      },
      u"the archive is damaged: entry \"content/a.txt\" has data that runs into the directory"},
@@ -127,7 +127,7 @@ const std::vector<HostileCase> kCases = {
     {"Encrypted",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::PatchFlags(zip, "content/a.txt", 1);
+         OvxTest::Patch(zip, "content/a.txt", OvxTest::kFlags, 1);
          return zip;
      },
      u"entry \"content/a.txt\" is encrypted"},
@@ -139,7 +139,7 @@ const std::vector<HostileCase> kCases = {
     {"RatioBombWithLyingHeader",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/bomb.bin", std::string(8 << 20, '\0')).Build();
-         OvxTest::PatchUncompressedSize(zip, "content/bomb.bin", 1000);
+         OvxTest::Patch(zip, "content/bomb.bin", OvxTest::kUncompressedSize, 1000);
          return zip;
      },
      u"entry \"content/bomb.bin\" is damaged: its data inflates to more than the 1000 bytes its header states",
@@ -158,14 +158,14 @@ const std::vector<HostileCase> kCases = {
     {"CrcMismatch",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::PatchCrc(zip, "content/a.txt", 0x12345678);
+         OvxTest::Patch(zip, "content/a.txt", OvxTest::kCrc, 0x12345678);
          return zip;
      },
      u"entry \"content/a.txt\" is damaged: its CRC does not match its data", Stage::Extract},
     {"SizeLargerThanData",
      [] {
          std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::PatchUncompressedSize(zip, "content/a.txt", 20);
+         OvxTest::Patch(zip, "content/a.txt", OvxTest::kUncompressedSize, 20);
          return zip;
      },
      u"entry \"content/a.txt\" is damaged: its size differs from what its header says", Stage::Extract},

@@ -105,12 +105,11 @@ void PatchName(std::string& zip, std::string_view from, std::string_view to) {
     }
 }
 
-void PatchUncompressedSize(std::string& zip, std::string_view name, std::uint32_t size) {
-    for (const Header& header : HeadersOf(zip, name)) Put32(zip, header.offset + (header.central ? 24 : 22), size);
-}
-
-void PatchCompressedSize(std::string& zip, std::string_view name, std::uint32_t size) {
-    for (const Header& header : HeadersOf(zip, name)) Put32(zip, header.offset + (header.central ? 20 : 18), size);
+void Patch(std::string& zip, std::string_view name, HeaderField field, std::uint32_t value) {
+    for (const Header& header : HeadersOf(zip, name)) {
+        const std::size_t at = header.offset + (header.central ? field.central : field.local);
+        for (std::size_t i = 0; i < field.width; ++i) zip[at + i] = static_cast<char>(value >> (8 * i));
+    }
 }
 
 void PatchLocalOffset(std::string& zip, std::string_view name, std::string_view sharedWith) {
@@ -121,18 +120,6 @@ void PatchLocalOffset(std::string& zip, std::string_view name, std::string_view 
     for (const Header& header : HeadersOf(zip, name)) {
         if (header.central) Put32(zip, header.offset + 42, static_cast<std::uint32_t>(local));
     }
-}
-
-void PatchFlags(std::string& zip, std::string_view name, std::uint16_t flags) {
-    for (const Header& header : HeadersOf(zip, name)) {
-        const std::size_t at = header.offset + (header.central ? 8 : 6);
-        zip[at] = static_cast<char>(flags);
-        zip[at + 1] = static_cast<char>(flags >> 8);
-    }
-}
-
-void PatchCrc(std::string& zip, std::string_view name, std::uint32_t crc) {
-    for (const Header& header : HeadersOf(zip, name)) Put32(zip, header.offset + (header.central ? 16 : 14), crc);
 }
 
 void PatchStatedEntryCount(std::string& zip, std::uint16_t count) {
@@ -151,14 +138,6 @@ void AppendComment(std::string& zip, std::string_view comment) {
     zip[record + 20] = static_cast<char>(comment.size());
     zip[record + 21] = static_cast<char>(comment.size() >> 8);
     zip += comment;
-}
-
-void PatchData(std::string& zip, std::string_view name, std::size_t offset, std::string_view bytes) {
-    for (const Header& header : HeadersOf(zip, name)) {
-        if (header.central) continue;
-        const std::size_t dataAt = header.offset + 30 + Get16(zip, header.offset + 26) + Get16(zip, header.offset + 28);
-        zip.replace(dataAt + offset, bytes.size(), bytes);
-    }
 }
 
 }  // namespace OvxTest

@@ -1,5 +1,5 @@
 // ZipBuilder: ZIP archives made in memory by the tests themselves, and patches of their raw
-// header fields for the archives that no well-behaved writer would make.
+// header fields.
 #pragma once
 
 #include <cstdint>
@@ -35,21 +35,25 @@ private:
     std::vector<Entry> m_entries;
 };
 
-// Header patches. Each finds the entry's local and central headers by its name and
-// changes both; the name must occur exactly once among the headers.
+// A field of both headers of an entry: its offset in the local and in the central header,
+// and its width in bytes.
+struct HeaderField {
+    std::size_t local, central, width;
+};
+inline constexpr HeaderField kFlags{6, 8, 2};  // general purpose bits (bit 0: encrypted)
+inline constexpr HeaderField kCrc{14, 16, 4};
+inline constexpr HeaderField kCompressedSize{18, 20, 4};
+inline constexpr HeaderField kUncompressedSize{22, 24, 4};
+
+// Header patches, for the archives that no well-behaved writer would make. Each finds the
+// entry's local and central headers by its name, which must occur exactly once among them.
+void Patch(std::string& zip, std::string_view name, HeaderField field, std::uint32_t value);
 void PatchName(std::string& zip, std::string_view from, std::string_view to);  // same length
-void PatchUncompressedSize(std::string& zip, std::string_view name, std::uint32_t size);
-void PatchCompressedSize(std::string& zip, std::string_view name, std::uint32_t size);
-void PatchCrc(std::string& zip, std::string_view name, std::uint32_t crc);
 // Points the central header of name at the local header (and so the data) of sharedWith.
 void PatchLocalOffset(std::string& zip, std::string_view name, std::string_view sharedWith);
-// Sets the general purpose flag bits (bit 0: encrypted).
-void PatchFlags(std::string& zip, std::string_view name, std::uint16_t flags);
 // Sets the entry counts of the end of central directory record.
 void PatchStatedEntryCount(std::string& zip, std::uint16_t count);
 // Gives the archive a comment, which then ends the file.
 void AppendComment(std::string& zip, std::string_view comment);
-// Overwrites bytes of an entry's stored data, counted from the start of the data.
-void PatchData(std::string& zip, std::string_view name, std::size_t offset, std::string_view bytes);
 
 }  // namespace OvxTest
