@@ -70,17 +70,6 @@ TEST(SimpleFileExtensionInstaller, RefusesWithoutCallingTheHost) {
 
     std::shared_ptr<IExtensionState> none;
     EXPECT_FALSE(installer->Unload(none));
-    struct Foreign : IExtensionState {
-        ExtensionData data;
-        const ExtensionData& Data() const override { return data; }
-        bool IsUnloaded() const override { return false; }
-        bool IsLoaded() const override { return true; }
-        bool Invoke(CString) const override { return false; }
-    };
-    auto foreign = std::make_shared<Foreign>();
-    foreign->data.ExtensionType = u"a";
-    std::shared_ptr<IExtensionState> foreignState = foreign;
-    EXPECT_FALSE(installer->Unload(foreignState));
     EXPECT_TRUE(calls.unloaded.empty());
 }
 

@@ -6,7 +6,6 @@
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
-#include "support/runs_under_wine.h"
 #include "support/wait_until.h"
 
 #include <gmock/gmock.h>
@@ -67,27 +66,6 @@ TEST_F(ChangeTracking, ScansAtOnceThenLoadsDroppedPackagesAndRemovesTakenOnes) {
     EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
     EXPECT_EQ(installer->unloads, 1);
     EXPECT_TRUE(manager->FindExtension(TestGuid(2)));
-}
-
-// A source folder deleted and made again is tracked again: a package dropped into the new
-// folder is loaded.
-TEST_F(ChangeTracking, ASourceFolderThatIsDeletedAndMadeAgainIsTrackedAgain) {
-    if (OvxTest::RunsUnderWine()) {
-        GTEST_SKIP() << "Wine keeps a deleted folder while the tracking holds a handle on it";
-    }
-    manager->StartLoading();
-    manager->FinishLoading();
-    manager->TrackSourceFolders();
-    host.RunMainThread();
-    host.TakeLines();
-    ASSERT_TRUE(SystemIO::Folder::DeleteRecursive(host.source, true));
-    // The folder's going is reported, and its rescan finds nothing.
-    EXPECT_TRUE(PumpUntil([&] { return !host.TakeLines().empty(); }));
-    const CString outside = OvxTest::PackExtension(host.temp / u"outside/ext.OrvexExtension", {TestGuid(1)});
-    ASSERT_TRUE(SystemIO::Folder::EnsureExists(host.source));
-    const CString dropped = host.temp / u"source/ext.OrvexExtension";
-    ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(outside), OvxTest::FsPath(dropped)));
-    EXPECT_TRUE(PumpUntil([&] { return manager->FindExtension(TestGuid(1)).has_value(); }));
 }
 
 // A burst of drops costs rescans that the burst coalesces, and every package still loads

@@ -10,12 +10,16 @@
 namespace {
 
 using namespace OvxComponent;
+using OvxTest::Info;
 using OvxTest::PackageRecipe;
 using OvxTest::TestGuid;
 using OvxTest::TestHost;
 using OvxTest::TestInstaller;
 using testing::ElementsAre;
 using testing::EndsWith;
+
+const std::string kStartLine = "(Information): \"manager\" initial loading of unpacked extensions";
+const std::string kFinishLine = "(Information): \"manager\" finished initial loading unpacked extensions";
 
 // An extension whose content carries a UI modification beside the add-on marker "Test".
 PackageRecipe WithUi(int number) {
@@ -52,21 +56,17 @@ TEST_F(ExtensionLoading, StartLoadingLoadsWhatIsUnpacked) {
 
     EXPECT_THAT(installer->loadedPaths, ElementsAre(folder));
     ASSERT_TRUE(manager->FindExtension(TestGuid(1)));
-    const std::string id = TestGuid(1).ToString().ToUtf8();
+    std::vector<std::string> expected = Info(TestGuid(1), {"loading this extension", "extension loaded",
+                                                           "loaded before resource loader installed",
+                                                           "loaded, no ui modifications applied"});
+    for (const std::string& line : Info(folder, {"loaded!", "try load worked."})) expected.push_back(line);
     const std::vector<std::string> lines = host.TakeLines();
-    const auto from = std::find(lines.begin(), lines.end(), "(Information): " + id + " loading this extension");
-    ASSERT_NE(from, lines.end());
+    const auto from = std::find(lines.begin(), lines.end(), expected.front());
     ASSERT_GE(lines.end() - from, 6);
-    EXPECT_THAT(std::vector<std::string>(from, from + 6),
-                ElementsAre("(Information): " + id + " loading this extension",
-                            "(Information): " + id + " extension loaded",
-                            "(Information): " + id + " loaded before resource loader installed",
-                            "(Information): " + id + " loaded, no ui modifications applied",
-                            "(Information): \"" + folder.ToUtf8() + "\" loaded!",
-                            "(Information): \"" + folder.ToUtf8() + "\" try load worked."));
+    EXPECT_EQ(std::vector<std::string>(from, from + 6), expected);
     // The second round finds nothing left to load and ends the pass.
-    EXPECT_EQ(lines.front(), "(Information): \"manager\" initial loading of unpacked extensions");
-    EXPECT_EQ(lines.back(), "(Information): \"manager\" finished initial loading unpacked extensions");
+    EXPECT_EQ(lines.front(), kStartLine);
+    EXPECT_EQ(lines.back(), kFinishLine);
 }
 
 TEST_F(ExtensionLoading, WithoutInstallerTheExtensionWaitsAndLoadsWhenOneRegisters) {
@@ -84,8 +84,7 @@ TEST_F(ExtensionLoading, WithoutInstallerTheExtensionWaitsAndLoadsWhenOneRegiste
 TEST_F(ExtensionLoading, EmptyPlatformFolderPassesOnce) {
     host.TakeLines();
     manager->StartLoading();
-    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"manager\" initial loading of unpacked extensions",
-                                              "(Information): \"manager\" finished initial loading unpacked extensions"));
+    EXPECT_THAT(host.TakeLines(), ElementsAre(kStartLine, kFinishLine));
 }
 
 TEST_F(ExtensionLoading, HostCallbacksGetTheFilesOfLoadedExtensions) {
@@ -152,8 +151,7 @@ TEST_F(ExtensionLoading, UnloadAllUnloadsEveryLoadedExtensionAndForgetsThem) {
     ASSERT_EQ(outcomes.size(), 2u);
     EXPECT_EQ(installer->unloads, 2);
     EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
-    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"manager\" unloading everything",
-                                              "(Information): \"manager\" finished unloading everything"));
+    EXPECT_EQ(host.TakeLines(), Info(u"manager", {"unloading everything", "finished unloading everything"}));
     EXPECT_TRUE(manager->UnloadAll().empty());
 }
 
@@ -180,7 +178,7 @@ TEST_F(ExtensionLoading, FinishLoadingReportsWhatDidNotLoad) {
     manager->StartLoading();  // no installer: the extension waits
     manager->FinishLoading();
     EXPECT_THAT(manager->Log().FailedGuids(), ElementsAre(TestGuid(1)));
-    EXPECT_THAT(host.TakeLines(), testing::Contains("(Error): " + TestGuid(1).ToString().ToUtf8() + " Extension failed to load."));
+    EXPECT_THAT(host.TakeLines(), testing::Contains(OvxTest::Line("Error", TestGuid(1), "Extension failed to load.")));
 }
 
 }  // namespace

@@ -45,19 +45,14 @@ TEST(InstallerRegistry, RefusalsAreLoggedAndRegisterNothing) {
     EXPECT_TRUE(a);
     EXPECT_EQ(FindInstaller(registry.table, u"a").installer, installer);
 
+    const std::string registering = "(Information): \"manager\" registering an extension installer";
+    const std::string aRegistered = "(Information): \"a\" registered", bRegistered = "(Information): \"b\" registered";
     EXPECT_THAT(registry.host.TakeLines(),
-                ElementsAre("(Information): \"manager\" registering an extension installer",
-                            "(Error): \"manager\" no mime types for installer?",
-                            "(Information): \"manager\" registering an extension installer",
-                            "(Information): \"a\" registered",
-                            "(Error): \"manager\" null installer?",
-                            "(Information): \"manager\" registering an extension installer",
-                            "(Information): \"b\" registered",
-                            "(Information): \"manager\" registering an extension installer",
-                            "(Information): \"a\" registered", "(Information): \"b\" registered",
-                            "(Error): \"b\" duplicate mime type handler!",
-                            "(Information): \"manager\" registering an extension installer",
-                            "(Information): \"a\" registered"));
+                ElementsAre(registering, "(Error): \"manager\" no mime types for installer?",                  //
+                            registering, aRegistered, "(Error): \"manager\" null installer?",                //
+                            registering, bRegistered,                                                        //
+                            registering, aRegistered, bRegistered, "(Error): \"b\" duplicate mime type handler!",  //
+                            registering, aRegistered));
 }
 
 TEST(InstallerRegistry, ReleasingTheLastCopyReleasesOnceAndKeepsTheTypesTaken) {

@@ -24,6 +24,8 @@
 namespace {
 
 using namespace OvxComponent;
+using OvxTest::Info;
+using OvxTest::Line;
 using OvxTest::PackageRecipe;
 using OvxTest::TestGuid;
 using OvxTest::TestHost;
@@ -66,14 +68,14 @@ TEST_F(PackageUnpacking, OpenRefusesOtherFilesUnfitPackagesAndDamage) {
     EXPECT_EQ(manager->OpenPackage(zip).ErrorText(), u"Cannot open " + zip + u" as an extension");
     EXPECT_EQ(manager->OpenPackage(unfit).ErrorText(), unfit + u" does not work on this system");
     EXPECT_EQ(manager->OpenPackage(damaged).ErrorText(), u"Cannot open " + damaged + u" as an extension");
-    EXPECT_THAT(host.TakeLines(),
-                ElementsAre("(Information): \"" + U8(zip) + "\" opening...",
-                            "(Information): \"" + U8(zip) + "\" Cannot open " + U8(zip) + " as an extension",
-                            "(Information): \"" + U8(unfit) + "\" opening...",
-                            "(Information): \"" + U8(unfit) + "\" " + U8(unfit) + " does not work on this system",
-                            "(Information): \"" + U8(damaged) + "\" opening...",
-                            "(Information): \"" + U8(damaged) + "\" Cannot open " + U8(damaged) + " as an extension",
-                            "(Information): \"" + U8(damaged) + "\" reason: the file is not a ZIP archive, or it is truncated"));
+    std::vector<std::string> expected;
+    for (const auto& [path, refusal] : {std::pair{zip, u"Cannot open " + zip + u" as an extension"},
+                                        std::pair{unfit, unfit + u" does not work on this system"},
+                                        std::pair{damaged, u"Cannot open " + damaged + u" as an extension"}}) {
+        for (const std::string& line : Info(path, {"opening...", U8(refusal)})) expected.push_back(line);
+    }
+    expected.push_back(Line("Information", damaged, "reason: the file is not a ZIP archive, or it is truncated"));
+    EXPECT_EQ(host.TakeLines(), expected);
     EXPECT_EQ(SystemIO::File::ReadAllBytes(zip), "not read");
 }
 
@@ -97,7 +99,7 @@ TEST_F(PackageUnpacking, SpecialFilesNamedLikePackagesAreRefusedWithoutBlocking)
 #endif
     for (const auto& [path, reason] : cases) {
         EXPECT_EQ(manager->OpenPackage(path).ErrorText(), u"Cannot open " + path + u" as an extension");
-        EXPECT_THAT(host.TakeLines(), testing::Contains("(Information): \"" + U8(path) + "\" reason: " + reason));
+        EXPECT_THAT(host.TakeLines(), testing::Contains(Line("Information", path, "reason: " + reason)));
     }
 #ifndef _WIN32
     ::close(listener);
@@ -156,41 +158,37 @@ TEST_F(PackageUnpacking, UnpacksIntoTheVersionedLayoutAndReplacesOlderVersions) 
     OpenedPackage package = Open(v1);
     host.TakeLines();
     ASSERT_TRUE(manager->ShouldUnpack(package, 1));
-    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"" + U8(v1) + "\" should I unpack?"));
+    EXPECT_EQ(host.TakeLines(), Info(v1, {"should I unpack?"}));
 
     auto unpacked = manager->Unpack(package, manager->GetPlatformFolder());
     ASSERT_TRUE(unpacked) << unpacked.ErrorText();
     const CString versionFolder = SystemIO::Path::Combine(manager->GetPlatformFolder(), guidText, u"1.0");
     const CString unpackedFolder = SystemIO::Path::Combine(versionFolder, u"unpacked");
     EXPECT_EQ(unpacked->path, unpackedFolder);
-    const std::string installed = U8(SystemIO::Path::Combine(versionFolder, u"installed_copy.OrvexExtension"));
-    EXPECT_THAT(host.TakeLines(),
-                ElementsAre("(Information): \"" + U8(v1) + "\" unpack work:",
-                            "(Information): " + U8(guidText) + " opening...",
-                            "(Information): " + U8(guidText) + " " + U8(guidText) + " is associated with " + U8(v1),
-                            "(Information): \"" + U8(v1) + "\" " + U8(v1) + " is associated with " + U8(guidText),
-                            "(Information): " + U8(guidText) + " cloned",
-                            "(Information): \"" + installed + "\" opening...",
-                            "(Information): " + U8(guidText) + " opening...",
-                            "(Information): " + U8(guidText) + " " + U8(guidText) + " is associated with " + U8(unpackedFolder),
-                            "(Information): \"" + U8(unpackedFolder) + "\" " + U8(unpackedFolder) + " is associated with " + U8(guidText),
-                            "(Information): \"" + U8(unpackedFolder) + "\" unpacked successfully"));
-    const std::string id = U8(guidText);
-    EXPECT_THAT(Installed(), ElementsAre(id + "/1.0/installed_copy.OrvexExtension", id + "/1.0/unpacked/META-INF/manifest.xml",
-                                         id + "/1.0/unpacked/META-INF/metadata.xml", id + "/1.0/unpacked/content/main.txt",
-                                         id + "/1.0/unpacked/extension.xml", id + "/1.0/unpacked/mimetype",
-                                         id + "/1.0/unpacked/requirements.xml"));
+    const CString installed = SystemIO::Path::Combine(versionFolder, u"installed_copy.OrvexExtension");
+    const auto id = TestGuid(1);
+    const auto info = [](const auto& subject, const std::string& text) { return Line("Information", subject, text); };
+    const CString with = u" is associated with ";
+    EXPECT_EQ(host.TakeLines(),
+              (std::vector{info(v1, "unpack work:"), info(id, "opening..."), info(id, U8(guidText + with + v1)),
+                           info(v1, U8(v1 + with + guidText)), info(id, "cloned"), info(installed, "opening..."),
+                           info(id, "opening..."), info(id, U8(guidText + with + unpackedFolder)),
+                           info(unpackedFolder, U8(unpackedFolder + with + guidText)),
+                           info(unpackedFolder, "unpacked successfully")}));
+    const std::string folder = U8(guidText) + "/1.0/";
+    EXPECT_THAT(Installed(), ElementsAre(folder + "installed_copy.OrvexExtension", folder + "unpacked/META-INF/manifest.xml",
+                                         folder + "unpacked/META-INF/metadata.xml", folder + "unpacked/content/main.txt",
+                                         folder + "unpacked/extension.xml", folder + "unpacked/mimetype",
+                                         folder + "unpacked/requirements.xml"));
 
     const CString v2 = Pack(u"ext.OrvexExtension", {TestGuid(1), {2}, OvxTest::kTestExtensionType, {{u"two.txt", "2"}}});
     OpenedPackage second = Open(v2);
     host.TakeLines();
     ASSERT_TRUE(manager->ShouldUnpack(second, 1));
-    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"" + U8(v2) + "\" should I unpack?",
-                                              "(Information): \"" + U8(v2) + "\" older version already unpacked",
-                                              "(Information): \"" + U8(v2) + "\" I should unpack!"));
+    EXPECT_EQ(host.TakeLines(), Info(v2, {"should I unpack?", "older version already unpacked", "I should unpack!"}));
     ASSERT_TRUE(manager->Unpack(second, manager->GetPlatformFolder()));
-    EXPECT_THAT(Installed(), testing::AllOf(testing::Contains(id + "/2/unpacked/content/two.txt"),
-                                            testing::Each(testing::StartsWith(id + "/2/"))));
+    EXPECT_THAT(Installed(), testing::AllOf(testing::Contains(U8(guidText) + "/2/unpacked/content/two.txt"),
+                                            testing::Each(testing::StartsWith(U8(guidText) + "/2/"))));
 }
 
 TEST_F(PackageUnpacking, DecisionComparesVersionsThenFileTimes) {
@@ -201,26 +199,21 @@ TEST_F(PackageUnpacking, DecisionComparesVersionsThenFileTimes) {
         SystemIO::File::GetLastWriteTime(InstallLayout::InstalledCopy(
             InstallLayout::VersionFolder(manager->GetPlatformFolder(), TestGuid(1), {1, 2})));
     ASSERT_TRUE(installedTime);
-    const std::string subject = "\"" + U8(path) + "\" ";
 
     // 1.2.0 equals 1.2: a package no newer than the installed copy is not unpacked again.
     const CString same = Pack(u"same.OrvexExtension", {TestGuid(1), {1, 2, 0}});
     OpenedPackage samePackage = Open(same);
     host.TakeLines();
     EXPECT_EQ(manager->ShouldUnpack(samePackage, *installedTime).ErrorText(), u"Already unpacked.");
-    EXPECT_THAT(host.TakeLines(),
-                ElementsAre("(Information): \"" + U8(same) + "\" should I unpack?",
-                            "(Information): \"" + U8(same) + "\" same version with not older timestamp there",
-                            "(Information): \"" + U8(same) + "\" Already unpacked."));
+    EXPECT_EQ(host.TakeLines(),
+              Info(same, {"should I unpack?", "same version with not older timestamp there", "Already unpacked."}));
     EXPECT_TRUE(manager->ShouldUnpack(samePackage, *installedTime + 1));
 
     const CString older = Pack(u"older.OrvexExtension", {TestGuid(1), {1, 1, 9}});
     OpenedPackage olderPackage = Open(older);
     host.TakeLines();
     EXPECT_EQ(manager->ShouldUnpack(olderPackage, *installedTime + 1).ErrorText(), u"Already unpacked.");
-    EXPECT_THAT(host.TakeLines(), ElementsAre("(Information): \"" + U8(older) + "\" should I unpack?",
-                                              "(Information): \"" + U8(older) + "\" newer version already unpacked",
-                                              "(Information): \"" + U8(older) + "\" Already unpacked."));
+    EXPECT_EQ(host.TakeLines(), Info(older, {"should I unpack?", "newer version already unpacked", "Already unpacked."}));
 }
 
 TEST_F(PackageUnpacking, NewerCopyAnywhereInTheListBlocks) {
@@ -242,7 +235,7 @@ TEST_F(PackageUnpacking, UnpackRefusesAForeignInstallFolder) {
     const CString platform = manager->GetPlatformFolder();
     CString otherCase = platform.Left(platform.GetLength() - 3) + u"X64";
     EXPECT_EQ(manager->Unpack(package, otherCase).ErrorText(), u"Bad install directory");
-    EXPECT_THAT(host.TakeLines(), testing::Contains("(Warning): " + U8(guidText) + " Bad install directory"));
+    EXPECT_THAT(host.TakeLines(), testing::Contains(Line("Warning", TestGuid(1), "Bad install directory")));
     EXPECT_THAT(Installed(), testing::IsEmpty());
 }
 

@@ -46,6 +46,14 @@ OvxUtils::Guid TestGuid(int number) {
     return OvxUtils::Guid(0x0E000000u + static_cast<std::uint32_t>(number), 0x1111, 0x2222, {1, 2, 3, 4, 5, 6, 7, 8});
 }
 
+std::string Line(std::string_view level, const CString& name, std::string_view text) {
+    return "(" + std::string(level) + "): \"" + name.ToUtf8() + "\" " + std::string(text);
+}
+
+std::string Line(std::string_view level, const OvxUtils::Guid& guid, std::string_view text) {
+    return "(" + std::string(level) + "): " + guid.ToString().ToUtf8() + " " + std::string(text);
+}
+
 void WaitForTheChangeClockToMove(const CString& path) {
     const auto before = SystemIO::File::GetIdentity(path);
     const CString probe = path + u".probe";

@@ -31,6 +31,18 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 // A fixed document ID per number, for readable tests.
 OvxUtils::Guid TestGuid(int number);
 
+// Log lines as TestHost::TakeLines gives them, in UTF-8: "(Information): \"name\" text"
+// for a name subject, "(Information): {GUID} text" for a GUID subject.
+std::string Line(std::string_view level, const CString& name, std::string_view text);
+std::string Line(std::string_view level, const OvxUtils::Guid& guid, std::string_view text);
+// The Information lines of one subject, in order.
+template <class Subject>
+std::vector<std::string> Info(const Subject& subject, std::initializer_list<std::string_view> texts) {
+    std::vector<std::string> lines;
+    for (const std::string_view text : texts) lines.push_back(Line("Information", subject, text));
+    return lines;
+}
+
 // Returns once a write made now gives a file a later change time than path has, so that
 // a rewrite of path cannot keep its change time.
 void WaitForTheChangeClockToMove(const CString& path);
