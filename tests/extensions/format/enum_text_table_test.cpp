@@ -1,14 +1,11 @@
 // The text forms of the package format's enumerations, which packages store.
 #include "OvxComponent/extensions/format/extension_app_support.h"
-#include "OvxComponent/extensions/format/extension_entry_point_type.h"
 #include "OvxComponent/extensions/format/runtime_bits.h"
 #include "extensions/format/extension_requirement_type.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -37,13 +34,7 @@ TEST(EnumTextTable, TextsAreExactAndUnknownValuesPrintTheFirstRow) {
          {ExtensionAppSupport::Cinder, u"Cinder"}, {ExtensionAppSupport::Delta, u"Delta"}},
         {u"atlas", u" Atlas", u"Atlas,Delta", u"", u"0"});
     ExpectTable<runtime_bits>(&OvxUtils::RuntimeBitsFromString,
-                              {{runtime_bits::x32, u"x32"}, {runtime_bits::x64, u"x64"}}, {u"X64", u"x86", u"x64 "});
-    ExpectTable<ExtensionEntryPointType>(
-        &ExtensionEntryPointTypeFromString,
-        {{ExtensionEntryPointType::Control, u"control"}, {ExtensionEntryPointType::Tool, u"tool"},
-         {ExtensionEntryPointType::Docker, u"docker"}, {ExtensionEntryPointType::Toolbar, u"toolbar"},
-         {ExtensionEntryPointType::Menu, u"menu"}},
-        {u"Control", u"tools"});
+                              {{runtime_bits::x32, u"x32"}, {runtime_bits::x64, u"x64"}}, {u"X64", u"x86"});
     ExpectTable<ExtensionRequirementType>(
         &ExtensionRequirementTypeFromString,
         {{ExtensionRequirementType::PlatformBits, u"platform_bits"},
