@@ -13,7 +13,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,64 +37,42 @@ Lookup IdsOf(Dispatcher& dispatcher, std::vector<std::wstring> names) {
     return lookup;
 }
 
-// A CTypeInfo over an injecting wrapper of the real type info of iid.
-class NameCacheTest : public ::testing::Test {
-protected:
-    void Wrap(const GUID& iid) {
-        CComPtr<ITypeInfo> real;
-        ASSERT_EQ(m_lib->GetTypeInfoOfGuid(iid, real.put()), S_OK);
-        m_wrapper.emplace(real);
-        m_info = new CTypeInfo(iid, &*m_wrapper, nullptr);
-        m_info->AddRef();
-    }
-    void TearDown() override {
-        if (m_info) m_info->Release();
-        if (m_wrapper) {
-            EXPECT_EQ(m_wrapper->References(), 0u);
-        }
-    }
-
-    CComPtr<ITypeLib> m_lib = LoadTestTypeLib(1);
-    std::optional<InjectingTypeInfo> m_wrapper;
-    CTypeInfo* m_info = nullptr;
-};
-
-TEST_F(NameCacheTest, SingleNamesAreAnsweredFromTheCacheInAnyCase) {
-    Wrap(IID_IGadget);
+// Each name is looked up twice in a CTypeInfo over a wrapper of the real type info that
+// counts the calls reaching ITypeInfo::GetIDsOfNames: the cache answers single names of
+// functions; named arguments, misses and names only a variable bears go to the type info
+// every time.
+TEST(NameCache, AnswersSingleFunctionNamesAndLeavesTheRestToTheTypeInfo) {
     struct Case {
-        const wchar_t* name;
-        DISPID id;
+        const GUID* iid;
+        std::vector<std::wstring> names;
+        HRESULT result;
+        std::vector<DISPID> ids;
+        int typeInfoCallsEach;
+    } cases[] = {
+        {&IID_IGadget, {L"TITLE"}, S_OK, {1}, 0},  // the get and put functions, one entry
+        {&IID_IGadget, {L"sCaLe"}, S_OK, {2}, 0},
+        {&IID_IGadget, {L"scale", L"FACTOR"}, S_OK, {2, 1}, 1},
+        {&IID_IGadget, {L"Nothing"}, DISP_E_UNKNOWNNAME, {DISPID_UNKNOWN}, 1},
+        {&DIID_DGadgetState, {L"refresh"}, S_OK, {11}, 0},
+        {&DIID_DGadgetState, {L"LEVEL"}, S_OK, {10}, 1},
     };
-    const Case cases[] = {{L"Title", 1}, {L"TITLE", 1}, {L"sCaLe", 2}};
+    CComPtr<ITypeLib> lib = LoadTestTypeLib(1);
     for (const Case& c : cases) {
-        const Lookup lookup = IdsOf(*m_info, {c.name});
-        EXPECT_EQ(lookup.result, S_OK) << c.name;
-        EXPECT_EQ(lookup.ids[0], c.id) << c.name;
+        CComPtr<ITypeInfo> real;
+        ASSERT_EQ(lib->GetTypeInfoOfGuid(*c.iid, real.put()), S_OK);
+        InjectingTypeInfo wrapper(real);
+        CTypeInfo* info = new CTypeInfo(*c.iid, &wrapper, nullptr);
+        info->AddRef();
+        for (int round = 0; round < 2; ++round) {
+            const Lookup lookup = IdsOf(*info, c.names);
+            EXPECT_EQ(lookup.result, c.result) << c.names[0];
+            EXPECT_EQ(lookup.ids, c.ids) << c.names[0];
+        }
+        EXPECT_EQ(wrapper.m_getIDsOfNamesCalls, 2 * c.typeInfoCallsEach) << c.names[0];
+        EXPECT_EQ(info->GetIDsOfNames(nullptr, 1, 0, nullptr), E_POINTER);
+        info->Release();
+        EXPECT_EQ(wrapper.References(), 0u);
     }
-    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 0);
-}
-
-TEST_F(NameCacheTest, NamedArgumentsAndMissesGoToTheTypeInfoEveryTime) {
-    Wrap(IID_IGadget);
-    const Lookup named = IdsOf(*m_info, {L"scale", L"FACTOR"});
-    EXPECT_EQ(named.result, S_OK);
-    EXPECT_EQ(named.ids, (std::vector<DISPID>{2, 1}));
-    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 1);
-
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(IdsOf(*m_info, {L"Nothing"}).result, DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 3);
-    EXPECT_EQ(m_info->GetIDsOfNames(nullptr, 1, 0, nullptr), E_POINTER);
-}
-
-TEST_F(NameCacheTest, NamesOnlyAVariableBearsAreResolvedByTheTypeInfo) {
-    Wrap(DIID_DGadgetState);
-    const Lookup method = IdsOf(*m_info, {L"refresh"});
-    EXPECT_EQ(method.ids[0], 11);
-    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 0);
-    const Lookup variable = IdsOf(*m_info, {L"LEVEL"});
-    EXPECT_EQ(variable.result, S_OK);
-    EXPECT_EQ(variable.ids[0], 10);
-    EXPECT_EQ(m_wrapper->m_getIDsOfNamesCalls, 1);
 }
 
 TEST(CTypeInfoWithoutTypeInfo, CannotInvokeOrLookUpBeyondTheCache) {

@@ -9,8 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -22,30 +20,12 @@ using namespace OvxTest;
 constexpr int kThreads = 4;
 constexpr int kRounds = 300;
 
-// Holds threads until all have arrived. (std::barrier of this MinGW runtime can miss a
-// wake-up: its atomic wait has no operating-system wait to sit on.)
-class Rendezvous {
-public:
-    explicit Rendezvous(int threads) : m_threads(threads) {}
-    void ArriveAndWait() {
-        std::unique_lock lock(m_mutex);
-        const long generation = m_generation;
-        if (++m_arrived == m_threads) {
-            m_arrived = 0;
-            ++m_generation;
-            m_allArrived.notify_all();
-            return;
-        }
-        m_allArrived.wait(lock, [&] { return m_generation != generation; });
-    }
-
-private:
-    const int m_threads;
-    int m_arrived = 0;
-    long m_generation = 0;
-    std::mutex m_mutex;
-    std::condition_variable m_allArrived;
-};
+// Holds each thread at its nth arrival until every thread has arrived n times: one
+// counter that only grows serves every meeting of every round.
+void Meet(std::atomic<int>& arrivals, int n) {
+    ++arrivals;
+    while (arrivals.load() < kThreads * n) std::this_thread::yield();
+}
 
 // The ITypeLib's own count, read by a reference taken and given back.
 ULONG ComReferences(ITypeLib* typeLib) {
@@ -64,7 +44,7 @@ TEST(TypeLibThreads, WrappersComeAndGoUnderContentionWithOneTypeInfoPerGuid) {
     // while threads that are late still release those of the round before.
     std::vector<CTypeInfo*> seen(kThreads * 3);
     std::atomic<int> failures{0};
-    Rendezvous holding(kThreads);
+    std::atomic<int> arrivals{0};
     auto worker = [&](int thread) {
         for (int round = 0; round < kRounds; ++round) {
             CTypeLib* lib = TypeLibMap().GetMapEntry(real.get());
@@ -75,11 +55,11 @@ TEST(TypeLibThreads, WrappersComeAndGoUnderContentionWithOneTypeInfoPerGuid) {
             }
             if (!lib->FindTypeInfoByName(round % 2 ? L"igadget" : L"IGADGET", TKIND_DISPATCH)) ++failures;
             lib->Release();
-            holding.ArriveAndWait();  // every thread holds its type infos now
+            Meet(arrivals, 2 * round + 1);  // every thread holds its type infos now
             for (int g = 0; g < 3; ++g) {
                 if (seen[g] != seen[thread * 3 + g]) ++failures;  // two wrappers of one GUID
             }
-            holding.ArriveAndWait();
+            Meet(arrivals, 2 * round + 2);
             for (CTypeInfo* info : infos) info->Release();
         }
     };

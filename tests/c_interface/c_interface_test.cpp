@@ -49,7 +49,6 @@ TEST(CInterface, RefusesWhatIsMissingAndNamesIt) {
     } cases[] = {
         {"create without config", [&] { return ovx_manager_create(nullptr, &manager); }, "config"},
         {"create without dispatch", [&] { return ovx_manager_create(&noDispatch, &manager); }, "config->dispatch"},
-        {"is_loaded of no manager", [&] { return ovx_manager_is_loaded(nullptr, "{}", &loaded); }, "manager"},
         {"register without callbacks",
          [&] {
              ovx_installer* installer = nullptr;
