@@ -41,7 +41,6 @@ TEST(CInterface, RefusesWhatIsMissingAndNamesIt) {
     ovx_manager_config noDispatch = ConfigFor(host, "/nowhere", source);
     noDispatch.dispatch = nullptr;
     ovx_manager* manager = nullptr;
-    int loaded = 0;
     const struct {
         const char* call;
         std::function<ovx_status()> run;
