@@ -116,10 +116,7 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
     const auto file = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(platform + "/orvex_extensions.log"));
     ASSERT_TRUE(file);
     EXPECT_EQ(file->substr(0, 2), "\xFF\xFE");
-    EXPECT_EQ(CString(std::u16string_view(reinterpret_cast<const char16_t*>(file->data() + 2), (file->size() - 2) / 2))
-                  .ToUtf8()
-                  .find(host.lines.front()),
-              0u);
+    EXPECT_EQ(Utf16ToUtf8(file->substr(2)).find(host.lines.front()), 0u);
 }
 
 }  // namespace

@@ -15,17 +15,6 @@ namespace {
 using namespace VdcContainer;
 namespace SystemIO = OvxUtils::SystemIO;
 
-std::vector<std::string> Tree(const CString& root) {
-    std::vector<std::string> paths;
-    SystemIO::Folder::Visit(root, true, [&](const CString& path, bool isFolder) {
-        std::string relative = path.Mid(root.GetLength() + 1).ToUtf8();
-        for (char& c : relative) c = c == '\\' ? '/' : c;
-        paths.push_back(relative + (isFolder ? "/" : ""));
-        return true;
-    });
-    return paths;
-}
-
 class ExtractFolderTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -47,7 +36,7 @@ protected:
 
 TEST_F(ExtractFolderTest, WholeContainerIntoNewNestedFolder) {
     ASSERT_TRUE(ExtractFolder(container, u"", temp / u"x/y/unpacked"));
-    EXPECT_EQ(Tree(temp / u"x"),
+    EXPECT_EQ(OvxTest::TreeOf(temp / u"x"),
               (std::vector<std::string>{"y/", "y/unpacked/", "y/unpacked/content/", "y/unpacked/content/a.txt",
                                         "y/unpacked/content/empty/", "y/unpacked/content/sub/",
                                         "y/unpacked/content/sub/b.txt", "y/unpacked/main.xml", "y/unpacked/mimetype"}));
@@ -60,7 +49,7 @@ TEST_F(ExtractFolderTest, WholeContainerIntoNewNestedFolder) {
 TEST_F(ExtractFolderTest, OneFolderMergesIntoExistingTarget) {
     temp.WriteFile(u"out/sub/old.txt", "old");
     ASSERT_TRUE(ExtractFolder(container, u"content", temp / u"out"));
-    EXPECT_EQ(Tree(temp / u"out"),
+    EXPECT_EQ(OvxTest::TreeOf(temp / u"out"),
               (std::vector<std::string>{"a.txt", "empty/", "sub/", "sub/b.txt", "sub/old.txt"}));
 }
 
@@ -69,7 +58,7 @@ TEST_F(ExtractFolderTest, EntryInTheWayLeavesTargetAsItWas) {
     temp.WriteFile(u"out/sub/b.txt", "mine");
     const auto result = ExtractFolder(container, u"content/", temp / u"out");
     EXPECT_EQ(result.ErrorText(), temp / u"out/sub/b.txt" + u" exists already");
-    EXPECT_EQ(Tree(temp.Path()), (std::vector<std::string>{"out/", "out/keep.txt", "out/sub/", "out/sub/b.txt", "p.pkg"}));
+    EXPECT_EQ(OvxTest::TreeOf(temp.Path()), (std::vector<std::string>{"out/", "out/keep.txt", "out/sub/", "out/sub/b.txt", "p.pkg"}));
     EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / u"out/sub/b.txt"), "mine");
 }
 
@@ -83,7 +72,7 @@ TEST_F(ExtractFolderTest, RefusesWhatItCannotExtract) {
     ASSERT_TRUE(fresh);
     EXPECT_EQ(ExtractFolder(*fresh, u"", temp / u"out").ErrorText(), CString(u"the package has not been saved yet"));
     fresh->Discard();
-    EXPECT_EQ(Tree(temp.Path()), (std::vector<std::string>{"file", "p.pkg"}));
+    EXPECT_EQ(OvxTest::TreeOf(temp.Path()), (std::vector<std::string>{"file", "p.pkg"}));
 }
 
 }  // namespace

@@ -171,18 +171,6 @@ const std::vector<HostileCase> kCases = {
      u"entry \"content/a.txt\" is damaged: its size differs from what its header says", Stage::Extract},
 };
 
-// Every file and folder below root, relative, '/' between segments.
-std::vector<std::string> Tree(const CString& root) {
-    std::vector<std::string> paths;
-    SystemIO::Folder::Visit(root, true, [&](const CString& path, bool) {
-        std::string relative = path.Mid(root.GetLength() + 1).ToUtf8();
-        for (char& c : relative) c = c == '\\' ? '/' : c;
-        paths.push_back(relative);
-        return true;
-    });
-    return paths;
-}
-
 class HostileArchiveTest : public testing::TestWithParam<HostileCase> {};
 
 void ExpectRefusedAndNothingWritten(const HostileCase& hostile, const ContainerLimits& limits) {
@@ -201,7 +189,7 @@ void ExpectRefusedAndNothingWritten(const HostileCase& hostile, const ContainerL
         const auto intoNew = ExtractFolder(*container, u"", temp / u"new/folder");
         EXPECT_EQ(intoNew.ErrorText(), CString(hostile.error));
     }
-    EXPECT_EQ(Tree(temp.Path()), (std::vector<std::string>{"package.zip", "target", "target/keep.txt"}));
+    EXPECT_EQ(OvxTest::TreeOf(temp.Path()), (std::vector<std::string>{"package.zip", "target/", "target/keep.txt"}));
     EXPECT_EQ(SystemIO::File::ReadAllBytes(temp / u"target/keep.txt"), "as it was");
 }
 

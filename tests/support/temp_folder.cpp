@@ -63,6 +63,17 @@ CString TempFolder::WriteFile(const CString& relative, std::string_view bytes) c
     return path;
 }
 
+std::vector<std::string> TreeOf(const CString& root) {
+    std::vector<std::string> paths;
+    SystemIO::Folder::Visit(root, true, [&](const CString& path, bool isFolder) {
+        std::string relative = path.Mid(root.GetLength() + 1).ToUtf8();
+        for (char& c : relative) c = c == '\\' ? '/' : c;
+        paths.push_back(relative + (isFolder ? "/" : ""));
+        return true;
+    });
+    return paths;
+}
+
 std::filesystem::path FsPath(const CString& path) {
 #if defined(_WIN32)
     return std::filesystem::path(std::wstring(path.View()));

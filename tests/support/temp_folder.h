@@ -4,7 +4,9 @@
 #include "OvxComponent/platform/cstring.h"
 
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace OvxTest {
 
@@ -24,6 +26,10 @@ public:
 private:
     CString m_path;
 };
+
+// Every file and folder below root, depth first in ordinal order, relative to root, with
+// '/' between segments and after the name of a folder.
+std::vector<std::string> TreeOf(const CString& root);
 
 // The path as the standard library's file system functions take it.
 std::filesystem::path FsPath(const CString& path);

@@ -87,12 +87,10 @@ void ExpectRepaired(TestHost& host, int crashAt) {
     }
     Session session(host);
     std::vector<std::string> present;
-    const CString platform = session.manager->GetPlatformFolder();
-    SystemIO::Folder::Visit(platform, true, [&](const CString& path, bool isFolder) {
+    for (std::string& path : OvxTest::TreeOf(session.manager->GetPlatformFolder())) {
         // The install lock stays once made, whoever held it.
-        if (!isFolder && !path.EndsWith(u".lock")) present.push_back(path.Mid(platform.GetLength() + 1).ToUtf8());
-        return true;
-    });
+        if (!path.ends_with('/') && !path.ends_with(".lock")) present.push_back(std::move(path));
+    }
     std::vector<testing::Matcher<std::string>> wanted{testing::MatchesRegex("orvex_extensions\\.[0-9A-F]{8}\\.session")};
     for (const auto& [id, version] : expected) {
         EXPECT_TRUE(session.manager->FindExtension(id)) << "after a crash at change " << crashAt;

@@ -1,5 +1,6 @@
 // The extension log: its lines, its file, its history and its failed sets.
 #include "extensions/manager/extension_log.h"
+#include "test_host.h"
 
 #include "platform/stream/memory_stream.h"
 #include "platform/system_io/file.h"
@@ -13,17 +14,10 @@
 namespace {
 
 using namespace OvxComponent;
+using OvxTest::Utf16ToUtf8;
 using testing::ElementsAre;
 
 const OvxUtils::Guid kGuid(0x6B2D6A10, 0x1C1E, 0x4E0B, {0x9D, 0x1F, 0x0A, 0x1B, 0x2C, 0x3D, 0x4E, 0x5F});
-
-std::string Utf16ToUtf8(std::string_view bytes) {
-    std::u16string units;
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
-        units += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
-    }
-    return CString(units).ToUtf8();
-}
 
 TEST(ExtensionLog, WritesOneLinePerEntryInTheGivenFormat) {
     auto stream = std::make_shared<OvxUtils::MemoryStream>();

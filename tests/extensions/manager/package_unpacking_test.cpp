@@ -42,16 +42,12 @@ protected:
         EXPECT_TRUE(opened) << opened.ErrorText();
         return opened ? *opened : OpenedPackage{};
     }
-    // The files below the platform folder, relative, with '/' separators.
+    // The files below the platform folder but the log, relative, with '/' separators.
     std::vector<std::string> Installed() const {
         std::vector<std::string> files;
-        const std::string platform = U8(manager->GetPlatformFolder());
-        for (const CString& file : SystemIO::Folder::GetFiles(manager->GetPlatformFolder(), true)) {
-            std::string relative = U8(file).substr(platform.size() + 1);
-            std::replace(relative.begin(), relative.end(), '\\', '/');
-            if (relative != "orvex_extensions.log") files.push_back(relative);
+        for (std::string& path : OvxTest::TreeOf(manager->GetPlatformFolder())) {
+            if (!path.ends_with('/') && path != "orvex_extensions.log") files.push_back(std::move(path));
         }
-        std::sort(files.begin(), files.end());
         return files;
     }
 

@@ -82,18 +82,22 @@ std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std
     return ExtensionManagerImpl::Make(root, sources, dispatch, features, apps, addonNames, std::move(output));
 }
 
-std::vector<std::string> TestHost::TakeLines() {
-    const std::string& bytes = stream->Bytes();
-    std::u16string text;
-    for (std::size_t i = m_taken; i + 1 < bytes.size(); i += 2) {
-        text += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
+std::string Utf16ToUtf8(std::string_view bytes) {
+    std::u16string units;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        units += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) | static_cast<unsigned char>(bytes[i + 1]) << 8);
     }
-    m_taken = bytes.size();
+    return CString(units).ToUtf8();
+}
+
+std::vector<std::string> TestHost::TakeLines() {
+    const std::string text = Utf16ToUtf8(std::string_view(stream->Bytes()).substr(m_taken));
+    m_taken = stream->Bytes().size();
     std::vector<std::string> lines;
-    for (std::size_t start = 0, end; (end = text.find(u"\r\n", start)) != std::u16string::npos; start = end + 2) {
-        const std::u16string line = text.substr(start, end - start);
-        const std::size_t stamp = line.find(u"] ");
-        lines.push_back(CString(std::u16string_view(line).substr(stamp == std::u16string::npos ? 0 : stamp + 2)).ToUtf8());
+    for (std::size_t start = 0, end; (end = text.find("\r\n", start)) != std::string::npos; start = end + 2) {
+        const std::string_view line = std::string_view(text).substr(start, end - start);
+        const std::size_t stamp = line.find("] ");
+        lines.emplace_back(line.substr(stamp == std::string_view::npos ? 0 : stamp + 2));
     }
     return lines;
 }

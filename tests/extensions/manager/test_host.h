@@ -31,6 +31,9 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 // A fixed document ID per number, for readable tests.
 OvxUtils::Guid TestGuid(int number);
 
+// UTF-16LE bytes, as the log writes them, in UTF-8.
+std::string Utf16ToUtf8(std::string_view bytes);
+
 // Log lines as TestHost::TakeLines gives them, in UTF-8: "(Information): \"name\" text"
 // for a name subject, "(Information): {GUID} text" for a GUID subject.
 std::string Line(std::string_view level, const CString& name, std::string_view text);
