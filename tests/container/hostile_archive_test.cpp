@@ -36,6 +36,13 @@ void PrintTo(const HostileCase& hostile, std::ostream* out) { *out << hostile.la
 
 std::string Named(const char* name) { return ZipBuilder::Package().Add(name, "payload").Build(); }
 
+// A package whose one entry, content/a.txt, has a header field set to value.
+std::string Patched(OvxTest::HeaderField field, std::uint32_t value) {
+    std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
+    OvxTest::Patch(zip, "content/a.txt", field, value);
+    return zip;
+}
+
 // Text that deflates to about half its size, generated so that no two runs differ.
 std::string Noise(std::size_t size) {
     std::string text(size, ' ');
@@ -108,12 +115,7 @@ const std::vector<HostileCase> kCases = {
          return zip;
      },
      u"the archive holds more than the cap of 20000 entries"},
-    {"CompressedSizeBeyondFile",
-     [] {
-         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::Patch(zip, "content/a.txt", OvxTest::kCompressedSize, 0x7FFFFFFF);
-         return zip;
-     },
+    {"CompressedSizeBeyondFile", [] { return Patched(OvxTest::kCompressedSize, 0x7FFFFFFF); },
      u"the archive is damaged: entry \"content/a.txt\" has data that runs into the directory"},
     {"OverlappingEntries",
      [] {
@@ -124,13 +126,7 @@ const std::vector<HostileCase> kCases = {
          return zip;
      },
      u"the archive is damaged: entries \"content/0\" and \"content/1\" share data"},
-    {"Encrypted",
-     [] {
-         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::Patch(zip, "content/a.txt", OvxTest::kFlags, 1);
-         return zip;
-     },
-     u"entry \"content/a.txt\" is encrypted"},
+    {"Encrypted", [] { return Patched(OvxTest::kFlags, 1); }, u"entry \"content/a.txt\" is encrypted"},
     {"Truncated", [] { std::string zip = Named("content/a.txt"); return zip.substr(0, zip.size() / 2); },
      u"the file is not a ZIP archive, or it is truncated"},
     {"NotZip", [] { return std::string("just some text, not an archive"); },
@@ -155,19 +151,9 @@ const std::vector<HostileCase> kCases = {
     {"ClaimedSizeOverCap", [] { return ZipBuilder::Package().Add("content/a.bin", Noise(2 << 20)).Build(); },
      u"the package claims more than the cap of 1048576 bytes", Stage::Extract,
      Limits([](ContainerLimits& l) { l.maxTotalSize = 1 << 20; })},
-    {"CrcMismatch",
-     [] {
-         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::Patch(zip, "content/a.txt", OvxTest::kCrc, 0x12345678);
-         return zip;
-     },
+    {"CrcMismatch", [] { return Patched(OvxTest::kCrc, 0x12345678); },
      u"entry \"content/a.txt\" is damaged: its CRC does not match its data", Stage::Extract},
-    {"SizeLargerThanData",
-     [] {
-         std::string zip = ZipBuilder::Package().Add("content/a.txt", "hello, world").Build();
-         OvxTest::Patch(zip, "content/a.txt", OvxTest::kUncompressedSize, 20);
-         return zip;
-     },
+    {"SizeLargerThanData", [] { return Patched(OvxTest::kUncompressedSize, 20); },
      u"entry \"content/a.txt\" is damaged: its size differs from what its header says", Stage::Extract},
 };
 

@@ -34,16 +34,6 @@ TEST(MetadataContainerTest, EveryKindRoundTrips) {
     EXPECT_EQ(reread->ToXml(), metadata.ToXml());
 }
 
-TEST(MetadataContainerTest, KindsAreKeptApart) {
-    Metadata::Container metadata;
-    EXPECT_FALSE(metadata.SetMetadata(Keys::Notes, OvxUtils::Any(42)));
-    EXPECT_FALSE(metadata.HasMetadata(Keys::Notes));
-    ASSERT_TRUE(metadata.SetMetadata(Keys::DocumentID, OvxUtils::Any(kFirst)));
-    EXPECT_EQ(metadata.GetStringMetadata(Keys::DocumentID), std::nullopt);
-    // A key matches by URI and name, whatever its prefix.
-    EXPECT_TRUE(metadata.HasMetadata({{"other", Keys::DocumentID.ns.uri}, "document-id"}));
-}
-
 TEST(MetadataContainerTest, ReadingRefusesBadValuesAndSkipsUnknownKinds) {
     const std::string head = R"(<metadata xmlns="urn:orvex:namespaces:zcf:xmlns:container" xmlns:m="urn:orvex:namespaces:zcf:xmlns:metadata">)";
     auto skipped = Metadata::Container::FromXml(head + R"(<m:title kind="picture">x</m:title></metadata>)", 4096);

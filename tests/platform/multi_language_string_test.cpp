@@ -35,18 +35,4 @@ TEST(MultiLanguageString, ForeignTextIsReadLeniently) {
     EXPECT_EQ(MultiLanguageString::FromString(u"a|de=x|y"), Make(u"a", {{u"de", u"x|y"}}));
 }
 
-TEST(MultiLanguageString, JoinAndSplitKeywords) {
-    const std::vector<MultiLanguageString> keywords = {Make(u"red", {{u"de", u"rot"}}), Make(u"blue"),
-                                                       Make(u"green", {{u"de", u"grün"}})};
-    const MultiLanguageString joined = join(keywords, u",");
-    EXPECT_EQ(joined, Make(u"red,blue,green", {{u"de", u"rot,blue,grün"}}));
-
-    const std::vector<MultiLanguageString> back = split(joined, u",");
-    ASSERT_EQ(back.size(), 3u);
-    EXPECT_EQ(back[0], Make(u"red", {{u"de", u"rot"}}));
-    EXPECT_EQ(back[1], Make(u"blue", {{u"de", u"blue"}}));  // the default stood in for it
-    EXPECT_TRUE(split(MultiLanguageString(), u",").empty());
-    EXPECT_EQ(join({}, u","), MultiLanguageString());
-}
-
 }  // namespace
