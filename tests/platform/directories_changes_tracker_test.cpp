@@ -102,35 +102,6 @@ Handle TrackAndHold(const TempFolder& folder, unsigned long filter, const Calls&
     return handle;
 }
 
-// A tracking whose callback releases its own handle, as a manager does whose last
-// reference goes on the tracker's thread; calls after the first are counted too.
-struct SelfReleasing {
-    std::mutex mutex;
-    Handle handle;
-    int calls = 0;
-
-    int Calls() {
-        std::lock_guard<std::mutex> lock(mutex);
-        return calls;
-    }
-};
-
-std::shared_ptr<SelfReleasing> TrackSelfReleasing(const CString& folder) {
-    auto self = std::make_shared<SelfReleasing>();
-    std::lock_guard<std::mutex> lock(self->mutex);
-    self->handle = Track(folder, kManagerFilter, [self] {
-        Handle mine;
-        {
-            std::lock_guard<std::mutex> guard(self->mutex);
-            ++self->calls;
-            mine = std::move(self->handle);
-        }
-        mine.reset();
-    });
-    EXPECT_TRUE(self->handle);
-    return self;
-}
-
 TEST(DirectoriesChangesTracker, ReportsEachKindOfChangeInItsFilter) {
     struct Case {
         const char* name;
@@ -264,16 +235,28 @@ TEST(DirectoriesChangesTracker, ReleaseWaitsForTheCallInProgress) {
     WaitUntil([&] { return finished.load(); });
 }
 
+// As a manager does whose last reference goes on the tracker's thread.
 TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
     TempFolder temp;
     // While another tracking goes on, which then shows that later changes are reported.
     Calls probe;
-    Handle probeHandle = Track(temp.Path(), kManagerFilter, probe.Callback());
-    auto self = TrackSelfReleasing(temp.Path());
+    const Handle probeHandle = Track(temp.Path(), kManagerFilter, probe.Callback());
+    std::mutex mutex;
+    std::atomic<int> selfCalls{0};
+    Handle self;  // released first, before what its callback touches
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        self = Track(temp.Path(), kManagerFilter, [&] {
+            ++selfCalls;
+            Handle mine;
+            std::lock_guard<std::mutex> guard(mutex);
+            mine = std::move(self);
+        });
+    }
     ExpectCallFor(probe, "first change", [&] { temp.WriteFile(u"a.txt", "x"); });
-    EXPECT_TRUE(WaitUntil([&] { return self->Calls() == 1; }));
+    EXPECT_TRUE(WaitUntil([&] { return selfCalls == 1; }));
     ExpectCallFor(probe, "second change", [&] { temp.WriteFile(u"b.txt", "x"); });
-    EXPECT_EQ(self->Calls(), 1);
+    EXPECT_EQ(selfCalls, 1);
 }
 
 TEST(DirectoriesChangesTracker, ReportsWhatANewFolderHeldBeforeItWasWatched) {
