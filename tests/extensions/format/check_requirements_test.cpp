@@ -50,17 +50,10 @@ TEST(CheckRequirements, NothingListedNeverFits) {
     Host host;
     EXPECT_FALSE(host.Check(ExtensionContainerInfo().GetRequirements()));
     EXPECT_TRUE(host.Check(Fitting().GetRequirements()));
-
-    struct Case {
-        const char16_t* apps;
-        const char16_t* platforms;
-        bool fits;
-    } cases[] = {{u"Atlas", u"", false}, {u"", u"x64", false}, {u"Atlas", u"x32,x64", true}};
-    for (const Case& c : cases) {
+    for (const bool withApps : {false, true}) {
         ExtensionContainerInfo info;
-        info.SetApplist(c.apps);
-        info.SetPlatformSupport(CString(c.platforms));
-        EXPECT_EQ(host.Check(info.GetRequirements()), c.fits) << CString(c.apps) << " " << CString(c.platforms);
+        withApps ? info.SetApplist(u"Atlas") : info.SetPlatformSupport(u"x32,x64");
+        EXPECT_FALSE(host.Check(info.GetRequirements())) << withApps;
     }
 }
 
@@ -85,7 +78,6 @@ TEST(CheckRequirements, RangesIncludeTheirMinimumAndExcludeTheirMaximum) {
         {true, u"18.0.0.448", u"*", true},
         {true, u"18", u"18.0.0.448", false},
         {true, u"18.0.0.449", u"*", false},
-        {true, u"*", u"18.0.0.448.0", false},
         {true, u"-1", u"*", true},  // components compare as signed numbers
         {false, u"1.0", u"*", true},
         {false, u"100000.0", u"*", false},
