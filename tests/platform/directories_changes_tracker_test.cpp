@@ -259,21 +259,6 @@ TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
     EXPECT_EQ(selfCalls, 1);
 }
 
-TEST(DirectoriesChangesTracker, ReportsWhatANewFolderHeldBeforeItWasWatched) {
-    if (RunsUnderWine())
-        GTEST_SKIP() << "Wine's server adds a new subfolder to its watch only when it handles the "
-                        "folder's creation, and never reports files made in it before then";
-    TempFolder temp;
-    Calls calls;
-    std::promise<void> gate;
-    const Handle handle = TrackAndHold(temp, Tracker::kFileName, calls, gate);
-    // Only the file's name is a change of a kind in the filter.
-    temp.WriteFile(u"new/inner/file.txt", "x");
-    const int held = calls.Count();
-    gate.set_value();
-    EXPECT_TRUE(calls.WaitBeyond(held));
-}
-
 TEST(DirectoriesChangesTracker, KeepsReportingAfterItsQueueOverflows) {
     TempFolder temp;
     Calls calls;
