@@ -216,16 +216,4 @@ TEST(ZipContainerTest, OpenRefusesWhatIsNoPackage) {
               CString(u"the file is larger than the cap of 100 bytes"));
 }
 
-TEST(ZipContainerTest, ReadOnlyPackageRefusesChanges) {
-    Source source;
-    const CString path = source.temp / u"widget.pkg";
-    ASSERT_TRUE(Pack(path, source.files, source.base));
-    const auto before = File::ReadAllBytes(path);
-    auto container = ZipContainer::Open(path, ZipFile::OpenMode::ReadOnly);
-    ASSERT_TRUE(container);
-    EXPECT_EQ(container->SetMimeType(u"text/plain").ErrorText(), CString(u"the container is open for reading only"));
-    EXPECT_TRUE(container->Close());
-    EXPECT_EQ(File::ReadAllBytes(path), before);
-}
-
 }  // namespace

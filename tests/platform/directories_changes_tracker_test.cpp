@@ -167,26 +167,6 @@ TEST(DirectoriesChangesTracker, RefusesWhatItCannotTrack) {
     EXPECT_TRUE(Tracker::GetActiveTrackings().empty());
 }
 
-TEST(DirectoriesChangesTracker, KeepsTrackingsApartAndListsThemUntilReleased) {
-    TempFolder first, second;
-    Calls firstCalls, secondCalls;
-    Handle firstHandle = Track(first.Path(), kManagerFilter, firstCalls.Callback(), "first owner");
-    const Handle secondHandle = Track(second.Path(), kManagerFilter, secondCalls.Callback(), "second owner");
-    ASSERT_TRUE(firstHandle && secondHandle);
-    EXPECT_EQ(Tracker::GetActiveTrackings().size(), 2u);
-
-    ExpectCallFor(firstCalls, "first folder", [&] { first.WriteFile(u"a.txt", "x"); });
-    firstCalls.Quiet();
-    EXPECT_EQ(secondCalls.Count(), 0);
-
-    firstHandle.reset();
-    const auto active = Tracker::GetActiveTrackings();
-    ASSERT_EQ(active.size(), 1u);
-    EXPECT_EQ(active[0].owner, u"second owner");
-    ExpectCallFor(secondCalls, "second folder after the first was released",
-                  [&] { second.WriteFile(u"c.txt", "x"); });
-}
-
 TEST(DirectoriesChangesTracker, CallsNothingOnceReleasedWhileChangesGoOn) {
     TempFolder temp;
     Calls released, probe;
