@@ -4,7 +4,6 @@
 
 #include "OvxComponent/container/zip_container.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
-#include "platform/component_version.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "support/temp_folder.h"
@@ -194,7 +193,6 @@ TEST_F(OvxextTest, PackTakesExactlyTheAuthorsFilesAndKeepsTheProjectID) {
 }
 
 TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
-    const std::string suite = Utf8(OvxComponent::GetComponentVersion().ToString());
     const std::string ok = Pack(u"ok", {"--app", "Cinder", "--suite-min", "18.0"});
     const RunResult passes = RunOvxext({"check", ok, "--app", "Cinder"});
     EXPECT_EQ(passes.code, 0) << passes.err;
@@ -208,27 +206,12 @@ TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
     EXPECT_NE(json.out.find("\"required\": \"requires one of Cinder\""), std::string::npos) << json.out;
     EXPECT_TRUE(RunOvxext({"check", ok, "--app", "Delta", "--quiet"}).out.empty());
 
-    struct Case {
-        const char16_t* name;
-        std::vector<std::string> options;
-        std::string app;
-        std::string reason;
-    };
-    const std::vector<Case> cases{
-        {u"wrongapp", {"--app", "Atlas", "--app", "Delta"}, "Cinder",
-         "application: requires one of Atlas,Delta, this host is Cinder"},
-        {u"newsuite", {"--app", "Cinder", "--suite-min", "19.0"}, "Cinder",
-         "suite version: requires at or after 19.0, this host is " + suite},
-        {u"newwin", {"--app", "Cinder", "--windows-min", "99999"}, "Cinder",
-         "Windows version: requires at or after 99999, this system is "},
-    };
-    for (const Case& c : cases) {
-        const std::string package = Pack(c.name, c.options);
-        const RunResult fails = RunOvxext({"check", package, "--app", c.app});
-        EXPECT_EQ(fails.code, 1) << package;
-        EXPECT_EQ(fails.out.rfind(package + ": would not load on " + c.app + "\n", 0), 0u) << fails.out;
-        EXPECT_NE(fails.out.find(c.reason), std::string::npos) << c.reason << " in\n" << fails.out;
-    }
+    // A package that fails on the Windows version names the running system's.
+    const std::string newWindows = Pack(u"newwin", {"--app", "Cinder", "--windows-min", "99999"});
+    const RunResult fails = RunOvxext({"check", newWindows, "--app", "Cinder"});
+    EXPECT_EQ(fails.code, 1);
+    EXPECT_EQ(fails.out.rfind(newWindows + ": would not load on Cinder\nWindows version: requires at or after 99999, this system is ", 0), 0u)
+        << fails.out;
 }
 
 TEST_F(OvxextTest, UnpackWritesEveryEntry) {
@@ -272,11 +255,6 @@ TEST_F(OvxextTest, LintListsEveryProblem) {
                                 ": suite version: the minimum 19 is not below the maximum 19"}) {
         EXPECT_NE(lint.out.find(problem), std::string::npos) << problem << " in\n" << lint.out;
     }
-
-    const CString garbage = m_temp.WriteFile(u"garbage.OrvexExtension", "not a zip");
-    const RunResult broken = RunOvxext({"lint", Utf8(garbage)});
-    EXPECT_EQ(broken.code, 1);
-    EXPECT_NE(broken.out.find(": package: cannot be opened: "), std::string::npos) << broken.out;
 }
 
 TEST_F(OvxextTest, UsageAndFileErrors) {

@@ -32,7 +32,7 @@ TEST(EnumTextTable, TextsAreExactAndUnknownValuesPrintTheFirstRow) {
         &ExtensionAppSupportFromString,
         {{ExtensionAppSupport::Atlas, u"Atlas"}, {ExtensionAppSupport::Beacon, u"Beacon"},
          {ExtensionAppSupport::Cinder, u"Cinder"}, {ExtensionAppSupport::Delta, u"Delta"}},
-        {u"atlas", u" Atlas", u"Atlas,Delta", u"", u"0"});
+        {u"atlas", u"Atlas,Delta", u""});
     ExpectTable<runtime_bits>(&OvxUtils::RuntimeBitsFromString,
                               {{runtime_bits::x32, u"x32"}, {runtime_bits::x64, u"x64"}}, {u"X64", u"x86"});
     ExpectTable<ExtensionRequirementType>(
