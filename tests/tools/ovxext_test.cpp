@@ -79,15 +79,6 @@ TEST_F(OvxextTest, PackReadsTheMetadataFileAndOptionsWinAndInfoShowsEveryField) 
     }
 }
 
-TEST_F(OvxextTest, ReproduciblePackGivesIdenticalBytes) {
-    const auto bytes = [&](const char16_t* name, std::vector<std::string> options) {
-        return OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(Pack(name, std::move(options)))).value_or("");
-    };
-    const std::string first = bytes(u"one", {"--reproducible", "--app", "Cinder"});
-    EXPECT_EQ(first, bytes(u"two", {"--reproducible", "--app", "Cinder"}));
-    EXPECT_NE(first, bytes(u"three", {"--app", "Cinder"}));
-}
-
 // The names of the entries under content/ of a package.
 std::vector<std::string> ContentOf(const std::string& package) {
     std::vector<std::string> names;
