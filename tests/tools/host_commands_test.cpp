@@ -1,12 +1,10 @@
 // ovxext demo and ovxext host: the hosts that the tool runs over real folders.
 
 #include "run_ovxext.h"
+#include "test_host.h"
 
-#include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/system_io/file.h"
-#include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
-#include "support/temp_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,26 +17,10 @@ using OvxTest::RunOvxext;
 using OvxTest::RunResult;
 namespace SystemIO = OvxUtils::SystemIO;
 
-// A package of the type that ovxext's hosts load.
-void PackFor(const CString& path, int number, const CString& type = u"application/x-vnd.ovx.demo-tool",
-             int version = 1) {
-    OvxTest::TempFolder staging;
-    const CString file = staging.WriteFile(u"content/a.txt", "a");
-    ExtensionData data;
-    data.DocumentID = OvxUtils::Guid(0x5EED0000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
-    data.Version = OvxUtils::Version{version};
-    data.ExtensionType = type;
-    data.requirements.AppList = {ExtensionAppSupport::Cinder};
-    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
-    const CString files[] = {file};
-    SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(path));
-    ExtensionContainer package = PackFiles(
-        [&] {
-            auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
-            return opened ? std::move(*opened) : ExtensionContainer();
-        },
-        data, staging / u"content/", files);
-    ASSERT_TRUE(package && package.Close());
+// A package that ovxext's hosts load (as Cinder, for the type below).
+void PackFor(const CString& path, int number, const CString& type = u"application/x-vnd.ovx.demo-tool", int version = 1) {
+    const OvxUtils::Guid id(0x5EED0000u + static_cast<std::uint32_t>(number), 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
+    OvxTest::PackExtension(path, {id, {version}, type, {{u"a.txt", "a"}}, ExtensionAppSupport::Cinder});
 }
 
 TEST(OvxextDemo, WalksThroughTheLifeOfExtensions) {

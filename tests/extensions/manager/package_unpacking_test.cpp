@@ -54,7 +54,7 @@ protected:
 
 TEST_F(PackageUnpacking, OpenRefusesOtherFilesUnfitPackagesAndDamage) {
     const CString zip = host.temp.WriteFile(u"source/a.zip", "not read");
-    const CString unfit = Pack(u"unfit.OrvexExtension", {TestGuid(2), {1}, OvxTest::kTestExtensionType, {}, false});
+    const CString unfit = Pack(u"unfit.OrvexExtension", {TestGuid(2), {1}, OvxTest::kTestExtensionType, {}, ExtensionAppSupport::Delta});
     const CString damaged = host.temp.WriteFile(u"source/damaged.OrvexExtension", "PK\x03\x04 truncated");
 
     EXPECT_EQ(manager->OpenPackage(zip).ErrorText(), u"Cannot open " + zip + u" as an extension");

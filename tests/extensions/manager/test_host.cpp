@@ -22,7 +22,7 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     info.SetDocumentID(recipe.id);
     info.SetVersion(recipe.version);
     info.SetSubformatAsString(recipe.type);
-    const ExtensionAppSupport apps[] = {recipe.fitsHost ? ExtensionAppSupport::Atlas : ExtensionAppSupport::Delta};
+    const ExtensionAppSupport apps[] = {recipe.app};
     info.SetAppList(apps);
     const OvxUtils::runtime_bits platforms[] = {OvxUtils::runtime_bits::x64};
     info.SetPlatformSupport(platforms);

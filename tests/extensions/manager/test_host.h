@@ -22,7 +22,8 @@ struct PackageRecipe {
     CString type = kTestExtensionType;
     // Files under the package's content folder: relative path, bytes.
     std::vector<std::pair<CString, std::string>> files = {{u"main.txt", "hello"}};
-    bool fitsHost = true;  // false: requires an application the host does not run
+    // The one application the package runs in; the test host runs as Atlas.
+    OvxComponent::ExtensionAppSupport app = OvxComponent::ExtensionAppSupport::Atlas;
 };
 
 // Packs recipe into a package at packagePath (its folder is made) and returns the path.
