@@ -35,14 +35,12 @@ TEST_P(NamespaceSpellingTest, LooksUpByUriAndLocalName) {
     const XmlNS::Node& root = document->Root();
     EXPECT_TRUE(root.Is(kWidget));
     EXPECT_EQ(root.GetAttribute(kName), "w1");  // unprefixed: in the element's namespace
-    EXPECT_EQ(root.GetAttribute(ElementDef{{}, "name"}), "w1");
     EXPECT_EQ(root.GetAttribute(kOtherName), "other");
 
     const auto parts = root.GetChildNodes(kPart);
     ASSERT_EQ(parts.size(), 2u);
     EXPECT_EQ(parts[0]->GetAttribute(kName), "p1");
     EXPECT_EQ(parts[1]->GetText(), "second");
-    EXPECT_EQ(root.GetChildNodeCount(), 3u);
     EXPECT_EQ(root.FindNode(kNote, false), nullptr);  // the note is a grandchild
     ASSERT_NE(root.FindNode(kNote, true), nullptr);
     EXPECT_EQ(root.FindNode(kNote, true)->GetText(), "deep");

@@ -52,14 +52,6 @@ TEST(FileStream, WritesExactBytesThatOthersReadWhileItIsOpen) {
     EXPECT_TRUE(WriteText(*stream, "four\n"));
 }
 
-TEST(FileStream, CreateFailsWhereNoFileCanBe) {
-    TempFolder temp;
-    EXPECT_EQ(FileStream::Create(temp / u"missing folder/log.txt"), nullptr);
-    EXPECT_FALSE(File::Exists(temp / u"missing folder/log.txt"));
-    EXPECT_EQ(FileStream::Create(temp.Path()), nullptr);
-    EXPECT_EQ(FileStream::Create(u""), nullptr);
-}
-
 #if !defined(_WIN32)
 // A disk that fills during a write takes part of it (here a file size limit does): the
 // part is cut off again, so the file never ends in half a line.
