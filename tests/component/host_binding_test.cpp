@@ -24,8 +24,7 @@ TEST(HostBinding, MainThreadIsTheOneThatRegisteredTheHost) {
 
     OvxTest::FakeHostApp app;
     SetAppInterface(&app);
-    EXPECT_EQ(GetAppInterface(), &app);
-    EXPECT_TRUE(IsOnMainThread());
+    EXPECT_TRUE(GetAppInterface() == &app && IsOnMainThread());
     EXPECT_FALSE(IsOnMainThreadElsewhere());
 
     // Registering again from another thread moves the main thread there.
@@ -45,9 +44,6 @@ TEST(HostBinding, WinAppIsTheHostsOrElseTheLibrarysOwn) {
     EXPECT_EQ(GetWinApp(), &hostApp);
     SetWinApp(nullptr);
     EXPECT_EQ(GetWinApp(), own);
-
-    CWinApp unnamed;
-    EXPECT_STREQ(unnamed.m_pszAppName, L"ovx_component_binding_tests");
 }
 
 }  // namespace

@@ -48,14 +48,11 @@ TEST(MessageMgr, HostServicePresentsEveryMessageWithItsTypeAndExtraStrings) {
     MessageMgr::ShowWarning(L"Low memory", L"one", L"two", L"three");
     EXPECT_EQ(call(), std::make_tuple(L"Low memory", L"one", L"two", L"three", 0x30u));
 
-    struct Case {
-        void (*show)(const wchar_t*);
-        unsigned int type;
-    };
-    const Case cases[] = {{MessageMgr::ShowMessage, 0x40}, {MessageMgr::ShowWarning, 0x30}, {MessageMgr::ShowError, 0x10}};
-    for (const Case& c : cases) {
-        c.show(L"text");
-        EXPECT_EQ(call(), std::make_tuple(L"text", L"(null)", L"(null)", L"(null)", c.type));
+    const std::pair<void (*)(const wchar_t*), unsigned int> shows[] = {
+        {MessageMgr::ShowMessage, 0x40}, {MessageMgr::ShowWarning, 0x30}, {MessageMgr::ShowError, 0x10}};
+    for (const auto& [show, type] : shows) {
+        show(L"text");
+        EXPECT_EQ(call(), std::make_tuple(L"text", L"(null)", L"(null)", L"(null)", type));
     }
     service.m_answer = IDNO;
     EXPECT_EQ(MessageMgr::ShowConfirmation(MB_YESNO | MB_ICONQUESTION, L"Keep?"), IDNO);

@@ -196,9 +196,8 @@ INSTANTIATE_TEST_SUITE_P(Archives, HostileArchiveTest, testing::ValuesIn(kCases)
 TEST(HostileArchiveTest, UnusualButSafeNamesExtract) {
     std::vector<std::pair<std::string, std::string>> entries;
     for (const char* name : {"content/a..b.txt", "content/.hidden", "content/CONSOLE.txt", "content/com10.txt",
-                             "content/\xC3\x9C" "ber \xE2\x98\x83.txt"}) {
+                             "content/\xC3\x9C" "ber \xE2\x98\x83.txt"})
         entries.emplace_back(name, name);
-    }
     std::string large(200'000, '\0');
     for (std::size_t i = 0; i < large.size(); ++i) large[i] = static_cast<char>((i * 7919) >> 5);
     entries.emplace_back("content/large.bin", large);

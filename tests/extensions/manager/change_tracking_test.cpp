@@ -72,24 +72,20 @@ TEST_F(ChangeTracking, ScansAtOnceThenLoadsDroppedPackagesAndRemovesTakenOnes) {
 // with the lines of its own drop.
 TEST_F(ChangeTracking, ABurstOfDropsLoadsEveryPackage) {
     constexpr int kDrops = 100;
-    std::vector<CString> staged;
-    for (int i = 1; i <= kDrops; ++i) {
-        staged.push_back(OvxTest::PackExtension(host.temp / CString::FromUtf8("outside/" + std::to_string(i) + ".OrvexExtension"),
-                                                {TestGuid(i)}));
-    }
+    const auto name = [](int i) { return CString::FromUtf8(std::to_string(i) + ".OrvexExtension"); };
+    for (int i = 1; i <= kDrops; ++i) OvxTest::PackExtension(host.temp / (u"outside/" + name(i)), {TestGuid(i)});
     manager->StartLoading();
     manager->FinishLoading();
     manager->TrackSourceFolders();
     host.RunMainThread();
-    for (const CString& package : staged) {
-        const CString dropped = SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package));
-        ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(package), OvxTest::FsPath(dropped)));
+    for (int i = 1; i <= kDrops; ++i) {
+        ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(host.temp / (u"outside/" + name(i))),
+                                               OvxTest::FsPath(host.temp / (u"source/" + name(i)))));
     }
     EXPECT_TRUE(PumpUntil([&] { return installer->loadedPaths.size() == kDrops; }));
     const auto lines = host.TakeLines();
-    for (const CString& package : staged) {
-        const std::string dropped = SystemIO::Path::Combine(host.source, SystemIO::Path::GetFileName(package)).ToUtf8();
-        EXPECT_THAT(lines, Contains("(Information): \"" + dropped + "\" auto loaded")) << dropped;
+    for (int i = 1; i <= kDrops; ++i) {
+        EXPECT_THAT(lines, Contains(OvxTest::Line("Information", host.temp / (u"source/" + name(i)), "auto loaded")));
     }
     const auto rescans = std::count(lines.begin(), lines.end(), "(Information): \"manager\" changes detected, scanning for changes");
     EXPECT_LT(rescans, kDrops);
