@@ -21,9 +21,7 @@ TEST(CString, SearchAndSubstringsClampInsteadOfThrowing) {
     EXPECT_EQ(path.ReverseFind(u'/'), 19);
     EXPECT_EQ(path.Mid(5, 3), CString(u"x64"));
     EXPECT_EQ(path.Left(-1), CString());
-    EXPECT_EQ(path.Right(1000), path);
     EXPECT_EQ(path.Mid(1000, 5), CString());
-    EXPECT_FALSE(path.EndsWith(u"x/root/x64/{GUID}/1.0/unpacked"));
 }
 
 TEST(CString, CompareNoCaseFoldsBeyondAscii) {

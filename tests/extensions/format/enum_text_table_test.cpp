@@ -34,7 +34,7 @@ TEST(EnumTextTable, TextsAreExactAndUnknownValuesPrintTheFirstRow) {
          {ExtensionAppSupport::Cinder, u"Cinder"}, {ExtensionAppSupport::Delta, u"Delta"}},
         {u"atlas", u"Atlas,Delta", u""});
     ExpectTable<runtime_bits>(&OvxUtils::RuntimeBitsFromString,
-                              {{runtime_bits::x32, u"x32"}, {runtime_bits::x64, u"x64"}}, {u"X64", u"x86"});
+                              {{runtime_bits::x32, u"x32"}, {runtime_bits::x64, u"x64"}}, {u"X64"});
     ExpectTable<ExtensionRequirementType>(
         &ExtensionRequirementTypeFromString,
         {{ExtensionRequirementType::PlatformBits, u"platform_bits"},

@@ -142,18 +142,16 @@ TEST(CrashRecovery, EveryCrashPointOfAnInstallAnUpdateAndARemovalIsRepairedAtThe
 // in the log; the next start, with room again, installs the package.
 TEST(CrashRecovery, DiskFailuresAreLoggedWithTheirReasonAndRepairedAtTheNextStart) {
     if (!Faults::Available()) GTEST_SKIP() << "disk failures are injected by interposing the C library's calls";
-    struct Case {
+    const std::string guid = TestGuid(1).ToString().ToUtf8();
+    const struct {
         int error;
         bool allChanges;
-        std::string line;  // begins the reason line
-        std::string words;
-    };
-    const std::string guid = TestGuid(1).ToString().ToUtf8();
-    const Case cases[] = {
+        std::string line, words;  // what the reason line begins and ends with
+    } cases[] = {
         {ENOSPC, false, "(Error): " + guid + " reason: cannot write", "No space left on device"},
         {EROFS, true, "(Warning): " + guid + " reason: cannot create", "Read-only file system"},
     };
-    for (const Case& failure : cases) {
+    for (const auto& failure : cases) {
         TestHost host;
         OvxTest::PackExtension(host.temp / u"source/a.OrvexExtension", {TestGuid(1), {1}, OvxTest::kTestExtensionType, kFiles});
         Faults::Fail(failure.error, failure.allChanges);

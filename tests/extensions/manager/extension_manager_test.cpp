@@ -64,11 +64,9 @@ TEST(ExtensionManager, ReportsAndNotifiesUnacknowledgedFailures) {
     EXPECT_EQ(logName, CString(u"test log"));
 
     manager->ClearFailures();
-    reported.clear();
-    manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString) {
-        reported.push_back(std::to_string(entries.size()));
-    });
-    EXPECT_THAT(reported, ElementsAre("0"));
+    std::size_t count = 99;
+    manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString) { count = entries.size(); });
+    EXPECT_EQ(count, 0u);
     EXPECT_THROW(manager->ReportFailures(nullptr), std::bad_function_call);
 }
 

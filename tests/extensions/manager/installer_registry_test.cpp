@@ -37,7 +37,6 @@ TEST(InstallerRegistry, RefusalsAreLoggedAndRegisterNothing) {
     EXPECT_FALSE(registry.Register({}, nullptr));
     EXPECT_FALSE(registry.Register({u"a"}, nullptr));
     auto b = registry.Register({u"b"}, installer);
-    ASSERT_TRUE(b);
     EXPECT_EQ(b.get(), installer.get());  // the host uses it like its own installer
     EXPECT_FALSE(registry.Register({u"b", u"a"}, installer));
     EXPECT_FALSE(registry.table.contains(u"a"));  // all or nothing
