@@ -79,7 +79,7 @@ Result<void> AddFiles(ZipContainer& container, const CString& baseFolder, OvxUti
             continue;
         }
         auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(file);
-        if (!bytes) return Error{u"cannot read " + file};
+        if (!bytes) return bytes.TakeError();
         auto document = XmlNS::Document::Parse(*bytes, container.GetLimits().maxXmlSize);
         if (!document) return Error{u"root file " + file + u" " + document.ErrorText()};
         RootFileInfo info = root->second;

@@ -43,9 +43,9 @@ Result<std::unique_ptr<StagingFolder>> StagingFolder::Create(const CString& targ
         if (up == missing) break;
         missing = up;
     }
-    if (!parent.IsEmpty() && !SystemIO::Folder::EnsureExists(parent)) {
+    if (auto made = parent.IsEmpty() ? Result<void>() : SystemIO::Folder::EnsureExists(parent); !made) {
         for (const CString& created : createdParents) SystemIO::Detail::RemoveEntry(created);
-        return Error{u"cannot create the folder " + parent};
+        return made.TakeError();
     }
     const CString staging = SystemIO::TemporaryName::Beside(folder, SystemIO::TemporaryName::kPartial);
     std::unique_ptr<StagingFolder> result(new StagingFolder(folder, staging, std::move(createdParents)));

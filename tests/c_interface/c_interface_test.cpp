@@ -98,7 +98,8 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
     ASSERT_FALSE(host.lines.empty());
     EXPECT_TRUE(host.lines.back().ends_with("\"manager\" installer being removed:")) << host.lines.back();
     const auto file = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(platform + "/orvex_extensions.log"));
-    EXPECT_EQ(Utf16ToUtf8(file.value_or("").substr(2)).find(host.lines.front()), 0u);
+    ASSERT_TRUE(file) << file.ErrorText();
+    EXPECT_EQ(Utf16ToUtf8(file->substr(2)).find(host.lines.front()), 0u);
 }
 
 }  // namespace

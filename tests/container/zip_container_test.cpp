@@ -68,7 +68,7 @@ TEST(ZipContainerTest, PackedPackageReadsBackIntactWithItsMimeTypeFirst) {
 
     // The mimetype entry comes first, stored, without extra field, as ODF and EPUB readers
     // expect.
-    const std::string bytes = File::ReadAllBytes(path).value();
+    const std::string bytes = *File::ReadAllBytes(path);
     EXPECT_EQ(bytes.substr(0, 4), "PK\x03\x04");
     EXPECT_EQ(bytes.substr(8, 2), std::string("\0\0", 2));   // stored
     EXPECT_EQ(bytes.substr(28, 2), std::string("\0\0", 2));  // no extra field
@@ -82,7 +82,7 @@ TEST(ZipContainerTest, ReproduciblePackingGivesIdenticalBytes) {
     const std::vector<CString> reversed(source.files.rbegin(), source.files.rend());
     ASSERT_TRUE(Pack(source.temp / u"second.pkg", reversed, source.base, true));
     const auto first = File::ReadAllBytes(source.temp / u"first.pkg");
-    ASSERT_TRUE(first.has_value());
+    ASSERT_TRUE(first);
     EXPECT_TRUE(first == File::ReadAllBytes(source.temp / u"second.pkg"));
 }
 

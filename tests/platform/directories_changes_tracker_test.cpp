@@ -114,7 +114,7 @@ TEST(DirectoriesChangesTracker, ReportsEachKindOfChangeInItsFilter) {
         {"deleted file", Tracker::kFileName, [](const TempFolder& t) { File::Delete(t / u"a.txt"); }},
         {"written file", Tracker::kLastWrite, [](const TempFolder& t) { Append(t / u"a.txt", "more"); }},
         {"created file", Tracker::kCreation, [](const TempFolder& t) { t.WriteFile(u"new.txt", "x"); }},
-        {"new folder", Tracker::kDirName, [](const TempFolder& t) { Folder::EnsureExists(t / u"sub"); }},
+        {"new folder", Tracker::kDirName, [](const TempFolder& t) { EXPECT_TRUE(Folder::EnsureExists(t / u"sub")); }},
         {"file written in a nested folder", kManagerFilter,
          [](const TempFolder& t) { Append(t / u"nested/deeper/c.txt", "more"); }},
     };

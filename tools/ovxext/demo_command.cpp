@@ -68,11 +68,15 @@ fs::path FsPath(const CString& path) {
 class Demo {
 public:
     Demo(const CommandContext& context, CString work)
-        : m_out(context.out), m_work(std::move(work)), m_data(Combine(u"data")), m_source(Combine(u"source")),
+        : m_context(context), m_out(context.out), m_work(std::move(work)), m_data(Combine(u"data")), m_source(Combine(u"source")),
           m_staging(Combine(u"staging")) {}
 
     int Run() {
-        for (const CString& folder : {m_data, m_source, m_staging}) SystemIO::Folder::EnsureExists(folder);
+        for (const CString& folder : {m_data, m_source, m_staging}) {
+            if (auto made = SystemIO::Folder::EnsureExists(folder); !made) {
+                return ReportError(m_context, "demo", Utf8(m_work), Utf8(made.ErrorText()), kExitFailure);
+            }
+        }
         m_out << "ovxext demo: the life of extensions in a host\n\n"
               << "work folder:   " << m_work.ToUtf8() << "\n"
               << "data folder:   " << m_data.ToUtf8() << " (the manager works in its x64 folder)\n"
@@ -149,8 +153,12 @@ private:
         std::vector<CString> files;
         for (const auto& [relative, bytes] : sample.files) {
             const CString file = SystemIO::Path::Combine(folder, relative);
-            SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(file));
-            SystemIO::File::WriteAllBytes(file, bytes);
+            auto written = SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(file));
+            if (written) written = SystemIO::File::WriteAllBytes(file, bytes);
+            if (!written) {
+                m_out << "  (the sample " << sample.name << " could not be written: " << Utf8(written.ErrorText()) << ")\n";
+                return;
+            }
             files.push_back(file);
         }
         ExtensionData data;
@@ -174,7 +182,10 @@ private:
             return;
         }
         const CString target = SystemIO::Path::Combine(m_source, name);
-        SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(target));
+        if (auto made = SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(target)); !made) {
+            m_out << "  (" << name.ToUtf8() << " could not be dropped: " << Utf8(made.ErrorText()) << ")\n";
+            return;
+        }
         std::error_code error;
         fs::rename(FsPath(packed), FsPath(target), error);
         m_out << "  (dropped " << name.ToUtf8() << ", " << sample.name << " " << sample.version.ToString().ToUtf8()
@@ -208,6 +219,8 @@ private:
         }
         return "?";
     }
+
+    const CommandContext& m_context;
 
     std::ostream& m_out;
     CString m_work;

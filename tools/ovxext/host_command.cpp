@@ -66,8 +66,8 @@ int RunHost(const CommandContext& context) {
         options.app = *parsed;
     }
     for (const std::string& feature : parser.Values("--feature")) options.features.push_back(FromUtf8(feature));
-    if (!OvxUtils::SystemIO::Folder::EnsureExists(options.dataFolder)) {
-        return ReportError(context, "host", *data, "the data folder cannot be made", kExitFailure);
+    if (auto made = OvxUtils::SystemIO::Folder::EnsureExists(options.dataFolder); !made) {
+        return ReportError(context, "host", *data, "the data folder cannot be made: " + Utf8(made.ErrorText()), kExitFailure);
     }
 
     HostSession session(context.out, options);

@@ -54,8 +54,8 @@ bool SegmentsMatch(const std::vector<std::string>& pattern, std::size_t p, const
 
 OvxUtils::Result<IgnoreRules> IgnoreRules::Read(const CString& file) {
     if (!OvxUtils::SystemIO::File::Exists(file)) return IgnoreRules();
-    const auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(file);
-    if (!bytes) return OvxUtils::SystemError(file + u" cannot be read");
+    auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(file);
+    if (!bytes) return bytes.TakeError();
     return Parse(*bytes);
 }
 

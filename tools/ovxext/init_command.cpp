@@ -66,8 +66,9 @@ int RunInit(const CommandContext& context) {
     root.AddChildNode(Name("version"), "1.0");
     if (auto type = parser.Value("--type")) root.AddChildNode(Name("type"), *type);
     for (const auto app : *apps) root.AddChildNode(Name("app"), Utf8(ToString(app)));
-    if (!OvxUtils::SystemIO::File::WriteAllBytes(file, document->ToBytes())) {
-        return ReportError(context, "init", Utf8(file), "cannot be written", kExitFailure);
+    if (auto written = OvxUtils::SystemIO::File::WriteAllBytes(file, document->ToBytes()); !written) {
+        return ReportError(context, "init", Utf8(file), "cannot be written: " + Utf8(OvxUtils::SystemErrorText(written.SystemCode())),
+                           kExitFailure);
     }
     context.out << "Document ID: " << Utf8(id.ToString()) << "\nwrote " << Utf8(file) << "\n";
     return kExitOk;

@@ -124,7 +124,7 @@ OvxUtils::Result<void> ReadField(const Node& node, OvxComponent::ExtensionData& 
 
 OvxUtils::Result<void> ReadMetadataFile(const std::string& path, OvxComponent::ExtensionData& data) {
     const auto bytes = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
-    if (!bytes) return Error{u"cannot be read"};
+    if (!bytes) return Error{u"cannot be read: " + OvxUtils::SystemErrorText(bytes.SystemCode()), bytes.SystemCode()};
     auto document = VdcContainer::XmlNS::Document::Parse(*bytes, kMaxMetadataFile);
     if (!document) return document.TakeError();
     const Node& root = (*document)->Root();

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -50,6 +51,18 @@ public:
     std::uint32_t SystemCode() const { return HasValue() ? 0 : std::get<1>(m_state).systemCode; }
     // The failure, to hand on to the caller's own result; only when !HasValue().
     Error TakeError() { return std::get<1>(std::move(m_state)); }
+
+    // Equal to a value when it holds one equal to it; two results are equal when both hold
+    // equal values or both failed alike.
+    template <class U>
+        requires(!std::is_same_v<U, Result>)
+    friend bool operator==(const Result& result, const U& value) {
+        return result.HasValue() && result.Value() == value;
+    }
+    friend bool operator==(const Result& a, const Result& b) {
+        if (a.HasValue() != b.HasValue()) return false;
+        return a.HasValue() ? a.Value() == b.Value() : a.ErrorText() == b.ErrorText() && a.SystemCode() == b.SystemCode();
+    }
 
 private:
     std::variant<T, Error> m_state;

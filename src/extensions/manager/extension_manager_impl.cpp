@@ -38,8 +38,9 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       log(LogOutput(platformFolder, std::move(logStream))) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
     // that the log file can be written from the start. A missing data folder is left
-    // alone; the log then lives in memory until the folder appears.
-    if (SystemIO::Folder::Exists(rootFolder)) SystemIO::Folder::EnsureExists(platformFolder);
+    // alone, and a platform folder that cannot be made too: the log then lives in memory
+    // until the folder appears.
+    if (SystemIO::Folder::Exists(rootFolder)) static_cast<void>(SystemIO::Folder::EnsureExists(platformFolder));
     log.OpenOutput();
 }
 

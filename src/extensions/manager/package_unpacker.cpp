@@ -123,10 +123,9 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
         SystemIO::File::Delete(extensionFolder);
     }
     const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
-    if (!SystemIO::Folder::EnsureExists(versionFolder)) {
-        const OvxUtils::Error cause = OvxUtils::SystemError(u"cannot create " + versionFolder);
+    if (auto made = SystemIO::Folder::EnsureExists(versionFolder); !made) {
         const CString text = m_log.Write(kCannotOpenUnpackLocation, documentId);
-        m_log.Reason(kCannotOpenUnpackLocation.level, documentId, cause.text);
+        m_log.Reason(kCannotOpenUnpackLocation.level, documentId, made.ErrorText());
         return Error{text};
     }
 

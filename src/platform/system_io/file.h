@@ -67,8 +67,10 @@ std::optional<std::uint64_t> GetSize(const CString& path);
 std::optional<std::uint64_t> GetLastWriteTime(const CString& path);
 bool SetLastWriteTime(const CString& path, std::uint64_t ticks);
 
-std::optional<std::string> ReadAllBytes(const CString& path);
-// Creates the file or replaces its content.
-bool WriteAllBytes(const CString& path, std::string_view bytes);
+// The whole content of a file; the error names the file and the system's reason.
+Result<std::string> ReadAllBytes(const CString& path);
+// Creates the file or replaces its content; the error names the file and the system's
+// reason.
+Result<void> WriteAllBytes(const CString& path, std::string_view bytes);
 
 }  // namespace OvxUtils::SystemIO::File

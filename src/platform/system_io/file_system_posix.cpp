@@ -213,10 +213,11 @@ bool SetLastWriteTime(const CString& path, std::uint64_t ticks) {
     return ::utimensat(AT_FDCWD, path.ToUtf8().c_str(), times, 0) == 0;
 }
 
-std::optional<std::string> ReadAllBytes(const CString& path) {
+Result<std::string> ReadAllBytes(const CString& path) {
     const Detail::UniqueFd fd = Detail::OpenFd(path, O_RDONLY);
     struct stat st {};
-    if (!fd.IsValid() || ::fstat(fd.Get(), &st) != 0 || S_ISDIR(st.st_mode)) return std::nullopt;
+    if (!fd.IsValid() || ::fstat(fd.Get(), &st) != 0) return SystemError(u"cannot read " + path);
+    if (S_ISDIR(st.st_mode)) return SystemError(u"cannot read " + path, EISDIR);
     std::string bytes;
     std::size_t used = 0;
     bytes.resize(S_ISREG(st.st_mode) && st.st_size > 0 ? static_cast<std::size_t>(st.st_size) + 1 : 4096);
@@ -224,7 +225,7 @@ std::optional<std::string> ReadAllBytes(const CString& path) {
         if (used == bytes.size()) bytes.resize(bytes.size() * 2);
         const ssize_t got = ::read(fd.Get(), bytes.data() + used, bytes.size() - used);
         if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return std::nullopt;
+        if (got < 0) return SystemError(u"cannot read " + path);
         if (got == 0) break;
         used += static_cast<std::size_t>(got);
     }
@@ -232,9 +233,12 @@ std::optional<std::string> ReadAllBytes(const CString& path) {
     return bytes;
 }
 
-bool WriteAllBytes(const CString& path, std::string_view bytes) {
+Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
     const Detail::UniqueFd fd = Detail::OpenFd(path, O_WRONLY | O_CREAT | O_TRUNC);
-    return fd.IsValid() && Detail::WriteAll(fd.Get(), bytes.data(), bytes.size());
+    if (!fd.IsValid() || !Detail::WriteAll(fd.Get(), bytes.data(), bytes.size())) {
+        return SystemError(u"cannot write " + path);
+    }
+    return {};
 }
 
 }  // namespace File

@@ -230,18 +230,18 @@ bool SetLastWriteTime(const CString& path, std::uint64_t ticks) {
     return handle.IsValid() && ::SetFileTime(handle.Get(), nullptr, nullptr, &time);
 }
 
-std::optional<std::string> ReadAllBytes(const CString& path) {
+Result<std::string> ReadAllBytes(const CString& path) {
     const UniqueFileHandle file =
         Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
     LARGE_INTEGER size{};
-    if (!file.IsValid() || !::GetFileSizeEx(file.Get(), &size)) return std::nullopt;
+    if (!file.IsValid() || !::GetFileSizeEx(file.Get(), &size)) return SystemError(u"cannot read " + path);
     std::string bytes(static_cast<std::size_t>(size.QuadPart) + 1, '\0');
     std::size_t used = 0;
     for (;;) {
         if (used == bytes.size()) bytes.resize(bytes.size() * 2);
         const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - used, 1u << 30));
         DWORD got = 0;
-        if (!::ReadFile(file.Get(), bytes.data() + used, chunk, &got, nullptr)) return std::nullopt;
+        if (!::ReadFile(file.Get(), bytes.data() + used, chunk, &got, nullptr)) return SystemError(u"cannot read " + path);
         if (got == 0) break;
         used += got;
     }
@@ -249,10 +249,13 @@ std::optional<std::string> ReadAllBytes(const CString& path) {
     return bytes;
 }
 
-bool WriteAllBytes(const CString& path, std::string_view bytes) {
+Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
     const UniqueFileHandle file =
         Open(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
-    return file.IsValid() && Detail::WriteAll(file.Get(), bytes.data(), bytes.size());
+    if (!file.IsValid() || !Detail::WriteAll(file.Get(), bytes.data(), bytes.size())) {
+        return SystemError(u"cannot write " + path);
+    }
+    return {};
 }
 
 }  // namespace File

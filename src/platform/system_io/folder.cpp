@@ -56,7 +56,7 @@ void DeleteContent(const CString& folder, Result<void>& outcome) {
 
 bool Exists(const CString& path) { return Detail::GetEntryInfo(path).type == Detail::EntryType::Folder; }
 
-bool EnsureExists(const CString& path) {
+Result<void> EnsureExists(const CString& path) {
     std::vector<CString> missing;
     for (CString level = Path::WithoutTrailingSeparators(path); !level.IsEmpty() && !Exists(level);) {
         missing.push_back(level);
@@ -65,9 +65,12 @@ bool EnsureExists(const CString& path) {
         level = parent;
     }
     for (auto it = missing.rbegin(); it != missing.rend(); ++it) {
-        if (!Detail::CreateFolder(*it)) return false;
+        if (Detail::CreateFolder(*it)) continue;
+        Error failure = SystemError(u"cannot create " + *it);
+        if (!Exists(*it)) return failure;  // and not made by someone else meanwhile
     }
-    return Exists(path);
+    if (!Exists(path)) return Error{u"cannot create " + path};
+    return {};
 }
 
 bool DeleteRecursive(const CString& folder, bool deleteFolderItself) {

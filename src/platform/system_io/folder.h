@@ -16,8 +16,9 @@ namespace OvxUtils::SystemIO::Folder {
 // True for a folder (after following a link).
 bool Exists(const CString& path);
 
-// Creates every missing level; true when the folder exists afterwards.
-bool EnsureExists(const CString& path);
+// Creates every missing level. The error names the level that could not be made and the
+// system's reason; a file in the way is one that exists already.
+Result<void> EnsureExists(const CString& path);
 
 // Deletes everything under folder and, with deleteFolderItself, the folder too (then as
 // DeleteTree does). Links

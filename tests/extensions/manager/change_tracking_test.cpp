@@ -57,7 +57,7 @@ TEST_F(ChangeTracking, ScansAtOnceThenLoadsDroppedPackagesAndRemovesTakenOnes) {
     // A package written elsewhere and moved in, as a finished download arrives.
     const CString outside = OvxTest::PackExtension(host.temp / u"outside/second.OrvexExtension", {TestGuid(2)});
     const CString second = host.temp / u"source/sub/second.OrvexExtension";
-    SystemIO::Folder::EnsureExists(host.temp / u"source/sub");
+    ASSERT_TRUE(SystemIO::Folder::EnsureExists(host.temp / u"source/sub"));
     ASSERT_TRUE(std::filesystem::copy_file(OvxTest::FsPath(outside), OvxTest::FsPath(second)));
     EXPECT_TRUE(PumpUntil([&] { return manager->FindExtension(TestGuid(2)).has_value(); }));
 

@@ -210,7 +210,8 @@ TEST(CrashRecovery, ASessionWaitsWhileAnotherInstalls) {
 
     auto rescan = std::async(std::launch::async, [&] { session.manager->Rescan(host.source); });
     const auto timesLogged = [&](std::u16string_view text) {
-        const std::string log = SystemIO::File::ReadAllBytes(InstallLayout::LogFile(platform)).value_or("");
+        const auto read = SystemIO::File::ReadAllBytes(InstallLayout::LogFile(platform));
+        const std::string log = read ? *read : std::string();
         const std::string bytes(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(char16_t));
         int count = 0;
         for (auto at = log.find(bytes); at != std::string::npos; at = log.find(bytes, at + 1)) ++count;

@@ -76,7 +76,7 @@ TEST_F(PackageUnpacking, OpenRefusesOtherFilesUnfitPackagesAndDamage) {
 TEST_F(PackageUnpacking, SpecialFilesNamedLikePackagesAreRefusedWithoutBlocking) {
     std::vector<std::pair<CString, std::string>> cases = {
         {host.temp / u"source/folder.OrvexExtension", "the path is a folder, not a file"}};
-    SystemIO::Folder::EnsureExists(cases[0].first);
+    ASSERT_TRUE(SystemIO::Folder::EnsureExists(cases[0].first));
 #ifndef _WIN32
     const CString fifo = host.temp / u"source/fifo.OrvexExtension";
     ASSERT_EQ(::mkfifo(U8(fifo).c_str(), 0600), 0);
@@ -201,8 +201,7 @@ TEST_F(PackageUnpacking, DecisionComparesVersionsThenFileTimes) {
 TEST_F(PackageUnpacking, NewerCopyAnywhereInTheListBlocks) {
     // Two version folders side by side, as an interrupted update leaves them.
     const CString extensionFolder = InstallLayout::ExtensionFolder(manager->GetPlatformFolder(), TestGuid(1));
-    SystemIO::Folder::EnsureExists(SystemIO::Path::Combine(extensionFolder, u"1"));
-    SystemIO::Folder::EnsureExists(SystemIO::Path::Combine(extensionFolder, u"3"));
+    for (const char16_t* version : {u"1", u"3"}) ASSERT_TRUE(SystemIO::Folder::EnsureExists(SystemIO::Path::Combine(extensionFolder, version)));
     OpenedPackage package = Open(Pack(u"ext.OrvexExtension", {TestGuid(1), {2}}));
     host.TakeLines();
     EXPECT_EQ(manager->ShouldUnpack(package, 1).ErrorText(), u"Already unpacked.");

@@ -29,7 +29,7 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     info.SetAppMinMaxVersion(u"18", u"19");
     info.SetWinMinMaxVersion(u"0.1", u"*");
 
-    SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(packagePath));
+    EXPECT_TRUE(SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(packagePath)));
     const auto opener = [&] {
         auto opened = ExtensionContainer::Open(packagePath, VdcContainer::ZipFile::OpenMode::Create);
         return opened ? std::move(*opened) : ExtensionContainer();
@@ -58,7 +58,7 @@ void WaitForTheChangeClockToMove(const CString& path) {
     const auto before = SystemIO::File::GetIdentity(path);
     const CString probe = path + u".probe";
     EXPECT_TRUE(WaitUntil([&] {
-        SystemIO::File::WriteAllBytes(probe, "x");
+        if (!SystemIO::File::WriteAllBytes(probe, "x")) return false;
         const auto now = SystemIO::File::GetIdentity(probe);
         return before && now && now->changeTime > before->changeTime;
     }));
@@ -66,8 +66,7 @@ void WaitForTheChangeClockToMove(const CString& path) {
 }
 
 TestHost::TestHost() : root(temp / u"data"), source(temp / u"source") {
-    SystemIO::Folder::EnsureExists(root);
-    SystemIO::Folder::EnsureExists(source);
+    EXPECT_TRUE(SystemIO::Folder::EnsureExists(root) && SystemIO::Folder::EnsureExists(source));
 }
 
 std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std::vector<CString> addonNames) {
