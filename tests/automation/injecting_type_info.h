@@ -16,7 +16,13 @@ public:
     ULONG References() const { return m_references; }
     int m_getIDsOfNamesCalls = 0;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) override;
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
+        if (!object) return E_POINTER;
+        *object = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_ITypeInfo) ? static_cast<ITypeInfo*>(this) : nullptr;
+        if (!*object) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
     STDMETHODIMP_(ULONG) AddRef() override { return ++m_references; }
     STDMETHODIMP_(ULONG) Release() override { return --m_references; }
 

@@ -1,4 +1,4 @@
-// InjectingTypeLib.
+// InjectingTypeLib: the calls it counts, and the list of types it shows instead of its own.
 #include "injecting_type_lib.h"
 
 namespace OvxTest {
