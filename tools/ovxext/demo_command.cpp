@@ -68,8 +68,8 @@ fs::path FsPath(const CString& path) {
 class Demo {
 public:
     Demo(const CommandContext& context, CString work)
-        : m_context(context), m_out(context.out), m_work(std::move(work)), m_data(Combine(u"data")), m_source(Combine(u"source")),
-          m_staging(Combine(u"staging")) {}
+        : m_context(context), m_out(context.out), m_work(std::move(work)), m_data(Combine(u"data")),
+          m_source(Combine(u"source")), m_staging(Combine(u"staging")) {}
 
     int Run() {
         for (const CString& folder : {m_data, m_source, m_staging}) {
@@ -156,7 +156,8 @@ private:
             auto written = SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(file));
             if (written) written = SystemIO::File::WriteAllBytes(file, bytes);
             if (!written) {
-                m_out << "  (the sample " << sample.name << " could not be written: " << Utf8(written.ErrorText()) << ")\n";
+                m_out << "  (the sample " << sample.name << " could not be written: " << Utf8(written.ErrorText())
+                      << ")\n";
                 return;
             }
             files.push_back(file);

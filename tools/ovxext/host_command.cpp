@@ -67,7 +67,8 @@ int RunHost(const CommandContext& context) {
     }
     for (const std::string& feature : parser.Values("--feature")) options.features.push_back(FromUtf8(feature));
     if (auto made = OvxUtils::SystemIO::Folder::EnsureExists(options.dataFolder); !made) {
-        return ReportError(context, "host", *data, "the data folder cannot be made: " + Utf8(made.ErrorText()), kExitFailure);
+        const std::string reason = Utf8(OvxUtils::SystemErrorText(made.SystemCode()));
+        return ReportError(context, "host", *data, "the data folder cannot be made: " + reason, kExitFailure);
     }
 
     HostSession session(context.out, options);

@@ -67,8 +67,8 @@ int RunInit(const CommandContext& context) {
     if (auto type = parser.Value("--type")) root.AddChildNode(Name("type"), *type);
     for (const auto app : *apps) root.AddChildNode(Name("app"), Utf8(ToString(app)));
     if (auto written = OvxUtils::SystemIO::File::WriteAllBytes(file, document->ToBytes()); !written) {
-        return ReportError(context, "init", Utf8(file), "cannot be written: " + Utf8(OvxUtils::SystemErrorText(written.SystemCode())),
-                           kExitFailure);
+        const std::string reason = Utf8(OvxUtils::SystemErrorText(written.SystemCode()));
+        return ReportError(context, "init", Utf8(file), "cannot be written: " + reason, kExitFailure);
     }
     context.out << "Document ID: " << Utf8(id.ToString()) << "\nwrote " << Utf8(file) << "\n";
     return kExitOk;

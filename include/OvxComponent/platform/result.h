@@ -61,7 +61,8 @@ public:
     }
     friend bool operator==(const Result& a, const Result& b) {
         if (a.HasValue() != b.HasValue()) return false;
-        return a.HasValue() ? a.Value() == b.Value() : a.ErrorText() == b.ErrorText() && a.SystemCode() == b.SystemCode();
+        if (a.HasValue()) return a.Value() == b.Value();
+        return a.ErrorText() == b.ErrorText() && a.SystemCode() == b.SystemCode();
     }
 
 private:

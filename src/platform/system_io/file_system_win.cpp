@@ -241,7 +241,9 @@ Result<std::string> ReadAllBytes(const CString& path) {
         if (used == bytes.size()) bytes.resize(bytes.size() * 2);
         const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(bytes.size() - used, 1u << 30));
         DWORD got = 0;
-        if (!::ReadFile(file.Get(), bytes.data() + used, chunk, &got, nullptr)) return SystemError(u"cannot read " + path);
+        if (!::ReadFile(file.Get(), bytes.data() + used, chunk, &got, nullptr)) {
+            return SystemError(u"cannot read " + path);
+        }
         if (got == 0) break;
         used += got;
     }
