@@ -222,7 +222,6 @@ private:
     }
 
     const CommandContext& m_context;
-
     std::ostream& m_out;
     CString m_work;
     CString m_data;

@@ -67,8 +67,7 @@ int RunHost(const CommandContext& context) {
     }
     for (const std::string& feature : parser.Values("--feature")) options.features.push_back(FromUtf8(feature));
     if (auto made = OvxUtils::SystemIO::Folder::EnsureExists(options.dataFolder); !made) {
-        const std::string reason = Utf8(OvxUtils::SystemErrorText(made.SystemCode()));
-        return ReportError(context, "host", *data, "the data folder cannot be made: " + reason, kExitFailure);
+        return ReportError(context, "host", *data, Utf8(made.ErrorText()), kExitFailure);
     }
 
     HostSession session(context.out, options);
