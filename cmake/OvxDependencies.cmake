@@ -1,8 +1,8 @@
 # Third-party libraries. On Linux they come from Debian's packages (the libzip package's
 # CMake config names the zipcmp, zipmerge and ziptool programs, so those packages are
-# needed too). For Windows, scripts/build-windows-deps.sh cross-builds libzip and pugixml
-# into a prefix that the windows preset passes as CMAKE_PREFIX_PATH. GoogleTest is built
-# from Debian's sources on both.
+# needed too). For Windows, scripts/build-windows-deps.sh cross-builds libzip, pugixml and
+# libsodium into a prefix that the windows preset passes as CMAKE_PREFIX_PATH. GoogleTest
+# is built from Debian's sources on both.
 
 find_package(libzip CONFIG)
 find_package(pugixml CONFIG)
@@ -15,6 +15,26 @@ if(NOT libzip_FOUND OR NOT pugixml_FOUND)
   endif()
 endif()
 find_package(Threads REQUIRED)
+
+# libsodium, for package signatures: Debian's libsodium-dev on Linux, the static library
+# that scripts/build-windows-deps.sh cross-builds for Windows. It has no CMake package.
+find_path(OVX_SODIUM_INCLUDE_DIR sodium.h)
+find_library(OVX_SODIUM_LIBRARY NAMES sodium libsodium)
+if(NOT OVX_SODIUM_INCLUDE_DIR OR NOT OVX_SODIUM_LIBRARY)
+  if(CMAKE_CROSSCOMPILING AND WIN32)
+    message(FATAL_ERROR "libsodium for Windows not found in CMAKE_PREFIX_PATH "
+      "(${CMAKE_PREFIX_PATH}). Build it with: scripts/build-windows-deps.sh build/windows-deps/prefix")
+  else()
+    message(FATAL_ERROR "libsodium not found: run scripts/install-deps.sh")
+  endif()
+endif()
+add_library(ovx_sodium INTERFACE IMPORTED)
+target_include_directories(ovx_sodium INTERFACE ${OVX_SODIUM_INCLUDE_DIR})
+target_link_libraries(ovx_sodium INTERFACE ${OVX_SODIUM_LIBRARY})
+if(WIN32)
+  # The static Windows build; its header must not declare dllimport.
+  target_compile_definitions(ovx_sodium INTERFACE SODIUM_STATIC)
+endif()
 
 # The Windows libzip is a static library; its header must not declare dllimport then.
 get_target_property(libzip_type libzip::zip TYPE)

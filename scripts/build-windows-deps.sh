@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# Cross-compiles libzip and pugixml for Windows x64 (MinGW-w64, posix threads)
-# from Debian's source packages and installs them as static libraries.
+# Cross-compiles libzip, pugixml and libsodium for Windows x64 (MinGW-w64, posix
+# threads) from Debian's source packages and installs them as static libraries.
 #
 # Usage: scripts/build-windows-deps.sh PREFIX
 #   PREFIX  install folder, e.g. build/windows/_deps/prefix
 # Sources, build trees and logs go beside it: PREFIX/../{src,build,logs}.
 set -euo pipefail
 
-readonly SOURCE_PACKAGES=(libzip pugixml)
+readonly SOURCE_PACKAGES=(libzip pugixml libsodium)
 readonly APT_PACKAGES=(g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev
-                       dpkg-dev cmake ninja-build)
+                       dpkg-dev cmake ninja-build make autoconf automake libtool)
 readonly MINGW_ROOT=/usr/x86_64-w64-mingw32
 readonly DEBIAN_SOURCES=/etc/apt/sources.list.d/debian.sources
 readonly DEB_SRC_FILE=/etc/apt/sources.list.d/ovx-deb-src.sources
@@ -26,7 +26,8 @@ die() { printf '[windows-deps] error: %s\n' "$*" >&2; exit 1; }
 recipe_hash() { cat "$SCRIPT" "$TOOLCHAIN" | sha256sum | cut -d' ' -f1; }
 
 up_to_date() {
-    [[ -f $STAMP && -f $PREFIX/lib/libzip.a && -f $PREFIX/lib/libpugixml.a ]] &&
+    [[ -f $STAMP && -f $PREFIX/lib/libzip.a && -f $PREFIX/lib/libpugixml.a &&
+       -f $PREFIX/lib/libsodium.a ]] &&
         grep -qx "recipe=$(recipe_hash)" "$STAMP"
 }
 
@@ -178,6 +179,25 @@ CMAKE
 
 build_pugixml() {
     cmake_build pugixml -DPUGIXML_BUILD_TESTS=OFF
+}
+
+# libsodium builds with autotools. Its full build is needed (scrypt for encrypted secret
+# keys is not in the minimal one); no stack protector, whose runtime MinGW links apart.
+# The source package carries no configure script: autoreconf makes it, as Debian's build
+# does.
+build_libsodium() {
+    local pkg=libsodium build=$BUILD_DIR/libsodium logfile=$LOG_DIR/libsodium-build.log
+    log "building $pkg ${VERSIONS[$pkg]}"
+    rm -rf "$build" && mkdir -p "$build"
+    (
+        (cd "${SOURCE_TREES[$pkg]}" && autoreconf -fi) &&
+            cd "$build" &&
+            "${SOURCE_TREES[$pkg]}/configure" --host=x86_64-w64-mingw32 --prefix="$PREFIX" \
+                --disable-shared --enable-static --disable-ssp --disable-dependency-tracking \
+                CFLAGS="-O2" &&
+            make -j"$(nproc)" &&
+            make install
+    ) >"$logfile" 2>&1 || { tail -n 30 "$logfile" >&2; die "$pkg build failed, see $logfile"; }
 }
 
 # --- main ------------------------------------------------------------------
