@@ -80,7 +80,7 @@ private:
 };
 
 Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, const CString& root, FolderMaker& folders,
-                          InflateBudget& budget, std::uint64_t maxEntrySize) {
+                          InflateBudget& budget, std::uint64_t maxEntrySize, ExtractionWatcher* watcher) {
     const CString path = NativePath(root, item.relative);
     if (item.entry->name.IsFolder()) {
         if (!folders.Ensure(path)) return SystemError(u"cannot create the folder " + path);
@@ -91,11 +91,16 @@ Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, con
     }
     const std::unique_ptr<OvxUtils::FileStream> file = OvxUtils::FileStream::Make(path);
     if (!file) return SystemError(u"cannot create " + path);
+    if (watcher) watcher->Begin(item.entry->name.Utf8());
     auto read = reader.Read(*item.entry, budget, maxEntrySize, [&](std::string_view chunk) -> Result<void> {
         if (!file->Write(chunk.data(), chunk.size())) return SystemError(u"cannot write " + path);
+        if (watcher) watcher->Add(chunk);
         return {};
     });
     if (!read) return read;
+    if (watcher) {
+        if (auto watched = watcher->End(item.entry->name.Utf8()); !watched) return watched;
+    }
     if (item.entry->modified) {
         file->SetLastWriteTime(SystemIO::File::TicksOfUnixSeconds(*item.entry->modified));
     }
@@ -104,7 +109,8 @@ Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, con
 
 }  // namespace
 
-Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName, const CString& targetFolder) {
+Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName, const CString& targetFolder,
+                           ExtractionWatcher* watcher) {
     const ArchiveReader* reader = container.Reader();
     if (!reader) return Error{container.IsOpen() ? u"the package has not been saved yet" : u"the container is not open"};
     auto selected = Select(*reader, folderName);
@@ -130,7 +136,8 @@ Result<void> ExtractFolder(const ZipContainer& container, const CString& folderN
     InflateBudget budget(limits, reader->FileSize());
     FolderMaker folders((*staging)->Path());
     for (const Selected& item : *selected) {
-        if (auto extracted = ExtractEntry(*reader, item, (*staging)->Path(), folders, budget, limits.maxTotalSize);
+        if (auto extracted = ExtractEntry(*reader, item, (*staging)->Path(), folders, budget, limits.maxTotalSize,
+                                           watcher);
             !extracted) {
             return extracted;
         }
@@ -150,8 +157,8 @@ bool HoldsExtractedFiles(const ZipContainer& container, const CString& targetFol
 }
 
 Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
-                           const CString& targetFolder) {
-    return ExtractFolder(container.Container(), folderName, targetFolder);
+                           const CString& targetFolder, ExtractionWatcher* watcher) {
+    return ExtractFolder(container.Container(), folderName, targetFolder, watcher);
 }
 
 }  // namespace VdcContainer
