@@ -85,6 +85,32 @@ typedef struct ovx_manager_config {
 
 /* Makes a manager; *manager receives the handle, to be released with ovx_manager_release. */
 OVX_API ovx_status ovx_manager_create(const ovx_manager_config* config, ovx_manager** manager);
+/* Which packages the manager may unpack and load, by who signed them
+ * (docs/signing.md). */
+typedef enum ovx_trust_mode {
+    OVX_TRUST_OFF = 0,    /* signatures are not looked at */
+    OVX_TRUST_WARN = 1,   /* every package loads; an untrusted one is logged as an error */
+    OVX_TRUST_REQUIRE = 2 /* only packages signed by a trusted key are unpacked and loaded */
+} ovx_trust_mode;
+
+typedef struct ovx_trust_policy {
+    ovx_trust_mode mode;
+    /* minisign public keys: the base64 line of a key file ("RWT..."), or the file's text. */
+    const char* const* trusted_keys;
+    size_t trusted_key_count;
+    /* Paths of minisign public key files. */
+    const char* const* trusted_key_files;
+    size_t trusted_key_file_count;
+    /* Key IDs as minisign prints them ("90C8B8E792068CFE") whose signatures no longer count. */
+    const char* const* revoked_key_ids;
+    size_t revoked_key_id_count;
+} ovx_trust_policy;
+
+/* ovx_manager_create with a trust policy; a NULL policy means OVX_TRUST_OFF. Fails with
+ * OVX_E_FAILED, and ovx_last_error() naming the item, when a key, key file or key ID cannot
+ * be used, or OVX_TRUST_REQUIRE is given no key. */
+OVX_API ovx_status ovx_manager_create_with_trust(const ovx_manager_config* config, const ovx_trust_policy* policy,
+                                                 ovx_manager** manager);
 /* Releases the handle. Unload the extensions first (ovx_manager_unload_all). */
 OVX_API void ovx_manager_release(ovx_manager* manager);
 

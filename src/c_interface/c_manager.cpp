@@ -32,7 +32,38 @@ std::optional<CString> FromUtf8(const char* text) {
     return CString::FromUtf8(text);
 }
 
-std::shared_ptr<IExtensionManager> Make(const ovx_manager_config& config) {
+std::vector<std::string> Texts(const char* const* texts, size_t count) {
+    std::vector<std::string> result;
+    for (size_t i = 0; i < count; ++i) result.emplace_back(texts[i]);
+    return result;
+}
+
+TrustPolicy PolicyOf(const ovx_trust_policy* policy) {
+    TrustPolicy result;
+    if (!policy) return result;
+    result.mode = policy->mode == OVX_TRUST_REQUIRE ? TrustMode::Require
+                  : policy->mode == OVX_TRUST_WARN  ? TrustMode::Warn
+                                                    : TrustMode::Off;
+    result.trustedKeys = Texts(policy->trusted_keys, policy->trusted_key_count);
+    for (size_t i = 0; i < policy->trusted_key_file_count; ++i) {
+        result.trustedKeyFiles.push_back(CString::FromUtf8(policy->trusted_key_files[i]));
+    }
+    result.revokedKeyIds = Texts(policy->revoked_key_ids, policy->revoked_key_id_count);
+    return result;
+}
+
+// A list of count texts must have every one.
+bool HasAll(const char* const* texts, size_t count) {
+    if (count == 0) return true;
+    if (!texts) return false;
+    for (size_t i = 0; i < count; ++i) {
+        if (!texts[i]) return false;
+    }
+    return true;
+}
+
+OvxUtils::Result<std::shared_ptr<IExtensionManager>> Make(const ovx_manager_config& config,
+                                                          const ovx_trust_policy* policy) {
     std::vector<ExtensionSourceFolder> sources;
     for (size_t i = 0; i < config.source_folder_count; ++i) {
         const ovx_source_folder& source = config.source_folders[i];
@@ -62,7 +93,7 @@ std::shared_ptr<IExtensionManager> Make(const ovx_manager_config& config) {
             file, [context, onLine = config.log_line](const std::string& line) { onLine(context, line.c_str()); });
     }
     return MakeExtensionManager(rootFolder, sources, std::move(dispatch), std::move(requirementMet),
-                                std::move(appSupported), addonNames, std::move(log));
+                                std::move(appSupported), addonNames, std::move(log), PolicyOf(policy));
 }
 
 // The strings of one log entry, kept alive while the host reads the C view of it.
@@ -81,6 +112,11 @@ using CInterface::InvalidArgument;
 extern "C" {
 
 ovx_status ovx_manager_create(const ovx_manager_config* config, ovx_manager** manager) {
+    return ovx_manager_create_with_trust(config, nullptr, manager);
+}
+
+ovx_status ovx_manager_create_with_trust(const ovx_manager_config* config, const ovx_trust_policy* policy,
+                                         ovx_manager** manager) {
     return Guarded([&] {
         if (!manager) return InvalidArgument("manager");
         *manager = nullptr;
@@ -91,12 +127,16 @@ ovx_status ovx_manager_create(const ovx_manager_config* config, ovx_manager** ma
         for (size_t i = 0; i < config->source_folder_count; ++i) {
             if (!config->source_folders[i].folder) return InvalidArgument("a source folder");
         }
-        for (size_t i = 0; i < config->addon_name_count; ++i) {
-            if (!config->addon_names || !config->addon_names[i]) return InvalidArgument("an addon name");
+        if (!CInterface::HasAll(config->addon_names, config->addon_name_count)) return InvalidArgument("an addon name");
+        if (policy && (!CInterface::HasAll(policy->trusted_keys, policy->trusted_key_count) ||
+                       !CInterface::HasAll(policy->trusted_key_files, policy->trusted_key_file_count) ||
+                       !CInterface::HasAll(policy->revoked_key_ids, policy->revoked_key_id_count))) {
+            return InvalidArgument("a key, key file or key ID of the trust policy");
         }
-        auto made = CInterface::Make(*config);
-        if (!made) return Fail(OVX_E_FAILED, "the extension manager could not be made");
-        *manager = new ovx_manager{std::move(made)};
+        auto made = CInterface::Make(*config, policy);
+        if (!made) return Fail(OVX_E_FAILED, "the extension manager could not be made: " + made.ErrorText().ToUtf8());
+        if (!*made) return Fail(OVX_E_FAILED, "the extension manager could not be made");
+        *manager = new ovx_manager{std::move(*made)};
         return OVX_OK;
     });
 }

@@ -14,12 +14,18 @@
 
 namespace OvxComponent {
 
+namespace Trust {
+struct SignatureVerdict;
+}
+
 // A package opened as a container, with the path it was opened from; for an unpacked
 // extension, the path is its unpacked folder.
 struct OpenedPackage {
     std::shared_ptr<ExtensionContainer> container;
     std::optional<CString> path;
     std::uint64_t fileTime = 0;  // the package file's last write time when it was opened
+    // What the checks of its signature found; null while the host's trust policy is off.
+    std::shared_ptr<const Trust::SignatureVerdict> trust;
 };
 
 // The package's metadata record; null when it is not open or has none.

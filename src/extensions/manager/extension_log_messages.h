@@ -109,6 +109,17 @@ inline constexpr GuidMessage kCannotDeleteData{u"Cannot delete extension data", 
 // Shutdown.
 inline constexpr NameMessage kUnloadingEverything{u"unloading everything", ExtensionLogLevel::Information};
 
+// Trust in package signatures, when the host set a trust policy; the cause follows as a
+// reason line at the same level.
+inline constexpr NameMessage kUntrustedButWarned{
+    u"untrusted package: its signature does not hold under a trusted key; loaded because the trust policy only warns",
+    ExtensionLogLevel::Error};
+inline constexpr GuidMessage kContentNotAsSigned{
+    u"untrusted content: files differ from the signed digests; kept because the trust policy only warns",
+    ExtensionLogLevel::Error};
+// Under the document ID at Information, once unpacked: this prefix + the key ID.
+inline constexpr std::u16string_view kSignedByPrefix = u"signature holds: signed by key ";
+
 // The cause of a refusal, written right after the refusal's own line, under its subject
 // and at its level: kReasonPrefix + the cause.
 inline constexpr std::u16string_view kReasonPrefix = u"reason: ";

@@ -28,14 +28,15 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
                                            std::function<bool(CString)> requirementTextCheck,
                                            std::function<bool(ExtensionAppSupport)> appSupportedCheck,
                                            OvxUtils::array_view<const CString> addons,
-                                           OvxUtils::NamedOutStream logStream)
+                                           OvxUtils::NamedOutStream logStream, Trust::TrustStore trustStore)
     : platformFolder(InstallLayout::PlatformFolder(rootFolder)),
       sourceFolders(sources.begin(), sources.end()),
       dispatchToMainThread(std::move(dispatch)),
       requirementText(std::move(requirementTextCheck)),
       appSupported(std::move(appSupportedCheck)),
       addonNames(addons.begin(), addons.end()),
-      log(LogOutput(platformFolder, std::move(logStream))) {
+      log(LogOutput(platformFolder, std::move(logStream))),
+      trust(std::move(trustStore)) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
     // that the log file can be written from the start. A missing data folder is left
     // alone, and a platform folder that cannot be made too: the log then lives in memory
@@ -52,10 +53,10 @@ std::shared_ptr<ExtensionManagerImpl> ExtensionManagerImpl::Make(
     const CString& rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sources,
     std::function<void(OvxUtils::Delegate<void()>)> dispatch, std::function<bool(CString)> requirementText,
     std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
-    OvxUtils::NamedOutStream logStream) {
+    OvxUtils::NamedOutStream logStream, Trust::TrustStore trust) {
     return std::make_shared<ExtensionManagerImpl>(Passkey{}, rootFolder, sources, std::move(dispatch),
                                                   std::move(requirementText), std::move(appSupported), addonNames,
-                                                  std::move(logStream));
+                                                  std::move(logStream), std::move(trust));
 }
 
 std::shared_ptr<IExtensionManager> MakeExtensionManager(
@@ -66,6 +67,18 @@ std::shared_ptr<IExtensionManager> MakeExtensionManager(
     return ExtensionManagerImpl::Make(rootFolder, sourceFolders, std::move(dispatchToMainThread),
                                       std::move(requirementText), std::move(appSupported), addonNames,
                                       std::move(logStream));
+}
+
+OvxUtils::Result<std::shared_ptr<IExtensionManager>> MakeExtensionManager(
+    CString rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sourceFolders,
+    std::function<void(OvxUtils::Delegate<void()>)> dispatchToMainThread, std::function<bool(CString)> requirementText,
+    std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
+    OvxUtils::NamedOutStream logStream, const TrustPolicy& trustPolicy) {
+    auto trust = Trust::TrustStore::Make(trustPolicy);
+    if (!trust) return trust.TakeError();
+    return std::shared_ptr<IExtensionManager>(ExtensionManagerImpl::Make(
+        rootFolder, sourceFolders, std::move(dispatchToMainThread), std::move(requirementText),
+        std::move(appSupported), addonNames, std::move(logStream), std::move(*trust)));
 }
 
 CString ExtensionManagerImpl::GetPlatformFolder() const { return platformFolder; }
@@ -129,7 +142,7 @@ UiResourceVisitor ExtensionManagerImpl::UiResources() {
 }
 
 PackageUnpacker ExtensionManagerImpl::Unpacker() {
-    return {log, platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind};
+    return {log, platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind, trust};
 }
 
 ExtensionScanner ExtensionManagerImpl::Scanner() {

@@ -50,12 +50,13 @@ public:
                          std::function<void(OvxUtils::Delegate<void()>)> dispatch,
                          std::function<bool(CString)> requirementText,
                          std::function<bool(ExtensionAppSupport)> appSupported,
-                         OvxUtils::array_view<const CString> addonNames, OvxUtils::NamedOutStream logStream);
+                         OvxUtils::array_view<const CString> addonNames, OvxUtils::NamedOutStream logStream,
+                         Trust::TrustStore trust);
     static std::shared_ptr<ExtensionManagerImpl> Make(
         const CString& rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sources,
         std::function<void(OvxUtils::Delegate<void()>)> dispatch, std::function<bool(CString)> requirementText,
         std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
-        OvxUtils::NamedOutStream logStream);
+        OvxUtils::NamedOutStream logStream, Trust::TrustStore trust = {});
 
     // Ends the session in the platform folder (see InstallRepair).
     ~ExtensionManagerImpl() override;
@@ -149,6 +150,7 @@ private:
     bool leftWorkBehind = false;
     OvxUtils::SystemIO::HeldFile sessionMarker;
     PackageCache packageCache;
+    Trust::TrustStore trust;  // off unless the host gave a policy
 };
 
 }  // namespace OvxComponent

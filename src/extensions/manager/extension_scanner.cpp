@@ -52,13 +52,13 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
             const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
             if (!SystemIO::File::Exists(copy.installedCopy)) {
                 m_log.Warning(unpackedFolder, u"File does not exist: " + copy.installedCopy);
-                verified.push_back({unpackedFolder, {nullptr, unpackedFolder}});
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}});
                 continue;
             }
             // The repair needs the archive; after it, a record answers what is asked here.
             auto installed = m_unpacker.Open(copy.installedCopy, repair ? PackageUse::Readable : use);
             if (!installed) {
-                verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
                 continue;
             }
             const ExtensionContainerInfo& info = *InfoOf(*installed);
@@ -73,15 +73,17 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
             }
             if (mismatch) continue;
             if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, depth)) {
-                if (auto extracted = InstallRepair::ExtractAgain(installed->container->Container(), unpackedFolder);
-                    !extracted) {
+                PackageExtraction extraction(*installed, m_unpacker.Mode());
+                if (auto extracted = InstallRepair::ExtractAgain(extraction, unpackedFolder); !extracted) {
                     m_log.Write(kCannotExtractAgain, unpackedFolder);
-                    m_log.Reason(kCannotExtractAgain.level, unpackedFolder, extracted.ErrorText());
+                    m_log.Reason(extraction.ReasonLevel(kCannotExtractAgain.level), unpackedFolder,
+                                 extracted.ErrorText());
                     m_repair.leftWorkBehind = true;
-                    verified.push_back({unpackedFolder, {nullptr, unpackedFolder}, true});
+                    verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
                     continue;
                 }
                 m_log.Write(kExtractedAgain, unpackedFolder);
+                extraction.ReportMismatches(m_log, info.GetDocumentID());
             }
             m_log.Associate(unpackedFolder, info.GetDocumentID());
             installed->path = unpackedFolder;

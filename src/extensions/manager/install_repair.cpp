@@ -74,9 +74,9 @@ bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& 
     return VdcContainer::HoldsExtractedFiles(installedCopy, unpackedFolder);
 }
 
-OvxUtils::Result<void> ExtractAgain(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder) {
+OvxUtils::Result<void> ExtractAgain(PackageExtraction& installedCopy, const CString& unpackedFolder) {
     if (auto cleared = SystemIO::Folder::DeleteTree(unpackedFolder); !cleared) return cleared;
-    return VdcContainer::ExtractFolder(installedCopy, u"", unpackedFolder);
+    return installedCopy.Into(unpackedFolder);
 }
 
 OvxUtils::Result<void> DeleteVersion(const CString& versionFolder) {

@@ -10,6 +10,7 @@
 
 #include "OvxComponent/container/zip_container.h"
 #include "extensions/manager/extension_log.h"
+#include "extensions/manager/package_extraction.h"
 #include "platform/system_io/held_file.h"
 
 #include <string_view>
@@ -54,7 +55,7 @@ bool SweepFolder(ExtensionLog& log, const CString& folder);
 bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder, Depth depth);
 
 // Replaces unpackedFolder by a fresh extraction of the installed copy.
-OvxUtils::Result<void> ExtractAgain(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder);
+OvxUtils::Result<void> ExtractAgain(PackageExtraction& installedCopy, const CString& unpackedFolder);
 
 // Deletes a version folder, and its extension folder when nothing else is left in it.
 OvxUtils::Result<void> DeleteVersion(const CString& versionFolder);

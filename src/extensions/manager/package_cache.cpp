@@ -3,29 +3,31 @@
 
 namespace OvxComponent {
 
-std::unique_ptr<ExtensionContainerInfo> PackageCache::Find(const CString& path, const FileIdentity& identity) {
+PackageCache::Record PackageCache::Find(const CString& path, const FileIdentity& identity) {
     const auto found = m_entries.find(path);
-    if (found == m_entries.end()) return nullptr;
+    if (found == m_entries.end()) return {};
     if (identity != found->second.identity) {
         m_entries.erase(found);
-        return nullptr;
+        return {};
     }
     found->second.used = m_generation;
-    return found->second.info->Modify();
+    return {found->second.info->Modify(), found->second.trust};
 }
 
-void PackageCache::Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info) {
-    m_entries.insert_or_assign(path, Entry{identity, info.Modify(), m_generation});
+void PackageCache::Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info,
+                            Verdict trust) {
+    m_entries.insert_or_assign(path, Entry{identity, info.Modify(), std::move(trust), m_generation});
 }
 
-void PackageCache::KeepOpened(const CString& path, const FileIdentity& identity,
-                              std::shared_ptr<ExtensionContainer> container) {
-    m_opened = {path, identity, std::move(container)};
+void PackageCache::KeepOpened(const CString& path, const FileIdentity& identity, Opened opened) {
+    m_openedPath = path;
+    m_openedIdentity = identity;
+    m_opened = std::move(opened);
 }
 
-std::shared_ptr<ExtensionContainer> PackageCache::FindOpened(const CString& path, const FileIdentity& identity) const {
-    if (!m_opened.container || m_opened.path != path || identity != m_opened.identity) return nullptr;
-    return m_opened.container;
+PackageCache::Opened PackageCache::FindOpened(const CString& path, const FileIdentity& identity) const {
+    if (!m_opened.container || m_openedPath != path || identity != m_openedIdentity) return {};
+    return m_opened;
 }
 
 void PackageCache::EndScan() {

@@ -10,6 +10,7 @@
 
 #include "OvxComponent/extensions/format/extension_container.h"
 #include "OvxComponent/extensions/format/extension_container_info.h"
+#include "extensions/trust/signature_check.h"
 #include "platform/system_io/file.h"
 
 #include <memory>
@@ -20,18 +21,29 @@ namespace OvxComponent {
 class PackageCache {
 public:
     using FileIdentity = OvxUtils::SystemIO::File::FileIdentity;
+    using Verdict = std::shared_ptr<const Trust::SignatureVerdict>;
 
+    struct Record {
+        std::unique_ptr<ExtensionContainerInfo> info;
+        Verdict trust;  // null while the trust policy is off
+    };
     // A copy of the record read from path, when the file there, whose identity the caller
-    // has just taken, is still the one it was read from; null otherwise.
-    std::unique_ptr<ExtensionContainerInfo> Find(const CString& path, const FileIdentity& identity);
+    // has just taken, is still the one it was read from; a null info otherwise.
+    Record Find(const CString& path, const FileIdentity& identity);
     // Keeps what was read from path, whose identity was taken before it was read.
-    void Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info);
+    void Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info,
+                  Verdict trust);
 
+    struct Opened {
+        std::shared_ptr<ExtensionContainer> container;
+        Verdict trust;
+    };
     // The package opened last, with its archive: a rescan that decides to unpack a new
     // package opens it once more, and gets this one instead of reading the file again.
-    void KeepOpened(const CString& path, const FileIdentity& identity, std::shared_ptr<ExtensionContainer> container);
-    // The kept package when it is path's and the file is unchanged; null otherwise.
-    std::shared_ptr<ExtensionContainer> FindOpened(const CString& path, const FileIdentity& identity) const;
+    void KeepOpened(const CString& path, const FileIdentity& identity, Opened opened);
+    // The kept package when it is path's and the file is unchanged; a null container
+    // otherwise.
+    Opened FindOpened(const CString& path, const FileIdentity& identity) const;
 
     // Marks the start of a rescan; EndScan drops the entries that were not used since,
     // and the package kept open.
@@ -42,15 +54,14 @@ private:
     struct Entry {
         FileIdentity identity;
         std::unique_ptr<ExtensionContainerInfo> info;
+        Verdict trust;
         std::uint64_t used = 0;  // the generation that last used it
     };
     std::unordered_map<CString, Entry> m_entries;
     std::uint64_t m_generation = 0;
-    struct Opened {
-        CString path;
-        FileIdentity identity;
-        std::shared_ptr<ExtensionContainer> container;
-    } m_opened;
+    CString m_openedPath;
+    FileIdentity m_openedIdentity;
+    Opened m_opened;
 };
 
 }  // namespace OvxComponent

@@ -3,8 +3,8 @@
 
 #include "OvxComponent/extensions/format/check_requirements.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
-#include "container/extract_folder.h"
 #include "extensions/manager/install_layout.h"
+#include "extensions/manager/package_extraction.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
@@ -38,32 +38,49 @@ OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, c
 
 OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
     m_log.Write(kOpeningPackage, path);
-    const auto cannotOpen = [&](const CString& reason) {
+    const auto cannotOpen = [&](const CString& reason, ExtensionLogLevel reasonLevel) {
         const CString text = m_log.Information(path, u"Cannot open " + path + u" as an extension");
-        m_log.Reason(ExtensionLogLevel::Information, path, reason);
+        m_log.Reason(reasonLevel, path, reason);
         return Error{text};
     };
     // A name without the package extension is refused without touching the file.
-    if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) return cannotOpen(CString());
+    if (!SystemIO::Path::HasExtension(path, Get_Extension_FileExtension())) {
+        return cannotOpen(CString(), ExtensionLogLevel::Information);
+    }
     // The identity is taken before anything is read: a file that changes while it is read
     // does not match it afterwards, and is read again.
     const auto identity = SystemIO::File::GetIdentity(path);
-    OpenedPackage package{identity ? m_packageCache.FindOpened(path, *identity) : nullptr, path,
-                          identity ? identity->lastWrite : 0};
+    OpenedPackage package{nullptr, path, identity ? identity->lastWrite : 0, nullptr};
+    if (identity) {
+        auto opened = m_packageCache.FindOpened(path, *identity);
+        package.container = std::move(opened.container);
+        package.trust = std::move(opened.trust);
+    }
     if (!package.container && use == PackageUse::RecordOnly && identity) {
-        if (auto record = m_packageCache.Find(path, *identity)) {
+        if (auto record = m_packageCache.Find(path, *identity); record.info) {
             package.container = std::make_shared<ExtensionContainer>();
-            package.container->SetInfo(std::move(record));
+            package.container->SetInfo(std::move(record.info));
+            package.trust = std::move(record.trust);
         }
     }
     if (!package.container) {
         auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
-        if (!opened) return cannotOpen(opened.ErrorText());
+        if (!opened) return cannotOpen(opened.ErrorText(), ExtensionLogLevel::Information);
         package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
-        if (identity && package.container->GetInfo()) {
-            m_packageCache.Remember(path, *identity, *package.container->GetInfo());
-            m_packageCache.KeepOpened(path, *identity, package.container);
+        if (m_trust.Mode() != TrustMode::Off) {
+            package.trust = std::make_shared<const Trust::SignatureVerdict>(
+                Trust::CheckSignature(package.container->Container(), package.container->GetInfo(), m_trust));
         }
+        if (identity && package.container->GetInfo()) {
+            m_packageCache.Remember(path, *identity, *package.container->GetInfo(), package.trust);
+            m_packageCache.KeepOpened(path, *identity, {package.container, package.trust});
+        }
+    }
+    if (package.trust && !package.trust->Holds()) {
+        const CString& reason = package.trust->problems.front();
+        if (m_trust.Mode() == TrustMode::Require) return cannotOpen(reason, ExtensionLogLevel::Error);
+        m_log.Write(kUntrustedButWarned, path);
+        m_log.Reason(kUntrustedButWarned.level, path, reason);
     }
     if (const ExtensionContainerInfo* info = package.container->GetInfo();
         info != nullptr && !CheckRequirements(info->GetRequirements(), m_host.requirementText, m_host.appSupported)) {
@@ -136,7 +153,7 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
     // is the copy's too, as long as the package file stayed what it was when it was read.
     const auto unchangedSinceRead = [&] {
         const auto now = package.path ? SystemIO::File::GetIdentity(*package.path) : std::nullopt;
-        return now && m_packageCache.FindOpened(*package.path, *now) == package.container;
+        return now && m_packageCache.FindOpened(*package.path, *now).container == package.container;
     };
     const bool readBeforeCopy = unchangedSinceRead();
     if (auto clone = package.container->Clone(installedCopy)) {
@@ -145,7 +162,7 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
         if (readBeforeCopy && copyIdentity && unchangedSinceRead()) {
             auto copy = std::make_shared<ExtensionContainer>();
             copy->Adopt(std::move(*clone), info.Modify());
-            m_packageCache.KeepOpened(installedCopy, *copyIdentity, std::move(copy));
+            m_packageCache.KeepOpened(installedCopy, *copyIdentity, {std::move(copy), package.trust});
         } else {
             clone->Discard();  // a fresh copy holds nothing unsaved
         }
@@ -154,10 +171,16 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
         m_log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
     }
     const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
-    if (auto extracted = VdcContainer::ExtractFolder(*package.container, u"", unpackedFolder); !extracted) {
+    PackageExtraction extraction(package, m_trust.Mode());
+    if (auto extracted = extraction.Into(unpackedFolder); !extracted) {
         const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
-        m_log.Reason(kErrorWhenUnpacking.level, documentId, extracted.ErrorText());
+        m_log.Reason(extraction.ReasonLevel(kErrorWhenUnpacking.level), documentId, extracted.ErrorText());
         return Error{text};
+    }
+    extraction.ReportMismatches(m_log, documentId);
+    if (package.trust && package.trust->Holds() && package.trust->signer) {
+        m_log.Information(documentId, CString(kSignedByPrefix) +
+                                          CString::FromUtf8(Minisign::KeyIdText(package.trust->signer->keyId)));
     }
 
     auto installed = Open(installedCopy, PackageUse::Readable);

@@ -8,6 +8,7 @@
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/package_cache.h"
+#include "extensions/trust/trust_store.h"
 
 #include <cstdint>
 #include <functional>
@@ -30,18 +31,23 @@ struct RequirementPredicates {
 class PackageUnpacker {
 public:
     PackageUnpacker(ExtensionLog& log, const CString& platformFolder, RequirementPredicates host,
-                    const LoadedExtensions& loadedExtensions, PackageCache& packageCache, bool& leftWorkBehind)
+                    const LoadedExtensions& loadedExtensions, PackageCache& packageCache, bool& leftWorkBehind,
+                    const Trust::TrustStore& trust)
         : m_log(log), m_platformFolder(platformFolder), m_host(host), m_loadedExtensions(loadedExtensions),
-          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind) {}
+          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind), m_trust(trust) {}
 
     // With RecordOnly the container may be a record without an open archive; the log
-    // lines and the requirement check are the same either way.
+    // lines and the requirement check are the same either way. Under a trust policy the
+    // package's signature is checked once per file state: Require refuses a package whose
+    // signature does not hold, Warn logs it as an error and goes on.
     OpenResult Open(const CString& path, PackageUse use);
     // Whether the package should be unpacked; the error text says why not.
     OvxUtils::Result<void> ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime);
     // Unpacks into installFolder, which must be the platform folder; the result is the
     // installed copy with the unpacked folder as its path.
     OpenResult Unpack(const OpenedPackage& package, const CString& installFolder);
+
+    TrustMode Mode() const { return m_trust.Mode(); }
 
 private:
     ExtensionLog& m_log;
@@ -50,6 +56,8 @@ private:
     const LoadedExtensions& m_loadedExtensions;
     PackageCache& m_packageCache;
     bool& m_leftWorkBehind;  // set when a tree could not be deleted: the next start repairs
+    const Trust::TrustStore& m_trust;
 };
+
 
 }  // namespace OvxComponent

@@ -221,7 +221,7 @@ TEST_F(PackageUnpacking, UnpackRefusesAForeignInstallFolder) {
 }
 
 TEST_F(PackageUnpacking, PackageWithoutMetadataIsAFormatError) {
-    OpenedPackage bare{nullptr, CString(u"bare.OrvexExtension")};
+    OpenedPackage bare{nullptr, CString(u"bare.OrvexExtension"), 0, nullptr};
     EXPECT_EQ(manager->ShouldUnpack(bare, 1).ErrorText(), u"File format error.");
     EXPECT_EQ(manager->Unpack(bare, manager->GetPlatformFolder()).ErrorText(), u"no valid extension info?");
     EXPECT_THAT(Installed(), testing::IsEmpty());

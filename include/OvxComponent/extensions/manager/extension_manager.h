@@ -11,6 +11,7 @@
 #include "OvxComponent/extensions/loading/extension_installer.h"
 #include "OvxComponent/extensions/loading/ui_resource_files.h"
 #include "OvxComponent/extensions/manager/extension_log_entry.h"
+#include "OvxComponent/extensions/trust/trust_policy.h"
 #include "OvxComponent/platform/array_view.h"
 #include "OvxComponent/platform/delegate.h"
 #include "OvxComponent/platform/result.h"
@@ -94,5 +95,15 @@ OVX_API std::shared_ptr<IExtensionManager> MakeExtensionManager(
     std::function<void(OvxUtils::Delegate<void()>)> dispatchToMainThread, std::function<bool(CString)> requirementText,
     std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
     OvxUtils::NamedOutStream logStream);
+
+// The same, with a trust policy that decides which packages may be unpacked and loaded by
+// who signed them (TrustPolicy). Fails, naming the item, when a trusted key or key file
+// cannot be read or parsed, when a revoked key ID is not one, or when Require is given no
+// key to trust. With TrustMode::Off it makes the same manager as the function above.
+OVX_API OvxUtils::Result<std::shared_ptr<IExtensionManager>> MakeExtensionManager(
+    CString rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sourceFolders,
+    std::function<void(OvxUtils::Delegate<void()>)> dispatchToMainThread, std::function<bool(CString)> requirementText,
+    std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
+    OvxUtils::NamedOutStream logStream, const TrustPolicy& trustPolicy);
 
 }  // namespace OvxComponent
