@@ -4,6 +4,7 @@
 
 #include "argument_parser.h"
 #include "commands.h"
+#include "signing.h"
 #include "json_output.h"
 #include "package_reader.h"
 
@@ -92,7 +93,11 @@ int RunCheck(const CommandContext& context) {
                                        {"actual", JsonText(unmet->actual.IsEmpty() ? hostSide : unmet->actual)}}}});
         code = kExitProblems;
     }
-    if (json) WriteJson(context, {{"file", file}, {"loads", code == kExitOk}, {"apps", verdicts}});
+    out << "signature: " << SignerText(*package) << "\n";
+    if (json) {
+        WriteJson(context,
+                  {{"file", file}, {"loads", code == kExitOk}, {"apps", verdicts}, {"signature", SignerJson(*package)}});
+    }
     return code;
 }
 

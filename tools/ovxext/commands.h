@@ -22,6 +22,9 @@ int RunLint(const CommandContext& context);
 int RunLs(const CommandContext& context);
 int RunDemo(const CommandContext& context);
 int RunHost(const CommandContext& context);
+int RunKeygen(const CommandContext& context);
+int RunSign(const CommandContext& context);
+int RunVerify(const CommandContext& context);
 
 // True when args ask for the command's help ("--help" or "-h" anywhere).
 bool WantsHelp(const std::vector<std::string>& args);

@@ -88,7 +88,7 @@ public:
         Step("1. Start-up: MakeExtensionManager, RegisterInstaller, the UI and resource callbacks,\n"
              "   StartLoading, FinishLoading, TrackSourceFolders. Nothing is installed yet.");
         auto session = std::make_unique<HostSession>(m_out, Options());
-        session->Start();
+        static_cast<void>(session->Start());  // no trust policy: nothing to fail
         ShowLoaded(*session);
 
         Step("2. Toolbox 1.0 is dropped into the source folder: the manager unpacks it, loads it\n"
@@ -127,7 +127,7 @@ public:
              "   disk and is loaded; Legacy Panel is refused again.");
         session->Finish();
         session = std::make_unique<HostSession>(m_out, Options());
-        session->Start(true);
+        static_cast<void>(session->Start(true));  // no trust policy: nothing to fail
         ShowLoaded(*session);
 
         Step("8. Shutdown: UnloadAll, then the failure report that a host shows its user.");
@@ -141,7 +141,7 @@ public:
 
 private:
     CString Combine(const CString& relative) const { return SystemIO::Path::Combine(m_work, relative); }
-    HostOptions Options() const { return {m_data, {m_source}, ExtensionAppSupport::Atlas, {u"brushes"}}; }
+    HostOptions Options() const { return {m_data, {m_source}, ExtensionAppSupport::Atlas, {u"brushes"}, {}}; }
 
     void Step(const char* text) { m_out << "\n== " << text << "\n"; }
 

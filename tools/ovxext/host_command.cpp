@@ -20,7 +20,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kHelp =
-    "usage: ovxext host --data DIR --source DIR [--source DIR]... [--app NAME] [--feature NAME]... [--once]\n"
+    "usage: ovxext host --data DIR --source DIR [--source DIR]... [--app NAME] [--feature NAME]...\n"
+    "                   [--trust PUBLIC]... [--trust-mode warn|require] [--once]\n"
     "\n"
     "Runs a host over real folders until interrupted (Ctrl+C): it loads the extensions\n"
     "unpacked below DIR of --data (in its x64 folder), watches every --source folder for\n"
@@ -30,9 +31,16 @@ constexpr const char* kHelp =
     "application/x-vnd.ovx.demo-tool; UI and resource files count under the add-on name OvxDemo.\n"
     "When interrupted it unloads everything and prints the failure report.\n"
     "\n"
-    "  --once   start, scan the source folders, report and exit instead of waiting\n"
+    "  --trust PUBLIC             trust packages signed by the key in this minisign public key\n"
+    "                             file (repeatable); with it, only such packages are loaded\n"
+    "  --trust-mode warn|require  require: load only packages signed by a trusted key (the\n"
+    "                             default with --trust); warn: load every package, and report\n"
+    "                             each that is not as an error\n"
+    "  --once                     start, scan the source folders, report and exit instead of\n"
+    "                             waiting\n"
     "\n"
-    "exit codes: 0 nothing failed, 1 failures were reported, 2 usage error\n";
+    "exit codes: 0 nothing failed, 1 failures were reported, 2 usage error, 3 the data folder\n"
+    "or a trusted key cannot be used\n";
 
 }  // namespace
 
@@ -43,6 +51,8 @@ int RunHost(const CommandContext& context) {
     parser.AddOption("--source", true);
     parser.AddOption("--app");
     parser.AddOption("--feature", true);
+    parser.AddOption("--trust", true);
+    parser.AddOption("--trust-mode");
     parser.AddFlag("--once");
     if (!parser.Parse(context.args)) return ReportUsage(context, "host", parser.Error());
     if (!parser.Positional().empty()) {
@@ -66,6 +76,14 @@ int RunHost(const CommandContext& context) {
         options.app = *parsed;
     }
     for (const std::string& feature : parser.Values("--feature")) options.features.push_back(FromUtf8(feature));
+    for (const std::string& key : parser.Values("--trust")) options.trust.trustedKeyFiles.push_back(FromUtf8(key));
+    if (!options.trust.trustedKeyFiles.empty()) options.trust.mode = OvxComponent::TrustMode::Require;
+    if (const auto mode = parser.Value("--trust-mode")) {
+        if (*mode != "warn" && *mode != "require") {
+            return ReportUsage(context, "host", "--trust-mode is warn or require, not '" + *mode + "'");
+        }
+        options.trust.mode = *mode == "warn" ? OvxComponent::TrustMode::Warn : OvxComponent::TrustMode::Require;
+    }
     if (auto made = OvxUtils::SystemIO::Folder::EnsureExists(options.dataFolder); !made) {
         return ReportError(context, "host", *data, Utf8(made.ErrorText()), kExitFailure);
     }
@@ -77,7 +95,9 @@ int RunHost(const CommandContext& context) {
     }
     // Tracking first: a package updated while the host was stopped is unpacked by the first
     // scan and then loaded by the initial pass, instead of the older copy.
-    session.Start(true);
+    if (auto started = session.Start(true); !started) {
+        return ReportError(context, "host", "--trust", Utf8(started.ErrorText()), kExitFailure);
+    }
     if (!parser.Has("--once")) session.Loop().RunUntil([] { return Interrupt::Requested(); }, std::chrono::hours(24 * 365));
     context.out << "ovxext host: stopping\n";
     return session.Finish() == 0 ? kExitOk : kExitProblems;

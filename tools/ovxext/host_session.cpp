@@ -37,7 +37,7 @@ HostSession::~HostSession() {
     m_manager.reset();
 }
 
-void HostSession::Start(bool scanFirst) {
+OvxUtils::Result<void> HostSession::Start(bool scanFirst) {
     std::vector<ExtensionSourceFolder> sources;
     for (const CString& folder : m_options.sourceFolders) sources.push_back({u"source", folder});
     const CString addonNames[] = {kHostAddonName};
@@ -46,8 +46,11 @@ void HostSession::Start(bool scanFirst) {
         return std::find(offered.begin(), offered.end(), feature) != offered.end();
     };
     auto apps = [app = m_options.app](ExtensionAppSupport candidate) { return candidate == app; };
-    m_manager = MakeExtensionManager(m_options.dataFolder, sources, dispatch, features, apps, addonNames,
-                                     {u"ovxext console", std::nullopt, std::make_shared<ConsoleLogStream>(m_out, "  log ")});
+    auto made = MakeExtensionManager(m_options.dataFolder, sources, dispatch, features, apps, addonNames,
+                                     {u"ovxext console", std::nullopt, std::make_shared<ConsoleLogStream>(m_out, "  log ")},
+                                     m_options.trust);
+    if (!made) return made.TakeError();
+    m_manager = std::move(*made);
 
     std::ostream& out = m_out;
     auto loaded = m_loaded;
@@ -91,6 +94,7 @@ void HostSession::Start(bool scanFirst) {
     m_manager->FinishLoading();
     if (!scanFirst) m_manager->TrackSourceFolders();
     Settle();
+    return {};
 }
 
 void HostSession::Settle() { m_loop.RunUntilQuiet(400ms, 30s); }

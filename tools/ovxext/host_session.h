@@ -26,6 +26,7 @@ struct HostOptions {
     std::vector<CString> sourceFolders;
     OvxComponent::ExtensionAppSupport app = OvxComponent::ExtensionAppSupport::Atlas;
     std::vector<CString> features;
+    OvxComponent::TrustPolicy trust;  // off unless --trust or --trust-mode
 };
 
 class HostSession {
@@ -35,8 +36,9 @@ public:
 
     // Makes the manager and registers the installer and callbacks. With scanFirst, the
     // source folders are tracked (and scanned) before loading starts, which is how a host
-    // takes updates of extensions that it loaded in an earlier run.
-    void Start(bool scanFirst = false);
+    // takes updates of extensions that it loaded in an earlier run. Fails when the trust
+    // policy's keys cannot be used; then nothing is started.
+    OvxUtils::Result<void> Start(bool scanFirst = false);
     // Runs the main thread until nothing has happened for a moment.
     void Settle();
     // Ends the session: everything unloaded, the failure report shown; the number of

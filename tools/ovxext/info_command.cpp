@@ -2,6 +2,7 @@
 // "Field: value" per line.
 
 #include "commands.h"
+#include "signing.h"
 #include "package_reader.h"
 
 #include "argument_parser.h"
@@ -123,9 +124,12 @@ int RunInfo(const CommandContext& context) {
                            kExitFailure);
     }
     if (parser.Has("--json")) {
-        WriteJson(context, InfoJson(*info));
+        Json document = InfoJson(*info);
+        document["signature"] = SignerJson(*package);
+        WriteJson(context, document);
     } else {
         WriteInfo(*info, context.out);
+        context.out << "Signature: " << SignerText(*package) << "\n";
     }
     return kExitOk;
 }

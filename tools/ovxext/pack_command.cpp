@@ -7,6 +7,7 @@
 #include "metadata_file.h"
 #include "metadata_values.h"
 #include "pack_selection.h"
+#include "signing.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"
 #include "platform/system_io/file.h"
@@ -49,6 +50,9 @@ constexpr const char* kHelp =
     "  --windows-max V        Windows version bound (exclusive; '*' for none)\n"
     "  --keyword K            a keyword (repeatable)\n"
     "  --creator-tool T       the tool that made the package (default ovxext)\n"
+    "  --sign SECRET          sign the package with this secret key ('ovxext keygen'; an\n"
+    "                         encrypted key's password is asked on the terminal, or taken\n"
+    "                         from OVXEXT_KEY_PASSWORD when there is none)\n"
     "  --force                replace FILE when it exists\n"
     "  --dry-run              list the entries that would be packed, and write nothing\n"
     "  --quiet                print nothing but errors\n"
@@ -62,8 +66,9 @@ constexpr const char* kHelp =
     "the project and ignore files, and FILE itself. The package is written\n"
     "under a temporary name, read back as a host reads it, and only then named FILE.\n"
     "\n"
-    "exit codes: 0 packed, 2 usage error or metadata no host can accept, 3 a file cannot be\n"
-    "read, a link is refused, nothing is left to pack, or the package cannot be written\n";
+    "exit codes: 0 packed, 2 usage error or metadata no host can accept, 3 a file or the\n"
+    "secret key cannot be read, a link is refused, nothing is left to pack, or the package\n"
+    "cannot be written\n";
 
 // Applies the options to data.
 OvxUtils::Result<void> ApplyOptions(const ArgumentParser& parser, OvxComponent::ExtensionData& data) {
@@ -195,7 +200,8 @@ int RunPack(const CommandContext& context) {
     parser.AddOption("--output");
     parser.AddAlias("-o", "--output");
     for (const char* option : {"--metadata", "--id", "--version", "--type", "--title", "--description", "--notes",
-                               "--suite-min", "--suite-max", "--windows-min", "--windows-max", "--creator-tool"}) {
+                               "--suite-min", "--suite-max", "--windows-min", "--windows-max", "--creator-tool",
+                               "--sign"}) {
         parser.AddOption(option);
     }
     for (const char* option : {"--app", "--platform", "--keyword"}) parser.AddOption(option, true);
@@ -239,6 +245,14 @@ int RunPack(const CommandContext& context) {
         return kExitOk;
     }
 
+    // The key is read, its password asked, before anything is written.
+    std::optional<OvxComponent::Minisign::SecretKey> key;
+    if (const auto secret = parser.Value("--sign")) {
+        auto read = ReadSecretKey(*secret);
+        if (!read) return ReportError(context, "pack", *secret, Utf8(read.ErrorText()), kExitFailure);
+        key = std::move(*read);
+    }
+
     std::uint64_t bytes = 0;
     for (const CString& file : *files) bytes += OvxUtils::SystemIO::File::GetSize(file).value_or(0);
     if (IsLargeWork(files->size(), bytes)) {
@@ -249,18 +263,28 @@ int RunPack(const CommandContext& context) {
     // that passes takes its name.
     const CString temporary =
         OvxUtils::SystemIO::TemporaryName::Beside(packagePath, OvxUtils::SystemIO::TemporaryName::kWriting);
-    auto written = WritePackage(temporary, data, folder, *files, parser.Has("--reproducible"));
+    const bool reproducible = parser.Has("--reproducible");
+    auto written = WritePackage(temporary, data, folder, *files, reproducible);
     if (written) written = ReadBack(temporary);
+    // Signed, it is written once more beside, and read back with its signature checked.
+    const CString finished =
+        key ? OvxUtils::SystemIO::TemporaryName::Beside(packagePath, OvxUtils::SystemIO::TemporaryName::kWriting)
+            : temporary;
+    if (written && key) {
+        if (auto signer = SignAndCheck(temporary, finished, *key, reproducible); !signer) written = signer.TakeError();
+    }
     std::error_code renameError;
-    if (written) std::filesystem::rename(NativePath(temporary), NativePath(packagePath), renameError);
+    if (written) std::filesystem::rename(NativePath(finished), NativePath(packagePath), renameError);
+    OvxUtils::SystemIO::File::Delete(temporary);
     if (!written || renameError) {
-        OvxUtils::SystemIO::File::Delete(temporary);
+        OvxUtils::SystemIO::File::Delete(finished);
         const std::string why = written ? "cannot be moved into place: " + renameError.message() : Utf8(written.ErrorText());
         return ReportError(context, "pack", packageText, why, kExitFailure);
     }
     if (!parser.Has("--quiet")) {
         context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into "
-                    << packageText << "\n";
+                    << packageText << (key ? ", signed with key ID " + OvxComponent::Minisign::KeyIdText(key->id) : "")
+                    << "\n";
     }
     return kExitOk;
 }

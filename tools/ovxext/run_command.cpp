@@ -24,9 +24,12 @@ constexpr const char* kUsage =
     "                                   tell whether the package would load on that host, and why not\n"
     "  unpack FILE DIR                  extract the whole package into DIR, safely\n"
     "  lint FILE                        list every problem of the package\n"
+    "  keygen -s SECRET -p PUBLIC       make a key pair for signing packages (minisign's files)\n"
+    "  sign FILE -s SECRET              sign the package, replacing an earlier signature\n"
+    "  verify FILE -p PUBLIC...         tell whether the signature holds under one of the keys\n"
     "  ls FILE                          list the entries of the package\n"
     "  demo [--keep DIR]                walk through the life of extensions in a host, step by step\n"
-    "  host --data DIR --source DIR [--app NAME] [--feature NAME]...\n"
+    "  host --data DIR --source DIR [--app NAME] [--feature NAME]... [--trust PUBLIC]...\n"
     "                                   run a host over real folders until interrupted\n"
     "  help                             show this text (also --help)\n"
     "  version                          show the component version (also --version)\n"
@@ -35,7 +38,8 @@ constexpr const char* kUsage =
     "\n"
     "exit codes:\n"
     "  0  done; check: the package would load; lint: no problems\n"
-    "  1  check: the package would not load; lint: problems found\n"
+    "  1  check: the package would not load; lint: problems found; verify: the signature\n"
+    "     does not hold\n"
     "  2  usage error\n"
     "  3  a file or package could not be read or written\n"
     "\n"
@@ -90,6 +94,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     static const std::map<std::string, int (*)(const CommandContext&)> commands{
         {"init", &RunInit}, {"pack", &RunPack}, {"info", &RunInfo}, {"check", &RunCheck}, {"unpack", &RunUnpack},
         {"lint", &RunLint}, {"ls", &RunLs},     {"demo", &RunDemo},   {"host", &RunHost},
+        {"keygen", &RunKeygen}, {"sign", &RunSign}, {"verify", &RunVerify},
     };
     const auto found = commands.find(command);
     if (found == commands.end()) {

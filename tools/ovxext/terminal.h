@@ -1,8 +1,15 @@
-// Whether standard error is a terminal, where progress lines are shown.
+// The terminal: whether progress lines go to one, and passwords read from one.
 #pragma once
+
+#include <optional>
+#include <string>
 
 namespace Ovxext {
 
 bool StandardErrorIsTerminal();
+
+// Reads a line from the terminal without showing it, after writing prompt there. Nothing
+// when standard input is not a terminal (a script, a pipe, a test).
+std::optional<std::string> ReadPasswordFromTerminal(const std::string& prompt);
 
 }  // namespace Ovxext

@@ -1,10 +1,34 @@
-// Whether standard error is a terminal, on POSIX systems.
+// The terminal on POSIX systems.
 #include "terminal.h"
 
+#include <fcntl.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace Ovxext {
 
 bool StandardErrorIsTerminal() { return ::isatty(STDERR_FILENO) != 0; }
+
+std::optional<std::string> ReadPasswordFromTerminal(const std::string& prompt) {
+    if (::isatty(STDIN_FILENO) == 0) return std::nullopt;
+    const int tty = ::open("/dev/tty", O_RDWR | O_CLOEXEC);
+    if (tty < 0) return std::nullopt;
+    termios saved{};
+    const bool canHide = ::tcgetattr(tty, &saved) == 0;
+    if (canHide) {
+        termios hidden = saved;
+        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        ::tcsetattr(tty, TCSAFLUSH, &hidden);
+    }
+    static_cast<void>(::write(tty, prompt.data(), prompt.size()));
+    std::string line;
+    char c = 0;
+    while (::read(tty, &c, 1) == 1 && c != '\n') line += c;
+    if (canHide) ::tcsetattr(tty, TCSAFLUSH, &saved);
+    static_cast<void>(::write(tty, "\n", 1));
+    ::close(tty);
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return line;
+}
 
 }  // namespace Ovxext

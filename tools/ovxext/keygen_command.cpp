@@ -1,0 +1,84 @@
+// ovxext keygen: a key pair for signing packages, in minisign's files.
+
+#include "argument_parser.h"
+#include "commands.h"
+#include "signing.h"
+
+#include "platform/system_io/file.h"
+
+namespace Ovxext {
+
+namespace {
+
+namespace Minisign = OvxComponent::Minisign;
+
+constexpr const char* kHelp =
+    "usage: ovxext keygen -s SECRET -p PUBLIC [--no-password] [--force] [--json]\n"
+    "\n"
+    "Makes an Ed25519 key pair for signing packages, in minisign's formats: the secret key\n"
+    "in SECRET (readable by its owner only), the public key in PUBLIC, for hosts to trust.\n"
+    "The secret key is encrypted with a password (scrypt, as minisign does), asked on the\n"
+    "terminal or taken from OVXEXT_KEY_PASSWORD when there is none.\n"
+    "\n"
+    "options:\n"
+    "  -s, --secret FILE      the secret key file to write (required)\n"
+    "  -p, --public FILE      the public key file to write (required)\n"
+    "  --no-password          leave the secret key unencrypted (for build machines that keep\n"
+    "                         it safe otherwise)\n"
+    "  --force                replace key files that exist\n"
+    "  --json                 print the key ID and the public key as JSON\n"
+    "\n"
+    "exit codes: 0 written, 2 usage error, 3 a key file exists or cannot be written\n";
+
+}  // namespace
+
+int RunKeygen(const CommandContext& context) {
+    if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
+    ArgumentParser parser;
+    for (const char* flag : {"--no-password", "--force", "--json"}) parser.AddFlag(flag);
+    parser.AddOption("--secret");
+    parser.AddAlias("-s", "--secret");
+    parser.AddOption("--public");
+    parser.AddAlias("-p", "--public");
+    if (!parser.Parse(context.args)) return ReportUsage(context, "keygen", parser.Error());
+    if (!parser.Positional().empty()) return ReportUsage(context, "keygen", "unexpected argument " + parser.Positional()[0]);
+    const auto secretPath = parser.Value("--secret");
+    const auto publicPath = parser.Value("--public");
+    if (!secretPath || !publicPath) return ReportUsage(context, "keygen", "-s SECRET and -p PUBLIC are required");
+    if (*secretPath == *publicPath) return ReportUsage(context, "keygen", "SECRET and PUBLIC must be two files");
+    for (const std::string* path : {&*secretPath, &*publicPath}) {
+        if (OvxUtils::SystemIO::File::Exists(FromUtf8(*path)) && !parser.Has("--force")) {
+            return ReportError(context, "keygen", *path, "exists already (--force replaces it)", kExitFailure);
+        }
+    }
+    if (!Minisign::StartSodium()) return ReportError(context, "keygen", *secretPath, "libsodium does not start", kExitFailure);
+
+    std::string password;
+    if (!parser.Has("--no-password")) {
+        auto given = KeyPassword(*secretPath, true);
+        if (!given) return ReportError(context, "keygen", *secretPath, Utf8(given.ErrorText()), kExitFailure);
+        if (given->empty()) return ReportUsage(context, "keygen", "an empty password: use --no-password for none");
+        password = std::move(*given);
+    }
+    const Minisign::SecretKey key = Minisign::GenerateSecretKey();
+    const Minisign::PublicKey publicKey = Minisign::PublicKeyOf(key);
+    auto secretText = Minisign::FormatSecretKeyFile(key, password);
+    if (!secretText) return ReportError(context, "keygen", *secretPath, Utf8(secretText.ErrorText()), kExitFailure);
+    if (auto written = WriteKeyFile(FromUtf8(*secretPath), *secretText, true); !written) {
+        return ReportError(context, "keygen", *secretPath, Utf8(written.ErrorText()), kExitFailure);
+    }
+    if (auto written = WriteKeyFile(FromUtf8(*publicPath), Minisign::FormatPublicKeyFile(publicKey), false); !written) {
+        return ReportError(context, "keygen", *publicPath, Utf8(written.ErrorText()), kExitFailure);
+    }
+    const std::string id = Minisign::KeyIdText(publicKey.id);
+    if (parser.Has("--json")) {
+        WriteJson(context, {{"keyId", id}, {"publicKey", Minisign::PublicKeyBase64(publicKey)},
+                            {"secretKeyFile", *secretPath}, {"publicKeyFile", *publicPath}});
+    } else {
+        context.out << "key ID " << id << ": secret key in " << *secretPath << ", public key in " << *publicPath
+                    << "\n";
+    }
+    return kExitOk;
+}
+
+}  // namespace Ovxext

@@ -1,0 +1,125 @@
+// ovxext's signing support.
+#include "signing.h"
+
+#include "terminal.h"
+
+#include "extensions/trust/signature_check.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/temporary_name.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace Ovxext {
+
+namespace {
+
+namespace Minisign = OvxComponent::Minisign;
+namespace Trust = OvxComponent::Trust;
+using OvxUtils::Error;
+
+// SOURCE_DATE_EPOCH when set (reproducible builds), else the fixed time of reproducible
+// packages when reproducible, else now.
+std::uint64_t SigningTime(bool reproducible) {
+    if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH")) {
+        char* end = nullptr;
+        const unsigned long long seconds = std::strtoull(epoch, &end, 10);
+        if (end != epoch && *end == '\0') return seconds;
+    }
+    if (reproducible) return 315532800;  // 1980-01-01, the time of every entry
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count());
+}
+
+// What the signature entry says of who signed, without a key to check it with.
+Trust::SignatureVerdict ReadSigner(const OvxComponent::ExtensionContainer& package) {
+    return Trust::CheckSignature(package.Container(), package.GetInfo(), Trust::TrustStore());
+}
+
+}  // namespace
+
+OvxUtils::Result<std::string> KeyPassword(const std::string& path, bool confirm) {
+    if (auto typed = ReadPasswordFromTerminal("Password for " + path + ": ")) {
+        if (confirm) {
+            const auto again = ReadPasswordFromTerminal("Password for " + path + " (again): ");
+            if (!again || *again != *typed) return Error{u"the two passwords differ"};
+        }
+        return std::move(*typed);
+    }
+    if (const char* variable = std::getenv(kPasswordVariable)) return std::string(variable);
+    return Error{u"the key needs a password: type it on a terminal, or set " + FromUtf8(kPasswordVariable)};
+}
+
+OvxUtils::Result<Minisign::SecretKey> ReadSecretKey(const std::string& path) {
+    if (!Minisign::StartSodium()) return Error{u"libsodium does not start"};
+    auto text = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
+    if (!text) return text.TakeError();
+    return Minisign::ParseSecretKeyFile(*text, [&] { return KeyPassword(path, false); });
+}
+
+OvxUtils::Result<std::vector<Minisign::PublicKey>> ReadPublicKeys(const std::vector<std::string>& paths) {
+    std::vector<Minisign::PublicKey> keys;
+    for (const std::string& path : paths) {
+        auto text = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
+        if (!text) return text.TakeError();
+        auto key = Minisign::ParsePublicKey(*text);
+        if (!key) return Error{FromUtf8(path) + u": " + key.ErrorText()};
+        keys.push_back(*key);
+    }
+    return keys;
+}
+
+OvxUtils::Result<void> WriteKeyFile(const CString& path, const std::string& text, bool secret) {
+    namespace fs = std::filesystem;
+    const CString temporary =
+        OvxUtils::SystemIO::TemporaryName::Beside(path, OvxUtils::SystemIO::TemporaryName::kWriting);
+    std::error_code error;
+    {
+        // Created empty, narrowed, and only then written.
+        std::ofstream file(NativePath(temporary), std::ios::binary);
+        if (!file) return Error{u"cannot create " + temporary};
+        if (secret) fs::permissions(NativePath(temporary), fs::perms::owner_read | fs::perms::owner_write,
+                                    fs::perm_options::replace, error);
+        if (!error) file << text;
+        file.flush();
+        if (!error && !file) error = std::make_error_code(std::errc::io_error);
+    }
+    if (!error) fs::rename(NativePath(temporary), NativePath(path), error);
+    if (error) {
+        OvxUtils::SystemIO::File::Delete(temporary);
+        return Error{u"cannot write " + path + u": " + FromUtf8(error.message())};
+    }
+    return {};
+}
+
+OvxUtils::Result<Trust::Signer> SignAndCheck(const CString& source, const CString& target,
+                                             const Minisign::SecretKey& key, bool reproducible) {
+    auto signer = Trust::SignPackage(source, target, key, SigningTime(reproducible), reproducible);
+    if (!signer) return signer.TakeError();
+    auto written = OvxComponent::ExtensionContainer::Open(target, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    if (!written) return Error{u"the signed package cannot be opened again: " + written.ErrorText()};
+    const Trust::TrustStore store({Minisign::PublicKeyOf(key)});
+    Trust::SignatureVerdict verdict = Trust::CheckSignature(written->Container(), written->GetInfo(), store);
+    if (verdict.Holds()) verdict.problems = Trust::CheckContents(written->Container(), verdict.digests);
+    if (!verdict.Holds()) return Error{u"the signed package does not verify: " + verdict.problems.front()};
+    return signer;
+}
+
+std::string SignerText(const OvxComponent::ExtensionContainer& package) {
+    const Trust::SignatureVerdict verdict = ReadSigner(package);
+    if (!verdict.isSigned) return "unsigned";
+    if (!verdict.signer) return "signed, but the signature cannot be read: " + Utf8(verdict.problems.front());
+    return "key ID " + Minisign::KeyIdText(verdict.signer->keyId) + ", trusted comment: " +
+           verdict.signer->trustedComment;
+}
+
+Json SignerJson(const OvxComponent::ExtensionContainer& package) {
+    const Trust::SignatureVerdict verdict = ReadSigner(package);
+    if (!verdict.isSigned) return nullptr;
+    if (!verdict.signer) return {{"error", JsonText(verdict.problems.front())}};
+    return {{"keyId", Minisign::KeyIdText(verdict.signer->keyId)}, {"trustedComment", verdict.signer->trustedComment}};
+}
+
+}  // namespace Ovxext
