@@ -187,11 +187,12 @@ TEST_F(OvxextTest, CheckPassesAndExplainsFailures) {
     const std::string ok = Pack(u"ok", {"--app", "Cinder", "--suite-min", "18.0"});
     const RunResult passes = RunOvxext({"check", ok, "--app", "Cinder"});
     EXPECT_EQ(passes.code, 0) << passes.err;
-    EXPECT_EQ(passes.out, ok + ": would load on Cinder\n");
+    EXPECT_EQ(passes.out, ok + ": would load on Cinder\nsignature: unsigned\n");
     const RunResult both = RunOvxext({"check", ok, "--app", "Cinder,Delta"});
     EXPECT_EQ(both.code, 1);
     EXPECT_EQ(both.out, ok + ": would load on Cinder\n" + ok +
-                            ": would not load on Delta\napplication: requires one of Cinder, this host is Delta\n");
+                            ": would not load on Delta\napplication: requires one of Cinder, this host is Delta\n"
+                            "signature: unsigned\n");
     const RunResult json = RunOvxext({"check", ok, "--app", "Delta", "--json"});
     EXPECT_EQ(json.code, 1);
     EXPECT_NE(json.out.find("\"required\": \"requires one of Cinder\""), std::string::npos) << json.out;
@@ -276,6 +277,45 @@ TEST_F(OvxextTest, UsageAndFileErrors) {
     const RunResult help = RunOvxext({"pack", "--help"});
     EXPECT_EQ(help.code, 0);
     EXPECT_EQ(help.out.rfind("usage: ovxext pack", 0), 0u) << help.out;
+}
+
+}  // namespace
+
+namespace {
+
+// An author's round: a key pair, a signed pack, verification under the right and the wrong
+// key, the signer in info and check, and signing a package that was packed unsigned.
+TEST_F(OvxextTest, KeygenPackSignVerifyAndTheSignerInInfoAndCheck) {
+    const auto keygen = [&](const char16_t* name, std::vector<std::string> extra = {}) {
+        std::vector<std::string> args{"keygen", "-s", Path(name) + ".key", "-p", Path(name) + ".pub", "--no-password"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        return RunOvxext(args);
+    };
+    EXPECT_EQ(keygen(u"author").code, 0);
+    EXPECT_EQ(keygen(u"other").code, 0);
+    EXPECT_EQ(keygen(u"author").code, 3) << "an existing key is kept without --force";
+#ifndef _WIN32
+    EXPECT_EQ(std::filesystem::status(Path(u"author.key")).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+#endif
+    const std::string package = Pack(u"signed", {"--app", "Atlas", "--sign", Path(u"author.key")});
+    const RunResult holds = RunOvxext({"verify", package, "-p", Path(u"other.pub"), "-p", Path(u"author.pub")});
+    EXPECT_EQ(holds.code, 0) << holds.err;
+    EXPECT_NE(holds.out.find("signature holds: signed by key ID"), std::string::npos) << holds.out;
+    const RunResult refused = RunOvxext({"verify", package, "-p", Path(u"other.pub"), "--json"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_NE(refused.out.find("\"holds\": false"), std::string::npos) << refused.out;
+    EXPECT_NE(refused.out.find("is not trusted"), std::string::npos) << refused.out;
+    EXPECT_NE(RunOvxext({"info", package}).out.find("Signature: key ID "), std::string::npos);
+    EXPECT_NE(RunOvxext({"check", package, "--app", "Atlas"}).out.find("signature: key ID "), std::string::npos);
+
+    const std::string plain = Pack(u"plain", {"--app", "Atlas"});
+    EXPECT_NE(RunOvxext({"info", plain}).out.find("Signature: unsigned"), std::string::npos);
+    EXPECT_EQ(RunOvxext({"verify", plain, "-p", Path(u"author.pub")}).code, 1);
+    const RunResult signing = RunOvxext({"sign", plain, "-s", Path(u"other.key")});
+    EXPECT_EQ(signing.code, 0) << signing.err;
+    EXPECT_EQ(RunOvxext({"verify", plain, "-p", Path(u"other.pub")}).code, 0);
+    EXPECT_EQ(RunOvxext({"sign", plain, "-s", Path(u"missing.key")}).code, 3);
 }
 
 }  // namespace

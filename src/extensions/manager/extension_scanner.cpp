@@ -72,6 +72,13 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
                 mismatch = true;
             }
             if (mismatch) continue;
+            // Nothing loads without its files: a folder that the repair could not extract
+            // again (a full disk, files that differ from their signed digests) stays
+            // unusable for the rest of the session.
+            if (!repair && !SystemIO::Folder::Exists(unpackedFolder)) {
+                verified.push_back({unpackedFolder, std::move(*installed), true});
+                continue;
+            }
             if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, depth)) {
                 PackageExtraction extraction(*installed, m_unpacker.Mode());
                 if (auto extracted = InstallRepair::ExtractAgain(extraction, unpackedFolder); !extracted) {

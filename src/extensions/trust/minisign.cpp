@@ -119,6 +119,9 @@ std::vector<unsigned char> GlobalMessage(const Signature& signature) {
 
 }  // namespace
 
+const ScryptLimits kMinisignScryptLimits{crypto_pwhash_scryptsalsa208sha256_OPSLIMIT_SENSITIVE,
+                                         crypto_pwhash_scryptsalsa208sha256_MEMLIMIT_SENSITIVE};
+
 SecretKey::~SecretKey() { sodium_memzero(key.data(), key.size()); }
 
 bool StartSodium() {
@@ -243,7 +246,7 @@ Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource
     return key;
 }
 
-Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password) {
+Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password, ScryptLimits limits) {
     std::array<unsigned char, kSecretKeySize> bytes{};
     std::memcpy(bytes.data(), kEd25519, 2);
     std::memcpy(bytes.data() + 4, kBlake2b, 2);
@@ -251,8 +254,8 @@ Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view p
     std::memcpy(keyNum, key.id.data(), 8);
     std::memcpy(keyNum + 8, key.key.data(), 64);
     if (!password.empty()) {
-        const std::uint64_t opsLimit = crypto_pwhash_scryptsalsa208sha256_OPSLIMIT_SENSITIVE;
-        const std::uint64_t memLimit = crypto_pwhash_scryptsalsa208sha256_MEMLIMIT_SENSITIVE;
+        const std::uint64_t opsLimit = limits.ops;
+        const std::uint64_t memLimit = limits.memory;
         std::memcpy(bytes.data() + 2, kScrypt, 2);
         randombytes_buf(bytes.data() + 6, 32);
         PutLittleEndian(opsLimit, bytes.data() + 38);

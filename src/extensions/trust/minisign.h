@@ -12,6 +12,7 @@
 #include "OvxComponent/platform/result.h"
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -64,8 +65,16 @@ OvxUtils::Result<bool> IsEncrypted(std::string_view secretKeyFile);
 // Reads a secret key file; password is asked for only when the file is encrypted.
 using PasswordSource = std::function<OvxUtils::Result<std::string>()>;
 OvxUtils::Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource& password);
-// Encrypted under password with minisign's own scrypt limits, or plain when it is empty.
-OvxUtils::Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password);
+// The work and memory that scrypt spends on a password. minisign asks for its "sensitive"
+// limits (about 1 GiB and seconds of work), which make guessing passwords dear.
+struct ScryptLimits {
+    std::uint64_t ops;
+    std::uint64_t memory;
+};
+extern const ScryptLimits kMinisignScryptLimits;
+// Encrypted under password with the given scrypt limits, or plain when it is empty.
+OvxUtils::Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password,
+                                                  ScryptLimits limits = kMinisignScryptLimits);
 
 // Signs message (prehashed) with the trusted comment, which must be one line.
 Signature Sign(std::string_view message, const SecretKey& key, std::string trustedComment);

@@ -2,10 +2,13 @@
 #include "test_host.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"
+#include "extensions/trust/package_signing.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
 #include "support/wait_until.h"
+
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -42,6 +45,13 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     return packagePath;
 }
 
+void SignInPlace(const CString& path, const Minisign::SecretKey& key) {
+    const CString signedCopy = path + u".signed";
+    auto signer = Trust::SignPackage(path, signedCopy, key, 1700000000, false);
+    ASSERT_TRUE(signer) << signer.ErrorText().ToUtf8();
+    std::filesystem::rename(std::filesystem::path(signedCopy.Str()), std::filesystem::path(path.Str()));
+}
+
 OvxUtils::Guid TestGuid(int number) {
     return OvxUtils::Guid(0x0E000000u + static_cast<std::uint32_t>(number), 0x1111, 0x2222, {1, 2, 3, 4, 5, 6, 7, 8});
 }
@@ -69,7 +79,8 @@ TestHost::TestHost() : root(temp / u"data"), source(temp / u"source") {
     EXPECT_TRUE(SystemIO::Folder::EnsureExists(root) && SystemIO::Folder::EnsureExists(source));
 }
 
-std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std::vector<CString> addonNames) {
+std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std::vector<CString> addonNames,
+                                                            Trust::TrustStore trust) {
     const ExtensionSourceFolder sources[] = {{u"test source", source}};
     auto dispatch = [this](OvxUtils::Delegate<void()> work) {
         std::lock_guard lock(m_mutex);
@@ -78,7 +89,8 @@ std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std
     auto features = [](CString) { return true; };
     auto apps = [](ExtensionAppSupport app) { return app == ExtensionAppSupport::Atlas; };
     OvxUtils::NamedOutStream output{u"test log", std::nullopt, hostStream ? stream : nullptr};
-    return ExtensionManagerImpl::Make(root, sources, dispatch, features, apps, addonNames, std::move(output));
+    return ExtensionManagerImpl::Make(root, sources, dispatch, features, apps, addonNames, std::move(output),
+                                      std::move(trust));
 }
 
 std::string Utf16ToUtf8(std::string_view bytes) {

@@ -29,6 +29,9 @@ struct PackageRecipe {
 // Packs recipe into a package at packagePath (its folder is made) and returns the path.
 CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 
+// Signs the package at path in place with key, as ovxext sign does.
+void SignInPlace(const CString& path, const OvxComponent::Minisign::SecretKey& key);
+
 // A fixed document ID per number, for readable tests.
 OvxUtils::Guid TestGuid(int number);
 
@@ -58,7 +61,8 @@ public:
     // A manager over <temp>/data with the source folder <temp>/source. With a host stream
     // the log goes to memory (Lines); otherwise to the manager's own file.
     std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeManager(bool hostStream = true,
-                                                                   std::vector<CString> addonNames = {u"Test"});
+                                                                   std::vector<CString> addonNames = {u"Test"},
+                                                                   OvxComponent::Trust::TrustStore trust = {});
 
     // Log lines written since the last call, without their time stamps, as UTF-8:
     // "(Information): \"manager\" unloading everything".
