@@ -45,6 +45,17 @@ TEST(CInterface, RefusesWhatIsMissingAndNamesIt) {
     EXPECT_EQ(manager, nullptr);
     EXPECT_EQ(ovx_manager_register_installer(nullptr, nullptr, 0, nullptr, &installer), OVX_E_INVALID_ARGUMENT);
     EXPECT_NE(std::string(ovx_last_error()).find("manager"), std::string::npos) << ovx_last_error();
+
+    // A trust policy that cannot be used makes no manager, and says which item failed.
+    const ovx_manager_config config = ConfigFor(host, "/nowhere", source);
+    const char* notAKey[] = {"RWQ"};
+    const ovx_trust_policy badKey{OVX_TRUST_WARN, notAKey, 1, nullptr, 0, nullptr, 0};
+    EXPECT_EQ(ovx_manager_create_with_trust(&config, &badKey, &manager), OVX_E_FAILED);
+    EXPECT_NE(std::string(ovx_last_error()).find("trusted key 1"), std::string::npos) << ovx_last_error();
+    const ovx_trust_policy noKey{OVX_TRUST_REQUIRE, nullptr, 0, nullptr, 0, nullptr, 0};
+    EXPECT_EQ(ovx_manager_create_with_trust(&config, &noKey, &manager), OVX_E_FAILED);
+    EXPECT_NE(std::string(ovx_last_error()).find("trusts no key"), std::string::npos) << ovx_last_error();
+    EXPECT_EQ(manager, nullptr);
 }
 
 TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
