@@ -83,8 +83,10 @@ void BM_OpenSigned(benchmark::State& state) {
 }
 BENCHMARK(BM_OpenSigned)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
+// Arg 2: the signed package with the trust policy off.
 void BM_UnpackSigned(benchmark::State& state) {
-    const bool signedPackage = state.range(0) == 1;
+    const bool signedPackage = state.range(0) >= 1;
+    const bool require = state.range(0) == 1;
     const CString& path = signedPackage ? Bench().signedPackage : Bench().unsignedPackage;
     const fs::path root = scratch.Path() / "root";
     for (auto _ : state) {
@@ -93,13 +95,13 @@ void BM_UnpackSigned(benchmark::State& state) {
         fs::create_directories(root);
         auto manager = ExtensionManagerImpl::Make(
             CString::FromUtf8(root.string()), {}, [](OvxUtils::Delegate<void()>) {}, [](CString) { return true; },
-            [](ExtensionAppSupport) { return true; }, {}, {u"bench", std::nullopt, nullptr}, Bench().Store(signedPackage));
+            [](ExtensionAppSupport) { return true; }, {}, {u"bench", std::nullopt, nullptr}, Bench().Store(require));
         state.ResumeTiming();
         auto package = manager->OpenPackage(path);
         if (!package || !manager->Unpack(*package, manager->GetPlatformFolder())) state.SkipWithError("no unpack");
     }
 }
-BENCHMARK(BM_UnpackSigned)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_UnpackSigned)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 void BM_PackSigned(benchmark::State& state) {
     const fs::path output = scratch.Path() / "packed.OrvexExtension";

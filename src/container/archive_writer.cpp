@@ -3,6 +3,7 @@
 #include "container/archive_writer.h"
 
 #include "container/native_io.h"
+#include "container/sealed_sources.h"
 
 #include <cerrno>
 #include <ctime>
@@ -47,14 +48,29 @@ zip_source_t* MakeSource(zip_t* archive, zip_t* from, const WriteItem& item, zip
     return nullptr;
 }
 
-Result<void> AddItem(zip_t* archive, zip_t* from, const WriteItem& item, std::time_t fixedTime) {
+// What a sealed save shares between its sources: the seal, and the entries written so far.
+struct Sealing {
+    SaveSeal* seal = nullptr;
+    std::size_t closed = 0;
+};
+
+// The source of a file's bytes, shown to the seal as libzip reads them.
+zip_source_t* Sealed(zip_t* archive, zip_source_t* source, const WriteItem& item, Sealing& sealing) {
+    if (!source || !sealing.seal) return source;
+    zip_source_t* watched = MakeWatchedSource(archive, source, *sealing.seal, item.name, sealing.closed);
+    if (!watched) zip_source_free(source);
+    return watched;
+}
+
+Result<void> AddItem(zip_t* archive, zip_t* from, const WriteItem& item, std::time_t fixedTime, Sealing& sealing,
+                     zip_source_t* late = nullptr) {
     const CString name = Quoted(item.name);
     zip_int64_t index;
     if (item.source == WriteItem::Source::Folder) {
         index = zip_dir_add(archive, item.name.c_str(), ZIP_FL_ENC_UTF_8);
     } else {
         ZipErrorHolder error;
-        zip_source_t* source = MakeSource(archive, from, item, error.Get());
+        zip_source_t* source = late ? late : Sealed(archive, MakeSource(archive, from, item, error.Get()), item, sealing);
         if (!source) {
             const CString reason = item.source == WriteItem::Source::Archive ? ZipErrorText(zip_get_error(archive))
                                                                                : ZipErrorText(error.Get());
@@ -79,7 +95,17 @@ Result<void> AddItem(zip_t* archive, zip_t* from, const WriteItem& item, std::ti
 
 }  // namespace
 
-Result<void> WriteArchive(const CString& path, zip_t* source, const std::vector<WriteItem>& items, bool reproducible) {
+Result<void> WriteArchive(const CString& path, zip_t* source, const std::vector<WriteItem>& items, bool reproducible,
+                          SaveSeal* seal) {
+    Sealing sealing{seal};
+    if (seal) {
+        for (const WriteItem& item : items) {
+            if (item.source == WriteItem::Source::Archive || item.source == WriteItem::Source::Folder) {
+                return Error{u"a sealed save sees the bytes of every entry, but " + Quoted(item.name) +
+                             u" is copied as stored or is a folder"};
+            }
+        }
+    }
     int code = 0;
     UniqueZip archive(zip_open(NativeIO::ZipPath(path).c_str(), ZIP_CREATE | ZIP_TRUNCATE, &code));
     if (!archive) {
@@ -89,7 +115,15 @@ Result<void> WriteArchive(const CString& path, zip_t* source, const std::vector<
     }
     const std::time_t fixedTime = reproducible ? FixedTime() : static_cast<std::time_t>(-1);
     for (const WriteItem& item : items) {
-        if (auto added = AddItem(archive.get(), source, item, fixedTime); !added) return added;
+        if (auto added = AddItem(archive.get(), source, item, fixedTime, sealing); !added) return added;
+    }
+    if (seal) {
+        for (SaveSeal::TrailingEntry& entry : seal->TrailingEntries()) {
+            zip_source_t* late = MakeLateSource(archive.get(), std::move(entry.make), sealing.closed, items.size());
+            const WriteItem item{WriteItem::Source::Bytes, entry.name, {}, {}, 0, false};
+            if (!late) return Error{u"cannot add " + Quoted(entry.name) + u": " + ZipErrorText(zip_get_error(archive.get()))};
+            if (auto added = AddItem(archive.get(), source, item, fixedTime, sealing, late); !added) return added;
+        }
     }
     if (zip_close(archive.get()) != 0) {
         return Error{u"cannot write " + path + u": " + ZipErrorText(zip_get_error(archive.get()))};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "OvxComponent/container/result.h"
+#include "container/entry_watcher.h"
 #include "container/zip_handles.h"
 
 #include <cstdint>
@@ -22,7 +23,10 @@ struct WriteItem {
 
 // Writes the items in order to path, replacing any file there only once the whole archive
 // is written. With reproducible, every entry gets the same fixed time, so the same items
-// give the same bytes. source must stay open until this returns.
-Result<void> WriteArchive(const CString& path, zip_t* source, const std::vector<WriteItem>& items, bool reproducible);
+// give the same bytes. source must stay open until this returns. With a seal, every item
+// must come from bytes or a file: the seal sees each one's bytes as they are written, and
+// its trailing entries end the archive.
+Result<void> WriteArchive(const CString& path, zip_t* source, const std::vector<WriteItem>& items, bool reproducible,
+                          SaveSeal* seal = nullptr);
 
 }  // namespace VdcContainer

@@ -29,6 +29,7 @@ struct ContainerState {
     std::vector<NewEntry> added;                 // entries added since the last save
     bool modified = false;
     bool reproducible = false;
+    SaveSeal* seal = nullptr;
 };
 
 // The names in use, as a case-insensitive file system sees them: a new name may not be

@@ -80,7 +80,7 @@ private:
 };
 
 Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, const CString& root, FolderMaker& folders,
-                          InflateBudget& budget, std::uint64_t maxEntrySize, ExtractionWatcher* watcher) {
+                          InflateBudget& budget, std::uint64_t maxEntrySize, EntryWatcher* watcher) {
     const CString path = NativePath(root, item.relative);
     if (item.entry->name.IsFolder()) {
         if (!folders.Ensure(path)) return SystemError(u"cannot create the folder " + path);
@@ -110,7 +110,7 @@ Result<void> ExtractEntry(const ArchiveReader& reader, const Selected& item, con
 }  // namespace
 
 Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName, const CString& targetFolder,
-                           ExtractionWatcher* watcher) {
+                           EntryWatcher* watcher) {
     const ArchiveReader* reader = container.Reader();
     if (!reader) return Error{container.IsOpen() ? u"the package has not been saved yet" : u"the container is not open"};
     auto selected = Select(*reader, folderName);
@@ -142,6 +142,9 @@ Result<void> ExtractFolder(const ZipContainer& container, const CString& folderN
             return extracted;
         }
     }
+    if (watcher) {
+        if (auto finished = watcher->Finish(); !finished) return finished;
+    }
     return (*staging)->CommitInto();
 }
 
@@ -157,7 +160,7 @@ bool HoldsExtractedFiles(const ZipContainer& container, const CString& targetFol
 }
 
 Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
-                           const CString& targetFolder, ExtractionWatcher* watcher) {
+                           const CString& targetFolder, EntryWatcher* watcher) {
     return ExtractFolder(container.Container(), folderName, targetFolder, watcher);
 }
 

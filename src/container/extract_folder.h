@@ -3,23 +3,12 @@
 
 #include "OvxComponent/container/result.h"
 #include "OvxComponent/platform/cstring.h"
-
-#include <string_view>
+#include "container/entry_watcher.h"
 
 namespace VdcContainer {
 
 class ZipContainer;
 class ZipContainerSubtypeBase;
-
-// Sees the bytes of every file ExtractFolder writes, in order, as they are written. A
-// failed End fails the extraction, before anything reaches the target.
-class ExtractionWatcher {
-public:
-    virtual ~ExtractionWatcher() = default;
-    virtual void Begin(std::string_view entryName) = 0;
-    virtual void Add(std::string_view chunk) = 0;
-    virtual Result<void> End(std::string_view entryName) = 0;
-};
 
 // Extracts the entries below folderName ("content", or empty for the whole container)
 // into targetFolder, with folderName's own part of each name left out. The container's
@@ -31,9 +20,9 @@ public:
 // Only what the container holds as saved is extracted. A watcher, where given, sees every
 // file's bytes (entry names are the archive's own, folderName included).
 Result<void> ExtractFolder(const ZipContainer& container, const CString& folderName, const CString& targetFolder,
-                           ExtractionWatcher* watcher = nullptr);
+                           EntryWatcher* watcher = nullptr);
 Result<void> ExtractFolder(const ZipContainerSubtypeBase& container, const CString& folderName,
-                           const CString& targetFolder, ExtractionWatcher* watcher = nullptr);
+                           const CString& targetFolder, EntryWatcher* watcher = nullptr);
 
 // Whether targetFolder holds every file of the whole container as ExtractFolder(container,
 // "", targetFolder) writes it, each at its size; content is not compared. Costs one look at

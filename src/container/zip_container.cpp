@@ -193,6 +193,10 @@ void ZipContainer::SetReproducible(bool reproducible) {
     if (m_impl) m_impl->reproducible = reproducible;
 }
 
+void ZipContainer::SetSaveSeal(SaveSeal* seal) {
+    if (m_impl) m_impl->seal = seal;
+}
+
 bool ZipContainer::IsReproducible() const { return m_impl && m_impl->reproducible; }
 
 Result<void> ZipContainer::Save() {
@@ -204,13 +208,14 @@ Result<void> ZipContainer::Save() {
     if (!items) return items.TakeError();
 
     if (!impl.reader) {
-        if (auto written = WriteArchive(impl.path, nullptr, *items, impl.reproducible); !written) return written;
+        if (auto written = WriteArchive(impl.path, nullptr, *items, impl.reproducible, impl.seal); !written) return written;
     } else {
         // The archive being copied from is the file to replace: write beside it, close it,
         // then move the new archive over it.
         const CString temporary = SystemIO::TemporaryName::Beside(impl.path, SystemIO::TemporaryName::kSaving);
         SystemIO::File::Delete(temporary);
-        if (auto written = WriteArchive(temporary, impl.reader->Archive(), *items, impl.reproducible); !written) {
+        if (auto written = WriteArchive(temporary, impl.reader->Archive(), *items, impl.reproducible, impl.seal);
+            !written) {
             SystemIO::File::Delete(temporary);
             return written;
         }

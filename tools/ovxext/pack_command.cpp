@@ -156,8 +156,10 @@ CString PackagePath(const std::string& output) {
 }
 
 // Writes the package at path. The caller reads it back before it counts as written.
+// With a seal, the package is signed as it is written.
 OvxUtils::Result<void> WritePackage(const CString& path, const OvxComponent::ExtensionData& data, const CString& folder,
-                                    const std::vector<CString>& files, bool reproducible) {
+                                    const std::vector<CString>& files, bool reproducible,
+                                    VdcContainer::SaveSeal* seal) {
     CString openError;
     const OvxComponent::ExtensionContainerOpener opener = [&]() {
         auto opened = OvxComponent::ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::Create);
@@ -178,6 +180,7 @@ OvxUtils::Result<void> WritePackage(const CString& path, const OvxComponent::Ext
         info->SetInstanceID(DeriveInstanceID(data.DocumentID, data.Version));
         package.SetInfo(std::move(info));
     }
+    package.Container().SetSaveSeal(seal);
     return package.Close();
 }
 
@@ -264,20 +267,20 @@ int RunPack(const CommandContext& context) {
     const CString temporary =
         OvxUtils::SystemIO::TemporaryName::Beside(packagePath, OvxUtils::SystemIO::TemporaryName::kWriting);
     const bool reproducible = parser.Has("--reproducible");
-    auto written = WritePackage(temporary, data, folder, *files, reproducible);
+    std::optional<OvxComponent::Trust::SigningSeal> seal;
+    if (key) {
+        seal.emplace(*key, OvxComponent::Trust::TrustedCommentFor(SigningTime(reproducible), data.DocumentID,
+                                                                  data.Version));
+    }
+    auto written = WritePackage(temporary, data, folder, *files, reproducible, seal ? &*seal : nullptr);
     if (written) written = ReadBack(temporary);
-    // Signed, it is written once more beside, and read back with its signature checked.
-    const CString finished =
-        key ? OvxUtils::SystemIO::TemporaryName::Beside(packagePath, OvxUtils::SystemIO::TemporaryName::kWriting)
-            : temporary;
     if (written && key) {
-        if (auto signer = SignAndCheck(temporary, finished, *key, reproducible); !signer) written = signer.TakeError();
+        if (auto signer = CheckSigned(temporary, *key); !signer) written = signer.TakeError();
     }
     std::error_code renameError;
-    if (written) std::filesystem::rename(NativePath(finished), NativePath(packagePath), renameError);
-    OvxUtils::SystemIO::File::Delete(temporary);
+    if (written) std::filesystem::rename(NativePath(temporary), NativePath(packagePath), renameError);
     if (!written || renameError) {
-        OvxUtils::SystemIO::File::Delete(finished);
+        OvxUtils::SystemIO::File::Delete(temporary);
         const std::string why = written ? "cannot be moved into place: " + renameError.message() : Utf8(written.ErrorText());
         return ReportError(context, "pack", packageText, why, kExitFailure);
     }

@@ -22,7 +22,7 @@ constexpr const char* kHelp =
     "Signs PACKAGE with the secret key in SECRET (made by 'ovxext keygen' or 'minisign -G'):\n"
     "adds META-INF/digests.txt, the SHA-256 digest of every entry, and its minisign\n"
     "signature META-INF/digests.txt.minisig, replacing those of an earlier signature. The\n"
-    "signed package is written under a temporary name, its signature and digests checked,\n"
+    "signed package is written under a temporary name, read back and its signature checked,\n"
     "and only then does it replace PACKAGE. An encrypted key's password is asked on the\n"
     "terminal, or taken from OVXEXT_KEY_PASSWORD when there is none. With SOURCE_DATE_EPOCH\n"
     "set, the signature's timestamp is that time and new entries get the fixed time of\n"

@@ -20,8 +20,14 @@ namespace Minisign = OvxComponent::Minisign;
 namespace Trust = OvxComponent::Trust;
 using OvxUtils::Error;
 
-// SOURCE_DATE_EPOCH when set (reproducible builds), else the fixed time of reproducible
-// packages when reproducible, else now.
+
+// What the signature entry says of who signed, without a key to check it with.
+Trust::SignatureVerdict ReadSigner(const OvxComponent::ExtensionContainer& package) {
+    return Trust::CheckSignature(package.Container(), package.GetInfo(), Trust::TrustStore());
+}
+
+}  // namespace
+
 std::uint64_t SigningTime(bool reproducible) {
     if (const char* epoch = std::getenv("SOURCE_DATE_EPOCH")) {
         char* end = nullptr;
@@ -32,13 +38,6 @@ std::uint64_t SigningTime(bool reproducible) {
     return static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count());
 }
-
-// What the signature entry says of who signed, without a key to check it with.
-Trust::SignatureVerdict ReadSigner(const OvxComponent::ExtensionContainer& package) {
-    return Trust::CheckSignature(package.Container(), package.GetInfo(), Trust::TrustStore());
-}
-
-}  // namespace
 
 OvxUtils::Result<std::string> KeyPassword(const std::string& path, bool confirm) {
     if (auto typed = ReadPasswordFromTerminal("Password for " + path + ": ")) {
@@ -98,13 +97,16 @@ OvxUtils::Result<Trust::Signer> SignAndCheck(const CString& source, const CStrin
                                              const Minisign::SecretKey& key, bool reproducible) {
     auto signer = Trust::SignPackage(source, target, key, SigningTime(reproducible), reproducible);
     if (!signer) return signer.TakeError();
-    auto written = OvxComponent::ExtensionContainer::Open(target, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    return CheckSigned(target, key);
+}
+
+OvxUtils::Result<Trust::Signer> CheckSigned(const CString& path, const Minisign::SecretKey& key) {
+    auto written = OvxComponent::ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
     if (!written) return Error{u"the signed package cannot be opened again: " + written.ErrorText()};
     const Trust::TrustStore store({Minisign::PublicKeyOf(key)});
-    Trust::SignatureVerdict verdict = Trust::CheckSignature(written->Container(), written->GetInfo(), store);
-    if (verdict.Holds()) verdict.problems = Trust::CheckContents(written->Container(), verdict.digests);
+    const Trust::SignatureVerdict verdict = Trust::CheckSignature(written->Container(), written->GetInfo(), store);
     if (!verdict.Holds()) return Error{u"the signed package does not verify: " + verdict.problems.front()};
-    return signer;
+    return *verdict.signer;
 }
 
 std::string SignerText(const OvxComponent::ExtensionContainer& package) {

@@ -28,11 +28,18 @@ OvxUtils::Result<std::vector<OvxComponent::Minisign::PublicKey>> ReadPublicKeys(
 // readable by its owner only from the moment it exists.
 OvxUtils::Result<void> WriteKeyFile(const CString& path, const std::string& text, bool secret);
 
-// Signs source into target (Trust::SignPackage), then reads target back and checks its
-// signature and every digest as a host would, under key's public half.
+// The time a signature made now carries: SOURCE_DATE_EPOCH when set (reproducible
+// builds), else the fixed time of reproducible packages when reproducible, else now.
+std::uint64_t SigningTime(bool reproducible);
+
+// Signs source into target (Trust::SignPackage), then checks target (CheckSigned).
 OvxUtils::Result<OvxComponent::Trust::Signer> SignAndCheck(const CString& source, const CString& target,
                                                            const OvxComponent::Minisign::SecretKey& key,
                                                            bool reproducible);
+// Reads a package just signed back and checks its signature and names as a host opening
+// it would, under key's public half. Its entries' bytes were hashed as they were written.
+OvxUtils::Result<OvxComponent::Trust::Signer> CheckSigned(const CString& path,
+                                                          const OvxComponent::Minisign::SecretKey& key);
 
 // The signer of an open package: "key ID <ID>, trusted comment: <comment>", or "unsigned".
 std::string SignerText(const OvxComponent::ExtensionContainer& package);

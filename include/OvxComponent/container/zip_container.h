@@ -26,6 +26,7 @@
 namespace VdcContainer {
 
 class ArchiveReader;
+class SaveSeal;
 
 // One entry of a container as saved.
 struct ContainerEntry {
@@ -106,6 +107,9 @@ public:
     // The open archive as saved, or null before the first save of a new package. For the
     // container library's own functions (ExtractFolder).
     const ArchiveReader* Reader() const;
+    // Has the next saves of a new package shown to seal, which ends them with entries of
+    // its own (a signature made while packing); null stops it. seal must outlive the saves.
+    void SetSaveSeal(SaveSeal* seal);
 
 private:
     struct Impl;

@@ -5,6 +5,8 @@
 #include "container/archive_reader.h"
 #include "container/archive_writer.h"
 
+#include <map>
+
 namespace OvxComponent::Trust {
 
 namespace {
@@ -55,7 +57,8 @@ OvxUtils::Result<Signer> SignPackage(const CString& source, const CString& targe
     if (!digests) return digests.TakeError();
     auto list = FormatDigestList(std::move(*digests));
     if (!list) return list.TakeError();
-    const Minisign::Signature signature = Minisign::Sign(*list, key, TrustedCommentFor(timestamp, *info));
+    const Minisign::Signature signature =
+        Minisign::Sign(*list, key, TrustedCommentFor(timestamp, info->GetDocumentID(), info->GetVersion()));
     using Source = VdcContainer::WriteItem::Source;
     items.push_back({Source::Bytes, std::string(kDigestListEntry), std::move(*list), {}, 0, false});
     items.push_back({Source::Bytes, std::string(kSignatureEntry), Minisign::FormatSignatureFile(signature), {}, 0, false});
@@ -64,6 +67,28 @@ OvxUtils::Result<Signer> SignPackage(const CString& source, const CString& targe
         return written.TakeError();
     }
     return Signer{signature.keyId, signature.trustedComment};
+}
+
+std::vector<VdcContainer::SaveSeal::TrailingEntry> SigningSeal::TrailingEntries() {
+    return {
+        {std::string(kDigestListEntry),
+         [this]() -> OvxUtils::Result<std::string> {
+             // An entry that libzip read twice has been hashed twice: the last one counts.
+             std::map<std::string, Sha256> digests;
+             for (auto& [name, digest] : m_hasher.Finish()) digests.insert_or_assign(std::move(name), digest);
+             std::vector<DigestLine> lines;
+             lines.reserve(digests.size());
+             for (const auto& [name, digest] : digests) lines.push_back({name, digest});
+             auto list = FormatDigestList(std::move(lines));
+             if (list) m_list = *list;
+             return list;
+         }},
+        {std::string(kSignatureEntry),
+         [this]() -> OvxUtils::Result<std::string> {
+             if (m_list.empty()) return Error{u"the digest list was not made before its signature"};
+             return Minisign::FormatSignatureFile(Minisign::Sign(m_list, m_key, m_trustedComment));
+         }},
+    };
 }
 
 }  // namespace OvxComponent::Trust

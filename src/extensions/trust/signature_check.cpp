@@ -4,7 +4,6 @@
 #include "container/archive_reader.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 namespace OvxComponent::Trust {
 
@@ -15,6 +14,9 @@ using OvxUtils::Quoted;
 
 // Beyond this many, name problems are counted rather than listed.
 constexpr std::size_t kMaxNameProblems = 10;
+
+std::string_view NameOf(const DigestLine& line) { return line.name; }
+std::string_view NameOf(const std::string& name) { return name; }
 
 const CString& ListName() {
     static const CString name = CString::FromUtf8(kDigestListEntry);
@@ -67,26 +69,29 @@ std::optional<CString> CommentMismatch(const std::string& comment, const Extensi
 }
 
 // Every entry but the signature entries listed once, every listed name an entry: exact
-// bytes, no case folding.
+// bytes, no case folding. The list is strictly sorted, so its names differ; when each is
+// an entry and there are as many as there are entries, every entry is listed.
 void CheckNames(const VdcContainer::ArchiveReader& reader, const std::vector<DigestLine>& digests,
                 std::vector<CString>& problems) {
     std::size_t count = 0;
     const auto note = [&](CString problem) {
         if (++count <= kMaxNameProblems) problems.push_back(std::move(problem));
     };
-    std::unordered_set<std::string_view> listed;
-    listed.reserve(digests.size());
     for (const DigestLine& line : digests) {
-        listed.insert(line.name);
         if (IsSignatureEntry(line.name)) {
             note(u"the signature entry " + Quoted(line.name) + u" is listed in " + ListName());
         } else if (reader.Find(line.name) == nullptr) {
             note(u"the listed entry " + Quoted(line.name) + u" is not in the package");
         }
     }
+    const std::size_t signatureEntries =
+        (reader.Find(kDigestListEntry) ? 1 : 0) + (reader.Find(kSignatureEntry) ? 1 : 0);
+    if (count == 0 && digests.size() + signatureEntries == reader.Entries().size()) return;
     for (const VdcContainer::ArchiveEntry& entry : reader.Entries()) {
         const std::string& name = entry.name.Utf8();
-        if (!IsSignatureEntry(name) && !listed.contains(name)) {
+        const bool listed = std::binary_search(digests.begin(), digests.end(), name,
+                                               [](const auto& a, const auto& b) { return NameOf(a) < NameOf(b); });
+        if (!IsSignatureEntry(name) && !listed) {
             note(u"the entry " + Quoted(name) + u" is not listed in " + ListName());
         }
     }
@@ -146,27 +151,29 @@ SignatureVerdict CheckSignature(const VdcContainer::ZipContainer& package, const
 
 void ContentDigestCheck::Begin(std::string_view entryName) {
     m_watching = !IsSignatureEntry(entryName);
-    if (m_watching) m_hasher.Restart();
+    if (m_watching) m_hasher.Begin(entryName);
 }
 
 void ContentDigestCheck::Add(std::string_view chunk) {
     if (m_watching) m_hasher.Add(chunk);
 }
 
-OvxUtils::Result<void> ContentDigestCheck::End(std::string_view entryName) {
-    if (!m_watching) return {};
-    const auto line = std::lower_bound(m_digests.begin(), m_digests.end(), entryName,
-                                       [](const DigestLine& a, std::string_view name) { return a.name < name; });
-    CString problem;
-    if (line == m_digests.end() || line->name != entryName) {
-        problem = u"the entry " + Quoted(entryName) + u" is not listed in " + ListName();
-    } else if (!SameDigest(m_hasher.Finish(), line->digest)) {
-        problem = u"the content of " + Quoted(entryName) + u" does not match its digest";
-    } else {
-        return {};
+OvxUtils::Result<void> ContentDigestCheck::End(std::string_view) {
+    if (m_watching) m_hasher.End();
+    return {};
+}
+
+OvxUtils::Result<void> ContentDigestCheck::Finish() {
+    for (const auto& [name, digest] : m_hasher.Finish()) {
+        const auto line = std::lower_bound(m_digests.begin(), m_digests.end(), name,
+                                           [](const DigestLine& a, const std::string& b) { return a.name < b; });
+        if (line == m_digests.end() || line->name != name) {
+            m_mismatches.push_back(u"the entry " + Quoted(name) + u" is not listed in " + ListName());
+        } else if (!SameDigest(digest, line->digest)) {
+            m_mismatches.push_back(u"the content of " + Quoted(name) + u" does not match its digest");
+        }
     }
-    m_mismatches.push_back(problem);
-    if (m_failFast) return Error{std::move(problem)};
+    if (m_failFast && !m_mismatches.empty()) return Error{m_mismatches.front()};
     return {};
 }
 
@@ -188,16 +195,18 @@ std::vector<CString> CheckContents(const VdcContainer::ZipContainer& package, co
             problems.push_back(Quoted(line.name) + u" cannot be read: " + read.ErrorText());
             continue;
         }
-        (void)check.End(line.name);
+        static_cast<void>(check.End(line.name));
     }
+    static_cast<void>(check.Finish());
     problems.insert(problems.end(), check.Mismatches().begin(), check.Mismatches().end());
     return problems;
 }
 
-std::string TrustedCommentFor(std::uint64_t timestamp, const ExtensionContainerInfo& info) {
-    return "timestamp:" + std::to_string(timestamp) + "\tfile:" + std::string(kDigestListEntry.substr(9)) +
-           "\thashed\tdocument-id:" + info.GetDocumentID().ToString().ToUtf8() +
-           "\tversion:" + info.GetVersion().ToString().ToUtf8();
+std::string TrustedCommentFor(std::uint64_t timestamp, const OvxUtils::Guid& documentId,
+                              const OvxUtils::Version& version) {
+    constexpr std::string_view kListFileName = kDigestListEntry.substr(kDigestListEntry.rfind('/') + 1);
+    return "timestamp:" + std::to_string(timestamp) + "\tfile:" + std::string(kListFileName) +
+           "\thashed\tdocument-id:" + documentId.ToString().ToUtf8() + "\tversion:" + version.ToString().ToUtf8();
 }
 
 }  // namespace OvxComponent::Trust

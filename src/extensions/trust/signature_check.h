@@ -7,6 +7,7 @@
 #include "OvxComponent/container/zip_container.h"
 #include "OvxComponent/extensions/format/extension_container_info.h"
 #include "container/extract_folder.h"
+#include "extensions/trust/background_hasher.h"
 #include "extensions/trust/digest_list.h"
 #include "extensions/trust/trust_store.h"
 
@@ -36,23 +37,25 @@ struct SignatureVerdict {
 SignatureVerdict CheckSignature(const VdcContainer::ZipContainer& package, const ExtensionContainerInfo* info,
                                 const TrustStore& store);
 
-// Compares extracted files with the listed digests; each file that differs, or is not
-// listed, is noted in Mismatches. Failing fast, the first one also fails the extraction;
-// otherwise extraction goes on. The signature entries are not checked.
-class ContentDigestCheck final : public VdcContainer::ExtractionWatcher {
+// Compares extracted files with the listed digests, hashing them on a thread of its own
+// while extraction goes on; once every file is out, Finish notes each file that differs,
+// or is not listed, in Mismatches. Failing fast, the first one also fails the extraction
+// before the files reach their target. The signature entries are not checked.
+class ContentDigestCheck final : public VdcContainer::EntryWatcher {
 public:
     ContentDigestCheck(const std::vector<DigestLine>& digests, bool failFast)
         : m_digests(digests), m_failFast(failFast) {}
     void Begin(std::string_view entryName) override;
     void Add(std::string_view chunk) override;
     OvxUtils::Result<void> End(std::string_view entryName) override;
+    OvxUtils::Result<void> Finish() override;
     const std::vector<CString>& Mismatches() const { return m_mismatches; }
 
 private:
     const std::vector<DigestLine>& m_digests;
     bool m_failFast;
     bool m_watching = false;
-    Sha256Hasher m_hasher;
+    BackgroundHasher m_hasher;
     std::vector<CString> m_mismatches;
 };
 
@@ -62,6 +65,7 @@ std::vector<CString> CheckContents(const VdcContainer::ZipContainer& package, co
 
 // "timestamp:<t>\tfile:digests.txt\thashed\tdocument-id:<id>\tversion:<v>": minisign's own
 // trusted comment, with the package's identity, which the checks match against it.
-std::string TrustedCommentFor(std::uint64_t timestamp, const ExtensionContainerInfo& info);
+std::string TrustedCommentFor(std::uint64_t timestamp, const OvxUtils::Guid& documentId,
+                              const OvxUtils::Version& version);
 
 }  // namespace OvxComponent::Trust

@@ -28,6 +28,7 @@ void ReplaceEntry(const CString& path, const char* name, const std::string& byte
 }
 
 struct Outcome {
+    std::string package;              // its path, the temporary folder's path left out
     bool loaded = false;
     bool extensionFolder = false;     // anything was written for the extension
     std::vector<std::string> lines;   // the temporary folder's path left out
@@ -55,6 +56,7 @@ protected:
         outcome.extensionFolder = OvxUtils::SystemIO::Folder::Exists(
             InstallLayout::ExtensionFolder(manager->GetPlatformFolder(), TestGuid(1)));
         const std::string temp = host.temp.Path().ToUtf8();
+        outcome.package = package.ToUtf8().substr(temp.size());
         for (std::string line : host.TakeLines()) {
             for (std::size_t at; (at = line.find(temp)) != std::string::npos;) line.erase(at, temp.size());
             outcome.lines.push_back(std::move(line));
@@ -122,7 +124,7 @@ TEST_F(TrustPolicy, EachModeLoadsOrRefusesWithItsReasonInTheFailureReport) {
 
 TEST_F(TrustPolicy, RequireRefusesWithTheUsualLineThenTheReasonAsAnError) {
     const Outcome outcome = Install(TrustMode::Require, [](const CString&) {});
-    const std::string package = "/source/p.OrvexExtension";
+    const std::string& package = outcome.package;
     const auto at = std::find(outcome.lines.begin(), outcome.lines.end(),
                               OvxTest::Line("Information", CString::FromUtf8(package),
                                             "Cannot open " + package + " as an extension"));
