@@ -16,7 +16,7 @@ cmake --preset linux-fuzz >/dev/null
 cmake --build --preset linux-fuzz
 
 rm -rf "$work"
-mkdir -p "$work/artifacts" "$work/text"
+mkdir -p "$work/artifacts" "$work/text" "$work/signature"
 "$bin/ovx_container_seeds" "$work/open" "$work/xml"
 
 fuzz() {
@@ -34,3 +34,4 @@ fuzz() {
 fuzz ovx_text_fuzzer text
 fuzz ovx_open_package_fuzzer open
 fuzz ovx_xml_fuzzer xml
+fuzz ovx_signature_files_fuzzer signature
