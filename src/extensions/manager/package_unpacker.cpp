@@ -130,6 +130,13 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
 
     if (installFolder != m_platformFolder) return Error{m_log.Write(kBadInstallDirectory, documentId)};
     if (m_loadedExtensions.contains(documentId)) return Error{m_log.Write(kAlreadyInstalled, documentId)};
+    // Open checks every package under the policy; one that did not come through it is
+    // refused before anything is written.
+    if (m_trust.Mode() == TrustMode::Require && !(package.trust && package.trust->Holds())) {
+        const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
+        m_log.Reason(ExtensionLogLevel::Error, documentId, u"the package's signature has not been checked");
+        return Error{text};
+    }
 
     // Every version of the extension that is there goes, older and equal ones alike.
     const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
