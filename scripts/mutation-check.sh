@@ -1,29 +1,43 @@
 #!/usr/bin/env bash
-# Puts ten deliberate faults into the library, one at a time, and lists the tests that
+# Puts twelve deliberate faults into the library, one at a time, and lists the tests that
 # fail for each: a check that the tests still catch real faults after they were cut or
-# merged. Runs in a temporary worktree of HEAD, so the work tree stays as it is.
+# merged. Runs in a temporary worktree of HEAD, so the work tree stays as it is. The faults
+# of the Windows-only COM helpers are built with the windows preset and run under Wine
+# (with the Windows libraries that scripts/build-windows-deps.sh built for this tree).
 #
 # Usage: scripts/mutation-check.sh [OUT]   (default: build/mutation-check.txt)
 set -uo pipefail
 cd "$(dirname "$0")/.."
 out=$(realpath -m "${1:-build/mutation-check.txt}")
+main_tree=$PWD
 tree=$(mktemp -d /tmp/ovx-mutation.XXXXXX)
 git worktree add -q --detach "$tree" HEAD
 trap 'git worktree remove --force "$tree"' EXIT
 mkdir -p "$(dirname "$out")" && : > "$out"
 cd "$tree" && cmake --preset linux > /dev/null && cmake --build --preset linux > /dev/null || exit 1
 
-mutate() {  # description, file, sed expression
-  local name=$1 file=$2 expr=$3
+windows_built=0
+build_windows() {  # once, before the first Windows fault
+  ((windows_built)) && return 0
+  mkdir -p build && ln -sfn "$main_tree/build/windows-deps" build/windows-deps &&
+    cmake --preset windows > /dev/null && cmake --build --preset windows > /dev/null && windows_built=1
+}
+
+mutate() {  # description, file, sed expression [, preset: linux (default) or windows]
+  local name=$1 file=$2 expr=$3 preset=${4:-linux}
+  if [[ $preset == windows ]] && ! build_windows; then
+    echo "$name: the windows preset does not build unchanged" >> "$out"
+    return
+  fi
   cp "$file" "$file.orig"
   sed -i "$expr" "$file"
   if cmp -s "$file" "$file.orig"; then
     echo "$name: the fault could not be put in" >> "$out"
-  elif ! cmake --build --preset linux > /dev/null 2>&1; then
+  elif ! cmake --build --preset "$preset" > /dev/null 2>&1; then
     echo "$name: does not build" >> "$out"
   else
     local failed
-    failed=$(ctest --preset linux -j3 2>&1 | sed -nE '/tests FAILED:/,$ s/^\s+[0-9]+ - ([^ ]+) .*/\1/p' | tr '\n' ' ')
+    failed=$(ctest --preset "$preset" -j3 2>&1 | sed -nE '/tests FAILED:/,$ s/^\s+[0-9]+ - ([^ ]+) .*/\1/p' | tr '\n' ' ')
     echo "$name: ${failed:-NOT CAUGHT}" >> "$out"
   fi
   mv "$file.orig" "$file" && touch "$file"  # newer than the faulty build, so it is rebuilt
@@ -45,4 +59,8 @@ mutate "entry names with .. accepted" src/container/entry_name.cpp 's/if (segmen
 mutate "UnloadAll keeps its records" src/extensions/loading/extension_loader.cpp '/m_loadedExtensions.clear();/d'
 mutate "FinishLoading does not end the loading phase" src/extensions/manager/loading_and_tracking.cpp \
   's/    initialLoadDone = true;/    initialLoadDone = false;/'
+mutate "the variant enumerator's Next skips elements" src/automation/enum_base.cpp \
+  '0,/        ++m_position;/s//        m_position += 2;/' windows
+mutate "the dispatch holder's name lookup answers the wrong DISPID" src/automation/type_info.cpp \
+  's/            dispids\[0\] = hit->second;/            dispids[0] = hit->second + 1;/' windows
 cat "$out"
