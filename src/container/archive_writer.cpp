@@ -120,7 +120,7 @@ Result<void> WriteArchive(const CString& path, zip_t* source, const std::vector<
     if (seal) {
         for (SaveSeal::TrailingEntry& entry : seal->TrailingEntries()) {
             zip_source_t* late = MakeLateSource(archive.get(), std::move(entry.make), sealing.closed, items.size());
-            const WriteItem item{WriteItem::Source::Bytes, entry.name, {}, {}, 0, false};
+            const WriteItem item{WriteItem::Source::Bytes, entry.name, {}, {}, 0, entry.store};
             if (!late) return Error{u"cannot add " + Quoted(entry.name) + u": " + ZipErrorText(zip_get_error(archive.get()))};
             if (auto added = AddItem(archive.get(), source, item, fixedTime, sealing, late); !added) return added;
         }

@@ -30,6 +30,7 @@ public:
     struct TrailingEntry {
         std::string name;
         std::function<Result<std::string>()> make;
+        bool store = false;  // written uncompressed
     };
     virtual std::vector<TrailingEntry> TrailingEntries() = 0;
 };

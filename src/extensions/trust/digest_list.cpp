@@ -2,6 +2,7 @@
 #include "extensions/trust/digest_list.h"
 
 #include <algorithm>
+#include <array>
 
 namespace OvxComponent::Trust {
 
@@ -11,9 +12,26 @@ using OvxUtils::Error;
 
 constexpr std::size_t kHexDigits = 2 * std::tuple_size_v<Sha256>;
 
-bool IsLowerHex(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }
+// The value of each lowercase hex digit; 16 for every other byte.
+constexpr std::array<unsigned char, 256> kHexValues = [] {
+    std::array<unsigned char, 256> values{};
+    values.fill(16);
+    for (int digit = 0; digit < 10; ++digit) values['0' + digit] = static_cast<unsigned char>(digit);
+    for (int digit = 0; digit < 6; ++digit) values['a' + digit] = static_cast<unsigned char>(10 + digit);
+    return values;
+}();
 
-int HexValue(char c) { return c <= '9' ? c - '0' : c - 'a' + 10; }
+// The digest the line's first 64 characters spell, or nothing.
+bool ReadDigest(std::string_view hex, Sha256& digest) {
+    unsigned char invalid = 0;
+    for (std::size_t i = 0; i < digest.size(); ++i) {
+        const unsigned char high = kHexValues[static_cast<unsigned char>(hex[2 * i])];
+        const unsigned char low = kHexValues[static_cast<unsigned char>(hex[2 * i + 1])];
+        invalid |= static_cast<unsigned char>((high | low) & 16);
+        digest[i] = static_cast<unsigned char>((high << 4) | (low & 15));
+    }
+    return invalid == 0;
+}
 
 CString LineError(std::size_t number, const char16_t* what) {
     return CString(u"line ") + OvxUtils::DecimalText(number) + u" of " + CString::FromUtf8(kDigestListEntry) + u" " +
@@ -35,17 +53,13 @@ OvxUtils::Result<std::vector<DigestLine>> ParseDigestList(std::string_view text)
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(line.size() + 1);
-        if (line.size() <= kHexDigits + 2 || line.substr(kHexDigits, 2) != "  " ||
-            !std::all_of(line.begin(), line.begin() + kHexDigits, IsLowerHex)) {
+        DigestLine parsed;
+        if (line.size() <= kHexDigits + 2 || line.substr(kHexDigits, 2) != "  " || !ReadDigest(line, parsed.digest)) {
             return Error{LineError(number, u"is not \"<64 lowercase hex digits>  <entry name>\"")};
         }
-        DigestLine parsed;
         parsed.name = std::string(line.substr(kHexDigits + 2));
         if (parsed.name.find_first_of("\r\\") != std::string::npos) {
             return Error{LineError(number, u"holds a carriage return or a backslash")};
-        }
-        for (std::size_t i = 0; i < parsed.digest.size(); ++i) {
-            parsed.digest[i] = static_cast<unsigned char>(HexValue(line[2 * i]) * 16 + HexValue(line[2 * i + 1]));
         }
         if (!lines.empty() && !(lines.back().name < parsed.name)) {
             return Error{LineError(number, lines.back().name == parsed.name ? u"lists an entry a second time"

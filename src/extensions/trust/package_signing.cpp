@@ -14,6 +14,11 @@ namespace {
 using OvxUtils::Error;
 using OvxUtils::Quoted;
 
+// The digest list is stored, not deflated: hex digests hardly compress, and a host reads
+// the list at every open of a signed package, where inflating it cost more than all the
+// other checks together.
+constexpr bool kStoreDigestList = true;
+
 // The digest of each entry but the signature entries, and the items that copy them.
 OvxUtils::Result<std::vector<DigestLine>> HashEntries(const VdcContainer::ZipContainer& package,
                                                       std::vector<VdcContainer::WriteItem>& items) {
@@ -60,7 +65,7 @@ OvxUtils::Result<Signer> SignPackage(const CString& source, const CString& targe
     const Minisign::Signature signature =
         Minisign::Sign(*list, key, TrustedCommentFor(timestamp, info->GetDocumentID(), info->GetVersion()));
     using Source = VdcContainer::WriteItem::Source;
-    items.push_back({Source::Bytes, std::string(kDigestListEntry), std::move(*list), {}, 0, false});
+    items.push_back({Source::Bytes, std::string(kDigestListEntry), std::move(*list), {}, 0, kStoreDigestList});
     items.push_back({Source::Bytes, std::string(kSignatureEntry), Minisign::FormatSignatureFile(signature), {}, 0, false});
     if (auto written = VdcContainer::WriteArchive(target, container.Reader()->Archive(), items, reproducible);
         !written) {
@@ -82,12 +87,14 @@ std::vector<VdcContainer::SaveSeal::TrailingEntry> SigningSeal::TrailingEntries(
              auto list = FormatDigestList(std::move(lines));
              if (list) m_list = *list;
              return list;
-         }},
+         },
+         kStoreDigestList},
         {std::string(kSignatureEntry),
          [this]() -> OvxUtils::Result<std::string> {
              if (m_list.empty()) return Error{u"the digest list was not made before its signature"};
              return Minisign::FormatSignatureFile(Minisign::Sign(m_list, m_key, m_trustedComment));
-         }},
+         },
+         false},
     };
 }
 
