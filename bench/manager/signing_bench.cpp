@@ -6,13 +6,13 @@
 // - "ovxext pack" against "ovxext pack --sign".
 
 #include "bench_extensions.h"
+#include "bench_package.h"
 #include "commands.h"
 #include "extensions/trust/package_signing.h"
 
 #include <benchmark/benchmark.h>
 
 #include <fstream>
-#include <random>
 #include <sstream>
 
 namespace {
@@ -24,21 +24,10 @@ const OvxBench::ScratchFolder scratch("ovx-signing-bench");
 constexpr int kFiles = 2000;
 const OvxUtils::Guid kId(0xC0000001u, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
 
-std::string Text(std::mt19937& random, std::size_t size) {
-    static constexpr std::string_view kWords[] = {"extension ", "host ",  "package ", "content ", "<node a=\"1\"/> ",
-                                                  "0x1F2E ",    "value ", "resource ", "\n",       "layout "};
-    std::string text;
-    while (text.size() < size) {
-        if (random() % 4 == 0) text += static_cast<char>('a' + random() % 26);
-        text += kWords[random() % std::size(kWords)];
-    }
-    text.resize(size);
-    return text;
-}
-
 struct Packages {
-    fs::path content = scratch.Path() / "content";
-    std::vector<CString> files;
+    // The content files of the container benchmarks: 2,000 files of 1-16 KB of text.
+    OvxBench::BenchPackage files{kFiles, 1024, 16 * 1024};
+    fs::path content = files.Source();
     CString unsignedPackage;
     CString signedPackage;
     Minisign::SecretKey key = Minisign::GenerateSecretKey();
@@ -46,15 +35,8 @@ struct Packages {
 
     Packages() {
         if (!Minisign::StartSodium()) std::abort();
-        std::mt19937 random(42);
-        for (int i = 0; i < kFiles; ++i) {
-            const fs::path file = content / ("dir" + std::to_string(i % 40)) / ("file" + std::to_string(i) + ".txt");
-            fs::create_directories(file.parent_path());
-            std::ofstream(file, std::ios::binary) << Text(random, 1024 + random() % (15 * 1024 + 1));
-            files.push_back(CString::FromUtf8(file.string()));
-        }
         unsignedPackage = OvxBench::PackBenchExtension(scratch.Path() / "source" / "p.OrvexExtension", kId,
-                                                       u"application/x-bench", content, files);
+                                                       u"application/x-bench", content, files.Files());
         signedPackage = CString::FromUtf8((scratch.Path() / "signed.OrvexExtension").string());
         if (!Trust::SignPackage(unsignedPackage, signedPackage, key, 1700000000, false)) std::abort();
         std::ofstream(keyFile, std::ios::binary) << *Minisign::FormatSecretKeyFile(key, "");
