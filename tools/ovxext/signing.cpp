@@ -58,18 +58,6 @@ OvxUtils::Result<Minisign::SecretKey> ReadSecretKey(const std::string& path) {
     return Minisign::ParseSecretKeyFile(*text, [&] { return KeyPassword(path, false); });
 }
 
-OvxUtils::Result<std::vector<Minisign::PublicKey>> ReadPublicKeys(const std::vector<std::string>& paths) {
-    std::vector<Minisign::PublicKey> keys;
-    for (const std::string& path : paths) {
-        auto text = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
-        if (!text) return text.TakeError();
-        auto key = Minisign::ParsePublicKey(*text);
-        if (!key) return Error{FromUtf8(path) + u": " + key.ErrorText()};
-        keys.push_back(*key);
-    }
-    return keys;
-}
-
 OvxUtils::Result<void> WriteKeyFile(const CString& path, const std::string& text, bool secret) {
     namespace fs = std::filesystem;
     const CString temporary =

@@ -21,8 +21,6 @@ inline constexpr const char* kPasswordVariable = "OVXEXT_KEY_PASSWORD";
 OvxUtils::Result<std::string> KeyPassword(const std::string& path, bool confirm);
 // Reads the secret key file at path, asking for its password when it is encrypted.
 OvxUtils::Result<OvxComponent::Minisign::SecretKey> ReadSecretKey(const std::string& path);
-// Reads the public key files.
-OvxUtils::Result<std::vector<OvxComponent::Minisign::PublicKey>> ReadPublicKeys(const std::vector<std::string>& paths);
 
 // Writes a key file under a temporary name and renames it to path; a secret one is
 // readable by its owner only from the moment it exists.

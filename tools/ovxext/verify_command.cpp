@@ -41,14 +41,16 @@ int RunVerify(const CommandContext& context) {
     if (parser.Positional().size() != 1) return ReportUsage(context, "verify", "expected one PACKAGE");
     if (!parser.Has("--public")) return ReportUsage(context, "verify", "-p PUBLIC is required");
     const std::string& file = parser.Positional()[0];
-    if (!Minisign::StartSodium()) return ReportError(context, "verify", file, "libsodium does not start", kExitFailure);
-    auto keys = ReadPublicKeys(parser.Values("--public"));
-    if (!keys) return ReportError(context, "verify", file, Utf8(keys.ErrorText()), kExitFailure);
+    // The keys are read as a host's trust policy reads them.
+    OvxComponent::TrustPolicy policy{OvxComponent::TrustMode::Require, {}, {}, {}};
+    for (const std::string& key : parser.Values("--public")) policy.trustedKeyFiles.push_back(FromUtf8(key));
+    auto store = Trust::TrustStore::Make(policy);
+    if (!store) return ReportError(context, "verify", file, Utf8(store.ErrorText()), kExitFailure);
     auto package = OpenPackage(file);
     if (!package) return ReportError(context, "verify", file, Utf8(package.ErrorText()), kExitFailure);
 
     Trust::SignatureVerdict verdict =
-        Trust::CheckSignature(package->Container(), package->GetInfo(), Trust::TrustStore(std::move(*keys)));
+        Trust::CheckSignature(package->Container(), package->GetInfo(), *store);
     if (!verdict.digests.empty()) {
         for (CString& problem : Trust::CheckContents(package->Container(), verdict.digests)) {
             verdict.problems.push_back(std::move(problem));
