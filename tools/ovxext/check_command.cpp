@@ -27,12 +27,17 @@ constexpr const char* kHelp =
     "(Atlas, Beacon, Cinder or Delta) offering the given features, on this system with\n"
     "this component's suite version, for each application given (--app Atlas,Delta, or\n"
     "--app repeated). When it would not, names the requirement that fails, what it\n"
-    "requires and what this host has. --json answers with one JSON object, --quiet only\n"
-    "with the exit code.\n"
+    "requires and what this host has.\n"
+    "\n"
+    "options:\n"
+    "  --app NAMES      the host applications to check for: Atlas, Beacon, Cinder or Delta,\n"
+    "                   one or a comma-separated list (repeatable; required)\n"
+    "  --feature NAME   a feature the host offers (repeatable)\n"
+    "  --json           answer with one JSON object\n"
+    "  --quiet          answer only with the exit code\n"
     "\n"
     "exit codes: 0 would load on every application, 1 would not load on one (or its record\n"
-    "            cannot be read),\n"
-    "            2 usage error, 3 the package cannot be opened\n";
+    "cannot be read), 2 usage error, 3 the package cannot be opened\n";
 
 std::string JoinTexts(const std::vector<CString>& texts) {
     const std::string joined = JoinUtf8(texts, [](const CString& text) { return text; });

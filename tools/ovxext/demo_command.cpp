@@ -30,8 +30,12 @@ constexpr const char* kHelp =
     "Walks through the life of extensions in a host: packs sample extensions, starts an\n"
     "extension manager over a watched source folder, drops packages in and takes them away,\n"
     "and shows the manager's log as it is written and the loaded extensions after each step.\n"
-    "Works in a temporary folder, removed at the end; --keep DIR works in DIR (which must not\n"
-    "exist) and keeps it.\n";
+    "Works in a temporary folder, removed at the end.\n"
+    "\n"
+    "options:\n"
+    "  --keep DIR   work in DIR (which must not exist) and keep it\n"
+    "\n"
+    "exit codes: 0 done, 2 usage error, 3 the working folder cannot be made\n";
 
 struct Sample {
     const char* name;

@@ -17,8 +17,11 @@ constexpr const char* kHelp =
     "\n"
     "Shows every metadata field, entry point and requirement of the package FILE, one\n"
     "'Field: value' per line. Lists are joined by ','; an absent version bound is '*';\n"
-    "texts with language variants show as 'default|lang=text'. With --json, one JSON object\n"
-    "with the same fields, lists as arrays and absent bounds as null.\n"
+    "texts with language variants show as 'default|lang=text'.\n"
+    "\n"
+    "options:\n"
+    "  --json   one JSON object with the same fields, lists as arrays and absent bounds\n"
+    "           as null\n"
     "\n"
     "exit codes: 0 shown, 2 usage error, 3 the package cannot be read\n";
 

@@ -29,7 +29,10 @@ constexpr const char* kHelp =
     "unknown or refused (feature requirements make a package unreadable), empty\n"
     "application or platform lists, a platform list without x64, version ranges that no\n"
     "version can pass, a zero document ID, a missing extension type, version or title.\n"
-    "--json answers with one JSON object, --quiet only with the exit code.\n"
+    "\n"
+    "options:\n"
+    "  --json    answer with one JSON object\n"
+    "  --quiet   answer only with the exit code\n"
     "\n"
     "exit codes: 0 no problems, 1 problems found, 2 usage error, 3 the file cannot be read\n";
 

@@ -16,8 +16,10 @@ constexpr const char* kHelp =
     "\n"
     "Lists every entry of the package FILE in archive order, one 'SIZE NAME' per line (a\n"
     "folder's name ends in '/'): the container's own entries, extension.xml,\n"
-    "requirements.xml and the packed files under content/. With --json, one JSON array of\n"
-    "{\"name\", \"size\"} objects.\n"
+    "requirements.xml and the packed files under content/.\n"
+    "\n"
+    "options:\n"
+    "  --json   one JSON array of {\"name\", \"size\"} objects\n"
     "\n"
     "exit codes: 0 listed, 2 usage error, 3 the package cannot be read\n";
 

@@ -43,6 +43,12 @@ constexpr const char* kUsage =
     "  2  usage error\n"
     "  3  a file or package could not be read or written\n"
     "\n"
+    "environment:\n"
+    "  OVXEXT_KEY_PASSWORD  the password of an encrypted secret key (keygen, sign,\n"
+    "                       pack --sign), read when standard input is not a terminal\n"
+    "  SOURCE_DATE_EPOCH    seconds since 1970: the signature's timestamp, and the time of\n"
+    "                       entries that signing adds (sign, pack --sign)\n"
+    "\n"
     "Extension packages (.OrvexExtension) are ZIP containers holding extension.xml and\n"
     "requirements.xml beside the extension's own files.\n";
 

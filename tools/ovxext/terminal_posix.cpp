@@ -20,12 +20,13 @@ std::optional<std::string> ReadPasswordFromTerminal(const std::string& prompt) {
         hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         ::tcsetattr(tty, TCSAFLUSH, &hidden);
     }
-    static_cast<void>(::write(tty, prompt.data(), prompt.size()));
+    // A prompt or line end the terminal does not take changes nothing of what is read.
+    [[maybe_unused]] const ssize_t shown = ::write(tty, prompt.data(), prompt.size());
     std::string line;
     char c = 0;
     while (::read(tty, &c, 1) == 1 && c != '\n') line += c;
     if (canHide) ::tcsetattr(tty, TCSAFLUSH, &saved);
-    static_cast<void>(::write(tty, "\n", 1));
+    [[maybe_unused]] const ssize_t ended = ::write(tty, "\n", 1);
     ::close(tty);
     if (!line.empty() && line.back() == '\r') line.pop_back();
     return line;

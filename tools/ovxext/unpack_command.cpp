@@ -21,6 +21,9 @@ constexpr const char* kHelp =
     "DIR is written; a failed extraction leaves DIR as it was. DIR may exist, but an entry\n"
     "that exists there already fails the extraction.\n"
     "\n"
+    "options:\n"
+    "  --quiet   print nothing but errors\n"
+    "\n"
     "exit codes: 0 extracted, 2 usage error, 3 the package cannot be read or extracted\n";
 
 }  // namespace
