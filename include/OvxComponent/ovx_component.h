@@ -1,4 +1,5 @@
-/* The C interface of OvxComponent: the host's main flow with the extension manager, for
+/** \file
+ * The C interface of OvxComponent: the host's main flow with the extension manager, for
  * hosts written in C or built with another C++ compiler than the library (on Windows,
  * the C++ interface needs the same compiler and runtime as the DLL; this one does not).
  *
@@ -26,165 +27,241 @@
 extern "C" {
 #endif
 
+/** The outcome of a call that can fail. */
 typedef enum ovx_status {
+    /** Done. */
     OVX_OK = 0,
-    OVX_E_INVALID_ARGUMENT = 1, /* a null handle or pointer, or text that is not UTF-8 */
-    OVX_E_FAILED = 2,           /* the operation failed; ovx_last_error() says why */
+    OVX_E_INVALID_ARGUMENT = 1, /**< a null handle or pointer, or text that is not UTF-8 */
+    OVX_E_FAILED = 2,           /**< the operation failed; ovx_last_error() says why */
+    /** The library could not allocate memory. */
     OVX_E_OUT_OF_MEMORY = 3
 } ovx_status;
 
+/** The level of a log entry. */
 typedef enum ovx_log_level { OVX_LOG_INFORMATION = 0, OVX_LOG_WARNING = 1, OVX_LOG_ERROR = 2 } ovx_log_level;
 
+/** An installer's answer to an unload. */
 typedef enum ovx_unload_result {
-    OVX_UNLOADED = 0,       /* the extension is unloaded now */
-    OVX_UNLOAD_DELAYED = 1, /* accepted; it completes later and the files stay */
+    OVX_UNLOADED = 0,       /**< the extension is unloaded now */
+    OVX_UNLOAD_DELAYED = 1, /**< accepted; it completes later and the files stay */
+    /** The extension could not be unloaded; it stays loaded. */
     OVX_UNLOAD_FAILED = 2
 } ovx_unload_result;
 
+/** An extension manager (opaque). */
 typedef struct ovx_manager ovx_manager;
+/** The registration of an installer (opaque). */
 typedef struct ovx_installer ovx_installer;
+/** Work that the manager hands the host's main thread (opaque). */
 typedef struct ovx_work ovx_work;
 
-/* The text of the last failure on this thread; "" when there was none. Valid until the
+/** The text of the last failure on this thread; "" when there was none. Valid until the
  * next call into the library on this thread. */
+/** \return The text, owned by the library. */
 OVX_API const char* ovx_last_error(void);
 
-/* The release of the library that is running, as "major.minor.patch.build". Compare its
+/** The release of the library that is running, as "major.minor.patch.build". Compare its
  * major number with OVX_COMPONENT_VERSION_MAJOR of OvxComponent/version.h. */
+/** \return The version text, owned by the library and valid while it is loaded. */
 OVX_API const char* ovx_version(void);
 
+/** A folder that the manager searches for packages and tracks. */
 typedef struct ovx_source_folder {
-    const char* label;  /* the host's own name for it */
-    const char* folder; /* searched for packages, recursively, and tracked */
+    const char* label;  /**< the host's own name for it */
+    const char* folder; /**< searched for packages, recursively, and tracked */
 } ovx_source_folder;
 
+/** What a manager is made with. */
 typedef struct ovx_manager_config {
-    /* The host's data folder; the manager works in its "x64" folder. */
+    /** The host's data folder; the manager works in its "x64" folder. */
     const char* data_folder;
+    /** The source folders, source_folder_count of them. */
     const ovx_source_folder* source_folders;
+    /** The number of source_folders. */
     size_t source_folder_count;
-    /* Names of the "addon" marker folders that extensions may carry. */
+    /** Names of the "addon" marker folders that extensions may carry. */
     const char* const* addon_names;
+    /** The number of addon_names. */
     size_t addon_name_count;
 
-    void* context; /* handed to every callback below */
-    /* Required. Carries work to the main thread: the host calls ovx_work_run(work) there,
+    void* context; /**< handed to every callback below */
+    /** Required. Carries work to the main thread: the host calls ovx_work_run(work) there,
      * exactly once, or ovx_work_discard(work) when it shuts down first. May be called on
      * the tracking thread. */
     void (*dispatch)(void* context, ovx_work* work);
-    /* Answers a named requirement of an extension; nonzero when the host offers it. NULL:
+    /** Answers a named requirement of an extension; nonzero when the host offers it. NULL:
      * no named requirement is met. */
     int (*requirement_met)(void* context, const char* requirement);
-    /* Answers whether the host is the application numbered app (0 Atlas, 1 Beacon,
+    /** Answers whether the host is the application numbered app (0 Atlas, 1 Beacon,
      * 2 Cinder, 3 Delta); NULL: none is. */
     int (*app_supported)(void* context, int app);
-    /* Optional: receives every log line, without its line end, as it is written. The log
+    /** Optional: receives every log line, without its line end, as it is written. The log
      * file "orvex_extensions.log" in the platform folder is written either way. */
     void (*log_line)(void* context, const char* line);
 } ovx_manager_config;
 
-/* Makes a manager; *manager receives the handle, to be released with ovx_manager_release. */
+/** Makes a manager; *manager receives the handle, to be released with ovx_manager_release. */
+/** \param config What the manager is made with; read during the call only.
+ * \param manager Receives the handle.
+ * \return OVX_OK, or why no manager was made. */
 OVX_API ovx_status ovx_manager_create(const ovx_manager_config* config, ovx_manager** manager);
-/* Which packages the manager may unpack and load, by who signed them
+/** Which packages the manager may unpack and load, by who signed them
  * (docs/signing.md). */
 typedef enum ovx_trust_mode {
-    OVX_TRUST_OFF = 0,    /* signatures are not looked at */
-    OVX_TRUST_WARN = 1,   /* every package loads; an untrusted one is logged as an error */
-    OVX_TRUST_REQUIRE = 2 /* only packages signed by a trusted key are unpacked and loaded */
+    OVX_TRUST_OFF = 0,    /**< signatures are not looked at */
+    OVX_TRUST_WARN = 1,   /**< every package loads; an untrusted one is logged as an error */
+    OVX_TRUST_REQUIRE = 2 /**< only packages signed by a trusted key are unpacked and loaded */
 } ovx_trust_mode;
 
+/** Which packages a manager lets run, by who signed them. */
 typedef struct ovx_trust_policy {
+    /** Off, warn or require. */
     ovx_trust_mode mode;
-    /* minisign public keys: the base64 line of a key file ("RWT..."), or the file's text. */
+    /** minisign public keys: the base64 line of a key file ("RWT..."), or the file's text. */
     const char* const* trusted_keys;
+    /** The number of trusted_keys. */
     size_t trusted_key_count;
-    /* Paths of minisign public key files. */
+    /** Paths of minisign public key files. */
     const char* const* trusted_key_files;
+    /** The number of trusted_key_files. */
     size_t trusted_key_file_count;
-    /* Key IDs as minisign prints them ("90C8B8E792068CFE") whose signatures no longer count. */
+    /** Key IDs as minisign prints them ("90C8B8E792068CFE") whose signatures no longer count. */
     const char* const* revoked_key_ids;
+    /** The number of revoked_key_ids. */
     size_t revoked_key_id_count;
 } ovx_trust_policy;
 
-/* ovx_manager_create with a trust policy; a NULL policy means OVX_TRUST_OFF. Fails with
+/** ovx_manager_create with a trust policy; a NULL policy means OVX_TRUST_OFF. Fails with
  * OVX_E_FAILED, and ovx_last_error() naming the item, when a key, key file or key ID cannot
  * be used, or OVX_TRUST_REQUIRE is given no key. */
+/** \param config What the manager is made with; read during the call only.
+ * \param policy The trust policy, or NULL; read during the call only.
+ * \param manager Receives the handle.
+ * \return OVX_OK, or why no manager was made. */
 OVX_API ovx_status ovx_manager_create_with_trust(const ovx_manager_config* config, const ovx_trust_policy* policy,
                                                  ovx_manager** manager);
-/* Releases the handle. Unload the extensions first (ovx_manager_unload_all). */
+/** Releases the handle. Unload the extensions first (ovx_manager_unload_all). */
+/** \param manager The manager; NULL is ignored. */
 OVX_API void ovx_manager_release(ovx_manager* manager);
 
-/* Runs work handed to the dispatch callback and frees it. Call on the main thread. */
+/** Runs work handed to the dispatch callback and frees it. Call on the main thread. */
+/** \param work What the dispatch callback received. */
 OVX_API void ovx_work_run(ovx_work* work);
-/* Frees work without running it. */
+/** Frees work without running it. */
+/** \param work What the dispatch callback received. */
 OVX_API void ovx_work_discard(ovx_work* work);
 
-/* What the manager hands an installer's load callback. */
+/** What the manager hands an installer's load callback. */
 typedef struct ovx_extension_info {
-    const char* document_id; /* the extension's identity, "{XXXXXXXX-XXXX-...}" */
-    const char* version;     /* "1.2.0.0" */
+    const char* document_id; /**< the extension's identity, "{XXXXXXXX-XXXX-...}" */
+    const char* version;     /**< "1.2.0.0" */
+    /** the extension type that chose the installer */
     const char* mime_type;
-    const char* folder; /* the unpacked extension */
+    const char* folder; /**< the unpacked extension */
 } ovx_extension_info;
 
+/** An installer: what the host does to load, unload and remove an extension. */
 typedef struct ovx_installer_callbacks {
-    void* context; /* handed to every callback below */
-    /* Required. Loads an extension: returns the host's own non-null token for it, or NULL
+    void* context; /**< handed to every callback below */
+    /** Required. Loads an extension: returns the host's own non-null token for it, or NULL
      * when it cannot be loaded. */
     void* (*load)(void* context, const ovx_extension_info* info);
-    /* Required. Unloads what load returned. */
+    /** Required. Unloads what load returned. */
     ovx_unload_result (*unload)(void* context, void* extension);
-    /* Deletes the extension's installed data below folder; nonzero on success. NULL: the
+    /** Deletes the extension's installed data below folder; nonzero on success. NULL: the
      * data is kept. */
     int (*remove_data)(void* context, const char* folder);
-    /* Optional: called once when the registration is over and the installer is no longer
+    /** Optional: called once when the registration is over and the installer is no longer
      * used, to free context. */
     void (*destroy)(void* context);
 } ovx_installer_callbacks;
 
-/* Registers an installer for the MIME types, all or nothing. *installer receives the
+/** Registers an installer for the MIME types, all or nothing. *installer receives the
  * registration; releasing it unregisters the installer and unloads its extensions. */
+/** \param manager The manager.
+ * \param mime_types The extension types the installer serves, mime_type_count of them.
+ * \param mime_type_count The number of mime_types.
+ * \param callbacks The installer; copied during the call.
+ * \param installer Receives the registration.
+ * \return OVX_OK, or why nothing was registered. */
 OVX_API ovx_status ovx_manager_register_installer(ovx_manager* manager, const char* const* mime_types,
                                                   size_t mime_type_count, const ovx_installer_callbacks* callbacks,
                                                   ovx_installer** installer);
+/** Ends the registration: the installer is unregistered and its extensions unloaded. */
+/** \param installer The registration; NULL is ignored. */
 OVX_API void ovx_installer_release(ovx_installer* installer);
 
-/* The host's sequence: register installers, start loading, finish loading, track. */
+/** Lets installers load, and loads what is already unpacked. The host's sequence:
+ * register installers, start loading, finish loading, track. */
+/** \param manager The manager.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_start_loading(ovx_manager* manager);
+/** Loads every extension that is unpacked and not loaded yet, after start loading. */
+/** \param manager The manager.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_finish_loading(ovx_manager* manager);
+/** Starts watching the source folders, scanning each once at once. */
+/** \param manager The manager.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_track_source_folders(ovx_manager* manager);
 
-/* Copies the platform folder (data folder joined with "x64", where the log lies) into
+/** Copies the platform folder (data folder joined with "x64", where the log lies) into
  * buffer as UTF-8 with its NUL; *length receives the bytes needed without the NUL. A
  * buffer too small (or NULL with size 0) gets nothing and the call fails. */
+/** \param manager The manager.
+ * \param buffer Receives the folder, or NULL with size 0 to ask for the length.
+ * \param size The bytes that buffer holds.
+ * \param length Receives the bytes the folder needs, without the NUL.
+ * \return OVX_OK, or OVX_E_FAILED when the buffer is too small. */
 OVX_API ovx_status ovx_manager_platform_folder(ovx_manager* manager, char* buffer, size_t size, size_t* length);
 
-/* Whether the extension with this document ID is loaded: *loaded receives 1 or 0. */
+/** Whether the extension with this document ID is loaded: *loaded receives 1 or 0. */
+/** \param manager The manager.
+ * \param document_id The document ID, as "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}".
+ * \param loaded Receives 1 when the extension is loaded, otherwise 0.
+ * \return OVX_OK, or OVX_E_INVALID_ARGUMENT for a text that is not a document ID. */
 OVX_API ovx_status ovx_manager_is_loaded(ovx_manager* manager, const char* document_id, int* loaded);
 
+/** One entry of the manager's log. */
 typedef struct ovx_log_entry {
+    /** Information, warning or error. */
     ovx_log_level level;
-    int64_t time;        /* 100 ns ticks since 1970-01-01 UTC */
-    const char* name;    /* the subject's name, or NULL */
-    const char* guid;    /* the subject's GUID, or NULL */
+    int64_t time;        /**< 100 ns ticks since 1970-01-01 UTC */
+    const char* name;    /**< the subject's name, or NULL */
+    const char* guid;    /**< the subject's GUID, or NULL */
+    /** The entry's text. */
     const char* message;
 } ovx_log_entry;
 
-/* Calls report once for every subject that failed and was not acknowledged, with its log
+/** Calls report once for every subject that failed and was not acknowledged, with its log
  * entries oldest first and the name of the log. */
+/** \param manager The manager.
+ * \param report Called once per failed subject with its entries, their count and the log's
+ * name; what it receives is valid during the call only.
+ * \param context Handed to report.
+ *  \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager or report). */
 OVX_API ovx_status ovx_manager_report_failures(ovx_manager* manager,
                                                void (*report)(void* context, const ovx_log_entry* entries,
                                                               size_t count, const char* log_name),
                                                void* context);
-/* Calls notify (possibly on the tracking thread) whenever failures were recorded; notify
+/** Calls notify (possibly on the tracking thread) whenever failures were recorded; notify
  * receives a handle that is valid during the call. NULL removes the notifier. */
+/** \param manager The manager.
+ * \param notify The notifier, or NULL to remove it.
+ * \param context Handed to notify.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_set_failure_notifier(ovx_manager* manager,
                                                     void (*notify)(void* context, ovx_manager* manager),
                                                     void* context);
-/* Acknowledges the recorded failures: they are no longer reported. */
+/** Acknowledges the recorded failures: they are no longer reported. */
+/** \param manager The manager.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_clear_failures(ovx_manager* manager);
 
-/* Unloads every extension; *failures (optional) receives how many unloads failed. */
+/** Unloads every extension; *failures (optional) receives how many unloads failed. */
+/** \param manager The manager.
+ * \param failures Receives the number of unloads that failed, or NULL.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_unload_all(ovx_manager* manager, size_t* failures);
 
 #ifdef __cplusplus

@@ -1,11 +1,12 @@
-// CTypeInfo: the shared wrapper of one interface's ITypeInfo in one type library, which
-// answers GetIDsOfNames for single names from a case-insensitive cache of the
-// interface's function names.
-//
-// CTypeLib::GetTypeInfo hands out the one CTypeInfo per interface GUID, with a reference
-// for the caller; the last Release removes it from its CTypeLib and destroys it. While it
-// lives it holds its CTypeLib. Dispatch calls may come on any thread: the name cache is
-// built once, under the object's write lock, and read without a lock afterwards.
+/// \file
+/// CTypeInfo: the shared wrapper of one interface's ITypeInfo in one type library, which
+/// answers GetIDsOfNames for single names from a case-insensitive cache of the
+/// interface's function names.
+///
+/// CTypeLib::GetTypeInfo hands out the one CTypeInfo per interface GUID, with a reference
+/// for the caller; the last Release removes it from its CTypeLib and destroys it. While it
+/// lives it holds its CTypeLib. Dispatch calls may come on any thread: the name cache is
+/// built once, under the object's write lock, and read without a lock afterwards.
 #pragma once
 
 #include "OvxComponent/automation/no_case_less.h"
@@ -26,30 +27,30 @@ class CTypeLib;
 
 class OVX_API CTypeInfo : public OvxUtils::ThreadLock {
 public:
-    // Takes a reference on typeInfo and on typeLib when they are non-null. The count
-    // starts at 0.
+    /// Takes a reference on typeInfo and on typeLib when they are non-null. The count
+    /// starts at 0.
     CTypeInfo(const OvxUtils::Guid& guid, ITypeInfo* typeInfo, CTypeLib* typeLib);
     CTypeInfo(const CTypeInfo&) = delete;
     CTypeInfo& operator=(const CTypeInfo&) = delete;
 
     void AddRef();
-    // The last Release removes the object from its CTypeLib and destroys it.
+    /// The last Release removes the object from its CTypeLib and destroys it.
     void Release();
-    // The current count, for diagnostics; it may change as soon as it is read.
+    /// The current count, for diagnostics; it may change as soon as it is read.
     unsigned long GetRefCount() const;
 
-    // The wrapped ITypeInfo with a reference (null, and S_OK, when there is none).
-    // E_POINTER when result is null. The first argument is not used.
+    /// The wrapped ITypeInfo with a reference (null, and S_OK, when there is none).
+    /// E_POINTER when result is null. The first argument is not used.
     HRESULT GetTypeInfo(unsigned long, ITypeInfo** result);
 
-    // A single name is answered from the name cache, ignoring case, without a COM call
-    // or an allocation. Several names (a member and its named arguments) and names the
-    // cache does not hold go to ITypeInfo::GetIDsOfNames, whose misses
-    // (DISP_E_UNKNOWNNAME) are not remembered. E_FAIL when such a call is needed and there
-    // is no ITypeInfo; E_OUTOFMEMORY when the cache cannot be made. lcid is not used.
+    /// A single name is answered from the name cache, ignoring case, without a COM call
+    /// or an allocation. Several names (a member and its named arguments) and names the
+    /// cache does not hold go to ITypeInfo::GetIDsOfNames, whose misses
+    /// (DISP_E_UNKNOWNNAME) are not remembered. E_FAIL when such a call is needed and there
+    /// is no ITypeInfo; E_OUTOFMEMORY when the cache cannot be made. lcid is not used.
     HRESULT GetIDsOfNames(wchar_t** names, unsigned int count, unsigned long lcid, long* dispids);
 
-    // ITypeInfo::Invoke on instance; E_FAIL without an ITypeInfo. lcid is not used.
+    /// ITypeInfo::Invoke on instance; E_FAIL without an ITypeInfo. lcid is not used.
     HRESULT Invoke(IDispatch* instance, long dispid, unsigned long lcid, unsigned short flags,
                    DISPPARAMS* params, VARIANT* result, EXCEPINFO* excepInfo, unsigned int* argErr);
 
@@ -61,17 +62,17 @@ private:
     ~CTypeInfo() override;
 
     bool TryAddRef();
-    // Builds the name cache on first use. The cache holds the names of this interface's
-    // functions (not its variables, not inherited members); a property's get and put
-    // functions share one entry. When the type attributes cannot be read the cache stays
-    // empty, and every name goes to ITypeInfo.
+    /// Builds the name cache on first use. The cache holds the names of this interface's
+    /// functions (not its variables, not inherited members); a property's get and put
+    /// functions share one entry. When the type attributes cannot be read the cache stays
+    /// empty, and every name goes to ITypeInfo.
     HRESULT GetNameCache();
     void FillNameCache(NameCache& cache) const;
 
     const OvxUtils::Guid m_guid;
     ITypeInfo* m_pTypeInfo;
     CTypeLib* m_pTypeLib;
-    // Published only once it is filled, so that readers need no lock.
+    /// Published only once it is filled, so that readers need no lock.
     std::atomic<NameCache*> m_pNameCache{nullptr};
     std::atomic<unsigned long> m_refCount{0};
 };

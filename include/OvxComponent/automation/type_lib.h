@@ -1,12 +1,13 @@
-// CTypeLib: the process-wide wrapper of one loaded ITypeLib, with the caches that make
-// repeated questions to the library cheap: the CTypeInfo wrappers it has handed out, by
-// interface GUID, and the type infos it has found by kind and name.
-//
-// Wrappers are shared: CTypeLibMap hands out the one wrapper of an ITypeLib* (and the
-// loaders get theirs from there). The wrapper counts its own references, starting at 0;
-// whoever hands one out raises the count first, and the last Release removes the wrapper
-// from the map and destroys it. Every operation may be called on any thread; the object
-// is its own reader/writer lock.
+/// \file
+/// CTypeLib: the process-wide wrapper of one loaded ITypeLib, with the caches that make
+/// repeated questions to the library cheap: the CTypeInfo wrappers it has handed out, by
+/// interface GUID, and the type infos it has found by kind and name.
+///
+/// Wrappers are shared: CTypeLibMap hands out the one wrapper of an ITypeLib* (and the
+/// loaders get theirs from there). The wrapper counts its own references, starting at 0;
+/// whoever hands one out raises the count first, and the last Release removes the wrapper
+/// from the map and destroys it. Every operation may be called on any thread; the object
+/// is its own reader/writer lock.
 #pragma once
 
 #include "OvxComponent/automation/no_case_less.h"
@@ -28,32 +29,32 @@ class CTypeInfo;
 
 class OVX_API CTypeLib : public OvxUtils::ThreadLock {
 public:
-    // Takes a reference on typeLib when it is non-null. The count starts at 0.
+    /// Takes a reference on typeLib when it is non-null. The count starts at 0.
     explicit CTypeLib(ITypeLib* typeLib);
     CTypeLib(const CTypeLib&) = delete;
     CTypeLib& operator=(const CTypeLib&) = delete;
 
     void AddRef();
-    // The last Release removes the wrapper from CTypeLibMap and destroys it.
+    /// The last Release removes the wrapper from CTypeLibMap and destroys it.
     void Release();
-    // The current count, for diagnostics; it may change as soon as it is read.
+    /// The current count, for diagnostics; it may change as soon as it is read.
     unsigned long GetRefCount() const;
 
-    // The wrapped library, without a reference for the caller.
+    /// The wrapped library, without a reference for the caller.
     ITypeLib* GetITypeLib() const;
 
-    // The shared CTypeInfo of the interface guid, made on first request; *result carries
-    // one reference. E_FAIL without a library; the library's HRESULT when it has no such
-    // interface (nothing is cached then); E_OUTOFMEMORY, with *result null, when the
-    // wrapper cannot be made.
+    /// The shared CTypeInfo of the interface guid, made on first request; *result carries
+    /// one reference. E_FAIL without a library; the library's HRESULT when it has no such
+    /// interface (nothing is cached then); E_OUTOFMEMORY, with *result null, when the
+    /// wrapper cannot be made.
     HRESULT GetTypeInfo(const OvxUtils::Guid& guid, CTypeInfo** result);
-    // Forgets the CTypeInfo of guid, if one is cached. Called by a CTypeInfo whose last
-    // reference has gone.
+    /// Forgets the CTypeInfo of guid, if one is cached. Called by a CTypeInfo whose last
+    /// reference has gone.
     void RemoveTypeInfo(const OvxUtils::Guid& guid);
 
-    // The type info of the first type of the given kind whose name equals name ignoring
-    // case, or null. Hits are remembered under the name as the first caller spelled it;
-    // misses are not, so a name that is not there costs a scan of the library each time.
+    /// The type info of the first type of the given kind whose name equals name ignoring
+    /// case, or null. Hits are remembered under the name as the first caller spelled it;
+    /// misses are not, so a name that is not there costs a scan of the library each time.
     CComPtr<ITypeInfo> FindTypeInfoByName(CString name, TYPEKIND kind);
 
 private:
@@ -62,14 +63,14 @@ private:
 
     ~CTypeLib() override;
 
-    // Takes a reference unless the count has already reached 0, that is unless the object
-    // is on its way out and must not be handed out again.
+    /// Takes a reference unless the count has already reached 0, that is unless the object
+    /// is on its way out and must not be handed out again.
     bool TryAddRef();
-    // Forgets guid only while it still names expected: a CTypeInfo that is going away
-    // must not take its successor's entry with it.
+    /// Forgets guid only while it still names expected: a CTypeInfo that is going away
+    /// must not take its successor's entry with it.
     void RemoveTypeInfo(const OvxUtils::Guid& guid, const CTypeInfo* expected);
-    // The cached, live CTypeInfo of guid with one more reference, or null. Called with
-    // the lock held.
+    /// The cached, live CTypeInfo of guid with one more reference, or null. Called with
+    /// the lock held.
     CTypeInfo* TakeCachedTypeInfo(const OvxUtils::Guid& guid);
     HRESULT CreateTypeInfo(const OvxUtils::Guid& guid, CTypeInfo** result);
     CComPtr<ITypeInfo> ScanForName(const CString& name, TYPEKIND kind);
@@ -77,7 +78,7 @@ private:
     using NameCache = std::map<CString, CComPtr<ITypeInfo>, NoCaseLess>;
 
     ITypeLib* m_pTypeLib;
-    std::map<OvxUtils::Guid, CTypeInfo*> m_typeInfos;  // not counted: see RemoveTypeInfo
+    std::map<OvxUtils::Guid, CTypeInfo*> m_typeInfos;  ///< not counted: see RemoveTypeInfo
     std::map<TYPEKIND, NameCache> m_typeInfosByName;
     std::atomic<unsigned long> m_refCount{0};
 };

@@ -1,13 +1,14 @@
-// CTypeLibCacheBase: a type library loader that loads from the host module's resources
-// once and keeps the shared CTypeLib for its own life.
-//
-// The host derives from it, implements GetResourceInstance, and keeps the object as a
-// static of its module. It takes no lock: callers such as CTypeInfoHolder call GetTypeLib
-// under their own lock, and one cache must not be asked on two threads at once.
-//
-// Copying copies the pointer without taking a reference, so the copy and the original
-// would both drop the one reference: a cache that has loaded its library is not to be
-// copied.
+/// \file
+/// CTypeLibCacheBase: a type library loader that loads from the host module's resources
+/// once and keeps the shared CTypeLib for its own life.
+///
+/// The host derives from it, implements GetResourceInstance, and keeps the object as a
+/// static of its module. It takes no lock: callers such as CTypeInfoHolder call GetTypeLib
+/// under their own lock, and one cache must not be asked on two threads at once.
+///
+/// Copying copies the pointer without taking a reference, so the copy and the original
+/// would both drop the one reference: a cache that has loaded its library is not to be
+/// copied.
 #pragma once
 
 #include "OvxComponent/automation/type_lib_res_loader.h"
@@ -20,16 +21,16 @@ public:
     CTypeLibCacheBase() = default;
     CTypeLibCacheBase(const CTypeLibCacheBase& other);
     CTypeLibCacheBase& operator=(const CTypeLibCacheBase& other);
-    // Drops the cache's reference on the library.
+    /// Drops the cache's reference on the library.
     ~CTypeLibCacheBase() override;
 
-    // The cached library with one more reference; loads it (index 0 as the locator
-    // leaves it) on the first call. A loading failure is returned, and tried again on the
-    // next call.
+    /// The cached library with one more reference; loads it (index 0 as the locator
+    /// leaves it) on the first call. A loading failure is returned, and tried again on the
+    /// next call.
     HRESULT GetTypeLib(CTypeLib** result) const override;
 
 private:
-    mutable CTypeLib* m_pTypeLib = nullptr;  // one reference once loaded
+    mutable CTypeLib* m_pTypeLib = nullptr;  ///< one reference once loaded
 };
 
 }  // namespace OvxComponent

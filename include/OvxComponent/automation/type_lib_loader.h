@@ -1,4 +1,5 @@
-// ITypeLibLoader: whatever hands out a shared CTypeLib, for CTypeInfoHolder.
+/// \file
+/// ITypeLibLoader: whatever hands out a shared CTypeLib, for CTypeInfoHolder.
 #pragma once
 
 #include <windows.h>
@@ -10,7 +11,7 @@ class CTypeLib;
 class ITypeLibLoader {
 public:
     virtual ~ITypeLibLoader() = default;
-    // On success *result carries one CTypeLib reference for the caller.
+    /// On success *result carries one CTypeLib reference for the caller.
     virtual HRESULT GetTypeLib(CTypeLib** result) const = 0;
 };
 

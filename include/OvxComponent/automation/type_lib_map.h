@@ -1,9 +1,10 @@
-// CTypeLibMap: the process-wide registry of live CTypeLib wrappers, by ITypeLib*.
-//
-// Reached through OvxUtils::Singleton<CTypeLibMap>, which is instantiated once inside
-// OvxComponent, so that the library and every host module share one map. The map holds
-// no references: a wrapper stays registered from its first GetMapEntry until its last
-// Release, which removes it. Any thread may call it; it uses its write lock only.
+/// \file
+/// CTypeLibMap: the process-wide registry of live CTypeLib wrappers, by ITypeLib*.
+///
+/// Reached through OvxUtils::Singleton<CTypeLibMap>, which is instantiated once inside
+/// OvxComponent, so that the library and every host module share one map. The map holds
+/// no references: a wrapper stays registered from its first GetMapEntry until its last
+/// Release, which removes it. Any thread may call it; it uses its write lock only.
 #pragma once
 
 #include "OvxComponent/platform/ovx_export.h"
@@ -26,15 +27,15 @@ public:
     CTypeLibMap(const CTypeLibMap&) = delete;
     CTypeLibMap& operator=(const CTypeLibMap&) = delete;
 
-    // The wrapper of typeLib, made and registered on first request, with one reference
-    // for the caller (ended by CTypeLib::Release). Null only when no wrapper could be
-    // made. The key is the pointer as given: two interface pointers to one library give
-    // two wrappers.
+    /// The wrapper of typeLib, made and registered on first request, with one reference
+    /// for the caller (ended by CTypeLib::Release). Null only when no wrapper could be
+    /// made. The key is the pointer as given: two interface pointers to one library give
+    /// two wrappers.
     CTypeLib* GetMapEntry(ITypeLib* typeLib);
-    // Forgets the entry of typeLib, if any; the wrapper itself is not touched.
+    /// Forgets the entry of typeLib, if any; the wrapper itself is not touched.
     void RemoveMapEntry(ITypeLib* typeLib);
 
-    // The number of registered wrappers, for diagnostics.
+    /// The number of registered wrappers, for diagnostics.
     std::size_t GetEntryCount() const;
 
 private:
@@ -43,14 +44,14 @@ private:
 
     CTypeLibMap();
 
-    // Forgets the entry of typeLib only while it still names expected: a wrapper that is
-    // going away must not take the entry of its successor with it.
+    /// Forgets the entry of typeLib only while it still names expected: a wrapper that is
+    /// going away must not take the entry of its successor with it.
     void RemoveMapEntry(ITypeLib* typeLib, const CTypeLib* expected);
 
-    std::map<ITypeLib*, CTypeLib*> m_entries;  // not counted
+    std::map<ITypeLib*, CTypeLib*> m_entries;  ///< not counted
 };
 
 }  // namespace OvxComponent
 
-// The one instance lives in OvxComponent; host modules use it from there.
+/// The one instance lives in OvxComponent; host modules use it from there.
 extern template class OVX_API OvxUtils::Singleton<OvxComponent::CTypeLibMap>;

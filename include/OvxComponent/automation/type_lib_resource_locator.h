@@ -1,5 +1,6 @@
-// ITypeLibResourceLocator: names the module whose resources hold a type library. A host
-// implements it, because only the host knows which of its modules that is.
+/// \file
+/// ITypeLibResourceLocator: names the module whose resources hold a type library. A host
+/// implements it, because only the host knows which of its modules that is.
 #pragma once
 
 #include <windows.h>
@@ -9,8 +10,8 @@ namespace OvxComponent {
 class ITypeLibResourceLocator {
 public:
     virtual ~ITypeLibResourceLocator() = default;
-    // The module, or null when there is none. index comes in as the type library
-    // resource asked for (0: the first one) and may be changed to another.
+    /// The module, or null when there is none. index comes in as the type library
+    /// resource asked for (0: the first one) and may be changed to another.
     virtual HINSTANCE GetResourceInstance(unsigned int& index) const = 0;
 };
 

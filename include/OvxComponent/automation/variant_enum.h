@@ -1,11 +1,12 @@
-// CVariantEnum: an IEnumVARIANT over a list of VARIANTs that a collection fills before it
-// hands the enumerator out.
-//
-// It exists only as CComObjectAppLock<CVariantEnum>, made by CreateObjectInstance: the
-// object keeps the host application locked (when one is registered) for as long as it
-// lives, so that the host does not shut down under a script that is still enumerating.
-// Unlike the usual IEnumVARIANT contract, a clone starts at the first element, not at the
-// position of the enumerator it was cloned from.
+/// \file
+/// CVariantEnum: an IEnumVARIANT over a list of VARIANTs that a collection fills before it
+/// hands the enumerator out.
+///
+/// It exists only as CComObjectAppLock<CVariantEnum>, made by CreateObjectInstance: the
+/// object keeps the host application locked (when one is registered) for as long as it
+/// lives, so that the host does not shut down under a script that is still enumerating.
+/// Unlike the usual IEnumVARIANT contract, a clone starts at the first element, not at the
+/// position of the enumerator it was cloned from.
 #pragma once
 
 #include "OvxComponent/automation/enum_base.h"
@@ -18,26 +19,26 @@ namespace OvxComponent {
 
 class OVX_API CVariantEnum : public CEnumBase {
 public:
-    // A new enumerator with one reference in *result. E_POINTER when result is null;
-    // E_OUTOFMEMORY, with *result null, when it cannot be made or locking the host
-    // application throws.
+    /// A new enumerator with one reference in *result. E_POINTER when result is null;
+    /// E_OUTOFMEMORY, with *result null, when it cannot be made or locking the host
+    /// application throws.
     static HRESULT CreateObjectInstance(CVariantEnum** result);
-    // The same; null on failure.
+    /// The same; null on failure.
     static CVariantEnum* CreateObjectInstance();
 
-    // Appends object as a VT_DISPATCH element. With addRef the enumerator takes a
-    // reference of its own; without, it adopts the caller's. Throws std::bad_alloc when
-    // out of memory, after releasing what it had adopted.
+    /// Appends object as a VT_DISPATCH element. With addRef the enumerator takes a
+    /// reference of its own; without, it adopts the caller's. Throws std::bad_alloc when
+    /// out of memory, after releasing what it had adopted.
     void AddObject(IDispatch* object, bool addRef);
-    // With copy, appends a deep copy and value stays the caller's (a value VariantCopy
-    // refuses, of a type it does not know, is appended as VT_EMPTY). Without, it takes
-    // value over as it is: the caller must not clear value afterwards. Throws
-    // std::bad_alloc when out of memory (an adopted value is cleared then).
+    /// With copy, appends a deep copy and value stays the caller's (a value VariantCopy
+    /// refuses, of a type it does not know, is appended as VT_EMPTY). Without, it takes
+    /// value over as it is: the caller must not clear value afterwards. Throws
+    /// std::bad_alloc when out of memory (an adopted value is cleared then).
     void AddVariant(VARIANT& value, bool copy);
 
-    // A new enumerator over deep copies of the elements, positioned at the first one.
-    // E_OUTOFMEMORY when it cannot be made; the failure of VariantCopy when an element
-    // cannot be copied.
+    /// A new enumerator over deep copies of the elements, positioned at the first one.
+    /// E_OUTOFMEMORY when it cannot be made; the failure of VariantCopy when an element
+    /// cannot be copied.
     STDMETHODIMP Clone(IEnumVARIANT** result) override;
 
 protected:

@@ -1,13 +1,14 @@
-// IAppUIMode: how the host runs its user interface, as far as the host services ask.
-// Implemented by the host and owned by it; the library never frees it.
+/// \file
+/// IAppUIMode: how the host runs its user interface, as far as the host services ask.
+/// Implemented by the host and owned by it; the library never frees it.
 #pragma once
 
 namespace OvxComponent {
 
 class IAppUIMode {
 public:
-    // True when the host must show no dialog (it runs without a user, for instance);
-    // message boxes then answer by themselves.
+    /// True when the host must show no dialog (it runs without a user, for instance);
+    /// message boxes then answer by themselves.
     virtual bool SuppressesDialogs() = 0;
 
 protected:

@@ -1,9 +1,10 @@
-// The binding of the library to its host: the host's application object, the host's main
-// thread, and the application object of the class library.
-//
-// The host calls SetAppInterface (and SetWinApp when it has an application object of its
-// own) once on its main thread at start-up, before anything of the library shows UI or
-// asks IsOnMainThread. The values are never cleared; calling a setter again replaces them.
+/// \file
+/// The binding of the library to its host: the host's application object, the host's main
+/// thread, and the application object of the class library.
+///
+/// The host calls SetAppInterface (and SetWinApp when it has an application object of its
+/// own) once on its main thread at start-up, before anything of the library shows UI or
+/// asks IsOnMainThread. The values are never cleared; calling a setter again replaces them.
 #pragma once
 
 #include "OvxComponent/platform/ovx_export.h"
@@ -13,18 +14,18 @@ namespace OvxComponent {
 class CWinApp;
 class IOrvexCmn_App;
 
-// Stores app (not owned; no reference taken) and records the calling thread as the main
-// thread.
+/// Stores app (not owned; no reference taken) and records the calling thread as the main
+/// thread.
 OVX_API void SetAppInterface(IOrvexCmn_App* app);
 OVX_API IOrvexCmn_App* GetAppInterface();
 
-// Stores app (not owned); null goes back to the library's own application object.
+/// Stores app (not owned); null goes back to the library's own application object.
 OVX_API void SetWinApp(CWinApp* app);
-// The application object given to SetWinApp, else the library's own; never null.
+/// The application object given to SetWinApp, else the library's own; never null.
 OVX_API CWinApp* GetWinApp();
 
-// Whether the calling thread is the one that last called SetAppInterface; false on every
-// thread before the first call. Safe on any thread.
+/// Whether the calling thread is the one that last called SetAppInterface; false on every
+/// thread before the first call. Safe on any thread.
 OVX_API bool IsOnMainThread();
 
 }  // namespace OvxComponent

@@ -1,4 +1,5 @@
-// Finding the host's user-interface service. Internal to the host services.
+/// \file
+/// Finding the host's user-interface service. Internal to the host services.
 #pragma once
 
 #include "OvxComponent/component/app_ui_service.h"
@@ -6,7 +7,7 @@
 
 namespace OvxComponent {
 
-// The service that app offers, or null (also when app is null). Host-owned: not released.
+/// The service that app offers, or null (also when app is null). Host-owned: not released.
 inline IAppUIService* FindHostUIService(IOrvexCmn_App* app) {
     if (!app) return nullptr;
     void* service = nullptr;

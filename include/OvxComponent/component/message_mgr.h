@@ -1,32 +1,33 @@
-// MessageMgr: message boxes that the host may present itself.
-//
-// Every function shows its text through the host's IAppUIService when the registered
-// application object offers one. Otherwise, when the host reports that it shows no
-// dialogs, nothing is shown and the answer a user would most likely give is returned
-// (OK, Ignore, Yes, or Cancel for retry/cancel). Otherwise a Win32 message box is shown,
-// captioned with the host's title (or the application object's name when no host is
-// registered) and owned by the host's main window.
-//
-// The helpers may be called on any thread, but they show UI: worker threads should check
-// IsOnMainThread first.
+/// \file
+/// MessageMgr: message boxes that the host may present itself.
+///
+/// Every function shows its text through the host's IAppUIService when the registered
+/// application object offers one. Otherwise, when the host reports that it shows no
+/// dialogs, nothing is shown and the answer a user would most likely give is returned
+/// (OK, Ignore, Yes, or Cancel for retry/cancel). Otherwise a Win32 message box is shown,
+/// captioned with the host's title (or the application object's name when no host is
+/// registered) and owned by the host's main window.
+///
+/// The helpers may be called on any thread, but they show UI: worker threads should check
+/// IsOnMainThread first.
 #pragma once
 
 #include "OvxComponent/platform/ovx_export.h"
 
 namespace OvxComponent::MessageMgr {
 
-OVX_API void ShowMessage(const wchar_t* text);  // information icon
+OVX_API void ShowMessage(const wchar_t* text);  ///< information icon
 OVX_API void ShowWarning(const wchar_t* text);
-// extra1..extra3 go to the host's service; the Win32 fallback does not show them.
+/// extra1..extra3 go to the host's service; the Win32 fallback does not show them.
 OVX_API void ShowWarning(const wchar_t* text, const wchar_t* extra1, const wchar_t* extra2,
                          const wchar_t* extra3);
 OVX_API void ShowError(const wchar_t* text);
-// type: the Win32 MB_ buttons and icon. Returns the dialog result (IDOK ...).
+/// type: the Win32 MB_ buttons and icon. Returns the dialog result (IDOK ...).
 OVX_API int ShowConfirmation(unsigned int type, const wchar_t* text);
 
-// The Format* forms build the text with the Win32 FormatMessage insert syntax (%1,
-// %2!d! ...), not printf syntax. A null or empty format shows an empty text; a format
-// that FormatMessage refuses is shown as it is.
+/// The Format* forms build the text with the Win32 FormatMessage insert syntax (%1,
+/// %2!d! ...), not printf syntax. A null or empty format shows an empty text; a format
+/// that FormatMessage refuses is shown as it is.
 OVX_API void FormatAndShowMessage(const wchar_t* format, ...);
 OVX_API void FormatAndShowWarning(const wchar_t* format, ...);
 OVX_API void FormatAndShowError(const wchar_t* format, ...);

@@ -1,9 +1,10 @@
-// IOrvexCmn_App: the host application object, as the library uses it. The host
-// implements it and registers it with SetAppInterface.
-//
-// QueryInterface answers IID_IAppUIService when the host presents message boxes and menus
-// itself. The library takes no reference on the object: the host keeps it alive for as
-// long as the library may use it.
+/// \file
+/// IOrvexCmn_App: the host application object, as the library uses it. The host
+/// implements it and registers it with SetAppInterface.
+///
+/// QueryInterface answers IID_IAppUIService when the host presents message boxes and menus
+/// itself. The library takes no reference on the object: the host keeps it alive for as
+/// long as the library may use it.
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
@@ -18,13 +19,13 @@ class IAppUIMode;
 
 class IOrvexCmn_App : public IUnknown {
 public:
-    // Keeps the application from shutting down until the matching UnlockApplication;
-    // calls nest. An exception thrown here makes the object that asked fail to be created.
+    /// Keeps the application from shutting down until the matching UnlockApplication;
+    /// calls nest. An exception thrown here makes the object that asked fail to be created.
     virtual void LockApplication() = 0;
     virtual void UnlockApplication() = 0;
-    // How the host runs its user interface; null when it cannot tell.
+    /// How the host runs its user interface; null when it cannot tell.
     virtual IAppUIMode* GetUIMode() = 0;
-    // The window that owns the host's dialogs; null when there is none.
+    /// The window that owns the host's dialogs; null when there is none.
     virtual CWnd* GetMainWindow() = 0;
     virtual CString GetApplicationTitle() = 0;
 

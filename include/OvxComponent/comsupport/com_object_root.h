@@ -1,9 +1,10 @@
-// CComObjectRootEx<ThreadModel>: the reference count of a COM object, and the thread
-// models that say how it is changed.
-//
-// A class built on the root implements its interfaces and InternalQueryInterface; the
-// object template that makes it creatable (CComObjectAppLock) supplies QueryInterface,
-// AddRef and Release on top of it.
+/// \file
+/// CComObjectRootEx<ThreadModel>: the reference count of a COM object, and the thread
+/// models that say how it is changed.
+///
+/// A class built on the root implements its interfaces and InternalQueryInterface; the
+/// object template that makes it creatable (CComObjectAppLock) supplies QueryInterface,
+/// AddRef and Release on top of it.
 #pragma once
 
 #include <windows.h>
@@ -11,8 +12,8 @@
 
 namespace OvxComponent {
 
-// For objects used by one thread, as single-threaded apartment objects are: plain
-// increments, no lock.
+/// For objects used by one thread, as single-threaded apartment objects are: plain
+/// increments, no lock.
 struct CComSingleThreadModel {
     static ULONG Increment(ULONG& value) noexcept { return ++value; }
     static ULONG Decrement(ULONG& value) noexcept { return --value; }

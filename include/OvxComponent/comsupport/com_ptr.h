@@ -1,9 +1,10 @@
-// CComPtr<T>: a counted reference to a COM interface.
-//
-// The pointer holds one reference for as long as it is set. Constructing or assigning from
-// a raw pointer takes a new reference; attach() adopts one the caller already holds.
-// put() releases the current pointer first, so that a pointer can be filled by an
-// out-parameter again and again without leaking.
+/// \file
+/// CComPtr<T>: a counted reference to a COM interface.
+///
+/// The pointer holds one reference for as long as it is set. Constructing or assigning from
+/// a raw pointer takes a new reference; attach() adopts one the caller already holds.
+/// put() releases the current pointer first, so that a pointer can be filled by an
+/// out-parameter again and again without leaking.
 #pragma once
 
 #include <windows.h>
@@ -39,27 +40,27 @@ public:
     T* operator->() const noexcept { return m_p; }
     explicit operator bool() const noexcept { return m_p != nullptr; }
 
-    // Releases the current pointer and hands out the empty slot for an out-parameter.
+    /// Releases the current pointer and hands out the empty slot for an out-parameter.
     T** put() noexcept {
         reset();
         return &m_p;
     }
-    // The same slot typed for QueryInterface-style out-parameters.
+    /// The same slot typed for QueryInterface-style out-parameters.
     void** put_void() noexcept { return reinterpret_cast<void**>(put()); }
 
     void reset() noexcept {
         if (T* old = std::exchange(m_p, nullptr)) old->Release();
     }
-    // Adopts a reference the caller holds; the previous pointer is released.
+    /// Adopts a reference the caller holds; the previous pointer is released.
     void attach(T* pointer) noexcept {
         reset();
         m_p = pointer;
     }
-    // Gives the held reference to the caller.
+    /// Gives the held reference to the caller.
     [[nodiscard]] T* detach() noexcept { return std::exchange(m_p, nullptr); }
     void swap(CComPtr& other) noexcept { std::swap(m_p, other.m_p); }
 
-    // Copies the pointer into an out-parameter with a reference of its own.
+    /// Copies the pointer into an out-parameter with a reference of its own.
     HRESULT CopyTo(T** out) const noexcept {
         if (!out) return E_POINTER;
         *out = m_p;
@@ -73,7 +74,7 @@ public:
         return m_p->QueryInterface(iid, out.put_void());
     }
 
-    // Whether this pointer and other belong to one COM object (compared through IUnknown).
+    /// Whether this pointer and other belong to one COM object (compared through IUnknown).
     bool IsSameObject(IUnknown* other) const noexcept {
         if (!m_p || !other) return m_p == nullptr && other == nullptr;
         CComPtr<IUnknown> mine, theirs;

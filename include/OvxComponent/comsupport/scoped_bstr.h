@@ -1,4 +1,5 @@
-// ScopedBstr: owns one BSTR and frees it with SysFreeString.
+/// \file
+/// ScopedBstr: owns one BSTR and frees it with SysFreeString.
 #pragma once
 
 #include "OvxComponent/platform/ovx_export.h"
@@ -13,9 +14,9 @@ namespace OvxComponent {
 class OVX_API ScopedBstr {
 public:
     ScopedBstr() noexcept = default;
-    // A new BSTR holding text; empty (null) when the system has no memory for it.
+    /// A new BSTR holding text; empty (null) when the system has no memory for it.
     explicit ScopedBstr(std::wstring_view text) noexcept;
-    // Takes over a BSTR that the caller owns.
+    /// Takes over a BSTR that the caller owns.
     static ScopedBstr Adopt(BSTR bstr) noexcept;
     ScopedBstr(ScopedBstr&& other) noexcept;
     ScopedBstr& operator=(ScopedBstr&& other) noexcept;
@@ -24,13 +25,13 @@ public:
     ~ScopedBstr();
 
     BSTR get() const noexcept { return m_bstr; }
-    // Frees the current string and hands out the empty slot for an out-parameter.
+    /// Frees the current string and hands out the empty slot for an out-parameter.
     BSTR* put() noexcept;
     void reset() noexcept;
-    // Gives the string to the caller, who frees it.
+    /// Gives the string to the caller, who frees it.
     [[nodiscard]] BSTR detach() noexcept;
 
-    // The text without its terminator; a null BSTR reads as empty.
+    /// The text without its terminator; a null BSTR reads as empty.
     std::wstring_view View() const noexcept;
 
 private:

@@ -1,5 +1,6 @@
-// CWnd: a window of the host, as the host services see it: the handle that owns a message
-// box or a popup menu. It does not own the window.
+/// \file
+/// CWnd: a window of the host, as the host services see it: the handle that owns a message
+/// box or a popup menu. It does not own the window.
 #pragma once
 
 #include <windows.h>

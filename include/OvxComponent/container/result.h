@@ -1,4 +1,5 @@
-// The container library reports its failures with the component's one result type.
+/// \file
+/// The container library reports its failures with the component's one result type.
 #pragma once
 
 #include "OvxComponent/platform/result.h"

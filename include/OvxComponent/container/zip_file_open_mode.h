@@ -1,12 +1,14 @@
-// ZipFile::OpenMode: how a container file is opened.
+/// \file
+/// ZipFile::OpenMode: how a container file is opened.
 #pragma once
 
 namespace VdcContainer::ZipFile {
 
+/// How a package is opened.
 enum class OpenMode {
-    ReadOnly,   // an existing package; nothing is ever written
-    ReadWrite,  // an existing package; changes are written by Save or Close
-    Create,     // a new package; an existing file is replaced when the package is saved
+    ReadOnly,   ///< an existing package; nothing is ever written
+    ReadWrite,  ///< an existing package; changes are written by Save or Close
+    Create,     ///< a new package; an existing file is replaced when the package is saved
 };
 
 }  // namespace VdcContainer::ZipFile

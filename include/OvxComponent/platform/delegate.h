@@ -1,9 +1,11 @@
-// OvxUtils::Delegate: a callable that may be stored and run later, possibly empty.
+/// \file
+/// OvxUtils::Delegate: a callable that may be stored and run later, possibly empty.
 #pragma once
 
 #include <functional>
 
 namespace OvxUtils {
+/// A callable of the signature.
 template <class Signature>
 using Delegate = std::function<Signature>;
 }

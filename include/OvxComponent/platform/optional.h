@@ -1,9 +1,11 @@
-// OvxUtils::optional: an optional value.
+/// \file
+/// OvxUtils::optional: an optional value.
 #pragma once
 
 #include <optional>
 
 namespace OvxUtils {
+/// An optional value.
 template <class T>
 using optional = std::optional<T>;
 }

@@ -1,6 +1,7 @@
-// OVX_API marks what the OvxComponent shared library exports; everything else stays
-// inside it. A program that links the library's objects statically (its own tests and
-// tools) defines OVX_COMPONENT_STATIC, and the mark expands to nothing.
+/// \file
+/// OVX_API marks what the OvxComponent shared library exports; everything else stays
+/// inside it. A program that links the library's objects statically (its own tests and
+/// tools) defines OVX_COMPONENT_STATIC, and the mark expands to nothing.
 #pragma once
 
 #if defined(OVX_COMPONENT_STATIC)
@@ -12,5 +13,6 @@
 #    define OVX_API __declspec(dllimport)
 #  endif
 #else
+/// Marks what the library exports.
 #  define OVX_API __attribute__((visibility("default")))
 #endif

@@ -1,4 +1,5 @@
-// ExtensionAppSupport: the host applications that an extension may require.
+/// \file
+/// ExtensionAppSupport: the host applications that an extension may require.
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
@@ -8,6 +9,7 @@
 
 namespace OvxComponent {
 
+/// The host applications an extension may run in.
 enum class ExtensionAppSupport : std::int32_t {
     Atlas = 0,
     Beacon = 1,
@@ -15,9 +17,13 @@ enum class ExtensionAppSupport : std::int32_t {
     Delta = 3,
 };
 
-// "Atlas", "Beacon", "Cinder", "Delta"; a value outside the enumeration prints as "Atlas".
+/// "Atlas", "Beacon", "Cinder", "Delta"; a value outside the enumeration prints as "Atlas".
+/// \param value The application.
+/// \return Its name, as the requirements write it.
 OVX_API CString ToString(ExtensionAppSupport value);
-// Exact, case-sensitive match of one of those texts; anything else gives no value.
+/// Exact, case-sensitive match of one of those texts; anything else gives no value.
+/// \param text An application's name.
+/// \return The application, or nothing when the text names none.
 OVX_API std::optional<ExtensionAppSupport> ExtensionAppSupportFromString(const CString& text);
 
 }  // namespace OvxComponent

@@ -1,5 +1,6 @@
-// ExtensionContainer: the typed handle of an extension package. An empty handle (not
-// open) stands for failure.
+/// \file
+/// ExtensionContainer: the typed handle of an extension package. An empty handle (not
+/// open) stands for failure.
 #pragma once
 
 #include "OvxComponent/container/zip_container_subtype.h"
@@ -8,6 +9,7 @@
 
 namespace OvxComponent {
 
+/// An extension package, opened with its record.
 using ExtensionContainer = VdcContainer::ZipContainerSubtype<ExtensionContainerInfo, ExtensionContainerClass>;
 
 }  // namespace OvxComponent

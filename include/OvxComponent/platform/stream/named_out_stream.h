@@ -1,4 +1,5 @@
-// NamedOutStream: an output stream together with what to call it in messages.
+/// \file
+/// NamedOutStream: an output stream together with what to call it in messages.
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
@@ -9,9 +10,11 @@
 
 namespace OvxUtils {
 
+/// An output stream with a name, which log lines and reports show.
 struct NamedOutStream {
-    CString name;                 // shown to the user
-    std::optional<CString> path;  // the file behind the stream, when there is one
+    CString name;                 ///< shown to the user
+    std::optional<CString> path;  ///< the file behind the stream, when there is one
+    /// The stream.
     std::shared_ptr<Stream> stream;
 };
 
