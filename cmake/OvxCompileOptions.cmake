@@ -10,6 +10,15 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     -Woverloaded-virtual -Wimplicit-fallthrough)
 endif()
 
+# Hardening that a library loaded into other programs' processes owes them, as Debian
+# builds its packages: checked string and memory functions where the optimizer can tell
+# sizes, a read-only relocation table resolved at load.
+if(NOT WIN32 AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+  target_compile_definitions(ovx_compile_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+  target_compile_options(ovx_compile_options INTERFACE -fstack-protector-strong)
+  target_link_options(ovx_compile_options INTERFACE LINKER:-z,relro LINKER:-z,now)
+endif()
+
 if(WIN32 AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # A COM object is destroyed by its own Release, never deleted through an interface
   # pointer, and the system's COM interfaces have no virtual destructor: every class that

@@ -4,6 +4,18 @@
 # OvxComponent::OvxComponent, or asks pkg-config for "OvxComponent". Only the public
 # headers of include/ are installed (on Linux without the Windows-only COM and host
 # service headers), with the generated version header beside them.
+#
+# Every file belongs to one component, which on Linux becomes one Debian package
+# (OvxPackaging.cmake):
+#   runtime        the shared library                                   libovxcomponent18
+#   development    headers, link, CMake and pkg-config files, reference libovxcomponent-dev
+#   tool           ovxext with its manual page and bash completion      ovxext
+#   *-debug        the debug information of the runtime and the tool    <package>-dbgsym
+# On Windows every component goes into the one .zip.
+
+set(OVX_RUNTIME_PACKAGE libovxcomponent${PROJECT_VERSION_MAJOR})
+set(OVX_DEVELOPMENT_PACKAGE libovxcomponent-dev)
+set(OVX_TOOL_PACKAGE ovxext)
 
 include(CMakePackageConfigHelpers)
 
@@ -45,8 +57,14 @@ if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/OvxComponent.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 endif()
 
+
 if(TARGET ovxext)
-  install(TARGETS ovxext RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  install(TARGETS ovxext RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  if(TARGET ovxext_manual)
+    install(FILES ${OVX_OVXEXT_MANUAL} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    install(FILES ${PROJECT_SOURCE_DIR}/tools/ovxext/completion/ovxext.bash RENAME ovxext
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions COMPONENT tool)
+  endif()
 endif()
 
 # The MinGW runtime that the DLL and ovxext need, beside them.
@@ -54,43 +72,79 @@ if(OVX_MINGW_RUNTIME_DLLS)
   install(FILES ${OVX_MINGW_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()
 
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
-  ${PROJECT_SOURCE_DIR}/CHANGELOG.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
-
-# Installed binaries are stripped; their debug information goes into a .debug file beside
-# each, linked to it by a debug link that debuggers follow.
-if(CMAKE_BUILD_TYPE MATCHES "Deb" AND CMAKE_OBJCOPY AND CMAKE_STRIP)
-  set(debug_binaries "$<TARGET_FILE_NAME:OvxComponent>")
-  set(debug_folders "${CMAKE_INSTALL_LIBDIR}")
-  if(WIN32)
-    set(debug_folders "${CMAKE_INSTALL_BINDIR}")
-  endif()
-  if(TARGET ovxext)
-    list(APPEND debug_binaries "$<TARGET_FILE_NAME:ovxext>")
-    list(APPEND debug_folders "${CMAKE_INSTALL_BINDIR}")
-  endif()
-  install(CODE "
-    set(OVX_OBJCOPY \"${CMAKE_OBJCOPY}\")
-    set(OVX_STRIP \"${CMAKE_STRIP}\")
-    set(OVX_DEBUG_BINARIES \"${debug_binaries}\")
-    set(OVX_DEBUG_FOLDERS \"${debug_folders}\")
-    include(\"${PROJECT_SOURCE_DIR}/cmake/OvxSplitDebugInfo.cmake\")"
-    COMPONENT runtime)
-endif()
-
-# The full copyright files of what the binaries contain, as Debian ships them.
+# Licence, notices and changes. The copyright file holds the licence, the third-party
+# notices and the full copyright file of each library that the binaries contain, as its
+# Debian package states it. On Linux each package has its own documentation folder, as
+# Debian wants it, with the changelog in Debian's format; on Windows there is one.
+include(OvxReleaseNotes)
 if(WIN32)
-  set(notice_packages libzip4 libpugixml1v5 libz-mingw-w64 gcc-mingw-w64-base mingw-w64-common nlohmann-json3-dev)
+  install(FILES ${OVX_COPYRIGHT_FILE} ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
+    ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 else()
-  set(notice_packages libzip4 libpugixml1v5 zlib1g nlohmann-json3-dev)
-endif()
-foreach(package IN LISTS notice_packages)
-  set(copyright /usr/share/doc/${package}/copyright)
-  if(EXISTS ${copyright})
-    install(FILES ${copyright} RENAME ${package}.copyright
-      DESTINATION ${CMAKE_INSTALL_DOCDIR}/third-party COMPONENT runtime)
-  else()
-    message(WARNING "${copyright} is missing; the release would lack that notice")
+  set(documented_components runtime development)
+  if(TARGET ovxext)
+    list(APPEND documented_components tool)
   endif()
-endforeach()
+  foreach(component IN LISTS documented_components)
+    string(TOUPPER ${component} upper)
+    install(FILES ${OVX_COPYRIGHT_FILE} ${OVX_DEBIAN_CHANGELOG}
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_${upper}_PACKAGE} COMPONENT ${component})
+    set(overrides ${PROJECT_SOURCE_DIR}/packaging/debian/${OVX_${upper}_PACKAGE}.lintian-overrides)
+    if(EXISTS ${overrides})
+      install(FILES ${overrides} RENAME ${OVX_${upper}_PACKAGE}
+        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides COMPONENT ${component})
+    endif()
+  endforeach()
+endif()
+
+# The API reference (target docs), with the development files.
+if(OVX_BUILD_DOCS)
+  set(reference_folder ${CMAKE_INSTALL_DOCDIR})
+  if(NOT WIN32)
+    set(reference_folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_DEVELOPMENT_PACKAGE})
+  endif()
+  install(DIRECTORY ${OVX_API_REFERENCE_HTML} DESTINATION ${reference_folder} COMPONENT development)
+endif()
+
+# Installed binaries are stripped. On Windows their debug information goes into a .debug
+# file beside each, linked to it by a debug link that debuggers follow; on Linux it goes
+# into its own component, below lib/debug/.build-id where debuggers look it up by the
+# binary's build ID.
+if(CMAKE_BUILD_TYPE MATCHES "Deb" AND CMAKE_OBJCOPY AND CMAKE_STRIP)
+  set(OVX_DEBUG_COMPONENTS)
+  set(binary_targets OvxComponent ovxext)
+  set(binary_components runtime tool)
+  foreach(target component IN ZIP_LISTS binary_targets binary_components)
+    if(NOT TARGET ${target})
+      continue()
+    endif()
+    set(folder ${CMAKE_INSTALL_BINDIR})
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "SHARED_LIBRARY" AND NOT WIN32)
+      set(folder ${CMAKE_INSTALL_LIBDIR})
+    endif()
+    set(split_settings "
+      set(OVX_OBJCOPY \"${CMAKE_OBJCOPY}\")
+      set(OVX_STRIP \"${CMAKE_STRIP}\")
+      set(OVX_READELF \"${CMAKE_READELF}\")
+      set(OVX_BUILT_BINARY \"$<TARGET_FILE:${target}>\")
+      set(OVX_INSTALLED_BINARY \"${folder}/$<TARGET_FILE_NAME:${target}>\")")
+    if(WIN32)
+      install(CODE "${split_settings}
+        set(OVX_DEBUG_STEP strip-and-link-beside)
+        include(\"${PROJECT_SOURCE_DIR}/cmake/OvxSplitDebugInfo.cmake\")" COMPONENT ${component})
+    else()
+      install(CODE "${split_settings}
+        set(OVX_DEBUG_STEP strip)
+        include(\"${PROJECT_SOURCE_DIR}/cmake/OvxSplitDebugInfo.cmake\")" COMPONENT ${component})
+      install(CODE "${split_settings}
+        set(OVX_DEBUG_STEP extract-by-build-id)
+        set(OVX_DEBUG_FOLDER \"lib/debug\")
+        include(\"${PROJECT_SOURCE_DIR}/cmake/OvxSplitDebugInfo.cmake\")" COMPONENT ${component}-debug)
+      string(TOUPPER ${component} upper)
+      install(FILES ${OVX_COPYRIGHT_FILE} ${OVX_DEBIAN_CHANGELOG}
+        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_${upper}_PACKAGE}-dbgsym COMPONENT ${component}-debug)
+      list(APPEND OVX_DEBUG_COMPONENTS ${component}-debug)
+    endif()
+  endforeach()
+endif()

@@ -8,7 +8,8 @@
 #     find_package, and the C++ host also with add_subdirectory of this source tree;
 #   - packs an extension with the installed ovxext and runs both hosts, which must load it
 #     (under Wine for Windows);
-#   - makes the release archives with cpack.
+#   - makes the release archives with cpack; on Linux checks the Debian packages with
+#     lintian and installs, uses and removes them (scripts/deb-check.sh).
 #
 # Usage: scripts/sdk-check.sh linux|windows
 # linux builds the linux-sdk preset; windows uses the windows preset's build, which
@@ -128,9 +129,10 @@ if grep -A4 "^build CMakeFiles/ovx-example-host.dir/main.cpp" "$work/host-subpro
 fi
 if [[ $platform == linux ]]; then
   # pkg-config, as a Makefile-based host would use it.
-  pc_flags=$(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs OvxComponent)
+  pc_folder=$(dirname "$(find "$prefix" -name OvxComponent.pc)")
+  pc_flags=$(PKG_CONFIG_PATH="$pc_folder" pkg-config --cflags --libs OvxComponent)
   # shellcheck disable=SC2086
-  gcc -std=c99 -o "$work/c-host-pkgconfig" examples/c-host/main.c $pc_flags -Wl,-rpath,"$prefix/lib" ||
+  gcc -std=c99 -o "$work/c-host-pkgconfig" examples/c-host/main.c $pc_flags -Wl,-rpath,"$(dirname "$pc_folder")" ||
     { echo "FAILED: the C host does not build with pkg-config's flags ($pc_flags)" >&2; exit 1; }
 fi
 
@@ -162,14 +164,24 @@ for host in "${hosts[@]}"; do
 done
 
 echo "== $platform: release archives"
+rm -rf $build/packages
 (cd $build && cpack >/dev/null)
 find $build/packages -name "*.tar.gz" -o -name "*.deb" -o -name "*.zip" | sort
 if [[ $platform == linux ]]; then
-  contents=$(dpkg-deb -c $build/packages/*.deb)
-  expected=libOvxComponent.so.18.0.0.debug
+  contents=$(dpkg-deb -c $build/packages/libovxcomponent18-dbgsym_*.deb)
+  expected=./usr/lib/debug/.build-id/
 else
   contents=$(unzip -l $build/packages/*.zip)
   expected=bin/OvxComponent.dll.debug
 fi
 grep -q "$expected" <<<"$contents" || { echo "FAILED: the archive lacks $expected" >&2; exit 1; }
+for notice in copyright CHANGELOG.md LICENSE THIRD_PARTY_NOTICES.md; do
+  if [[ $platform == windows ]] && ! grep -q "share/doc/OvxComponent/$notice" <<<"$contents"; then
+    echo "FAILED: the archive lacks share/doc/OvxComponent/$notice" >&2
+    exit 1
+  fi
+done
+if [[ $platform == linux ]]; then
+  scripts/deb-check.sh $build/packages
+fi
 echo "The $platform SDK works."
