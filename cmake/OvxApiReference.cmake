@@ -1,7 +1,7 @@
 # The API reference of the public headers, built with Doxygen by the target "docs" (and
 # by "all" when OVX_BUILD_DOCS is on). Any Doxygen warning fails it. It covers the
-# headers installed for this platform: on Linux those without the Windows-only COM,
-# automation and host service headers.
+# headers installed for this platform, as that platform's compiler sees them: on Linux
+# those without the Windows-only COM, automation and host service headers.
 
 find_package(Doxygen)
 if(NOT DOXYGEN_FOUND)
@@ -14,7 +14,10 @@ endif()
 set(OVX_API_REFERENCE_DIR ${PROJECT_BINARY_DIR}/api-reference)
 set(OVX_API_REFERENCE_HTML ${OVX_API_REFERENCE_DIR}/html)
 set(OVX_API_REFERENCE_EXCLUDE)
-if(NOT WIN32)
+set(OVX_API_REFERENCE_PREDEFINED)
+if(WIN32)
+  set(OVX_API_REFERENCE_PREDEFINED _WIN32)
+else()
   set(OVX_API_REFERENCE_EXCLUDE "*/automation/* */component/* */comsupport/*")
 endif()
 configure_file(${PROJECT_SOURCE_DIR}/docs/api/Doxyfile.in ${OVX_API_REFERENCE_DIR}/Doxyfile @ONLY)

@@ -25,22 +25,31 @@ namespace OvxComponent {
 
 class CTypeLib;
 
+/// A counted wrapper of one interface's ITypeInfo, with a name cache for GetIDsOfNames.
 class OVX_API CTypeInfo : public OvxUtils::ThreadLock {
 public:
     /// Takes a reference on typeInfo and on typeLib when they are non-null. The count
     /// starts at 0.
+    /// \param guid The interface ID.
+    /// \param typeInfo The interface's type info, or null.
+    /// \param typeLib The library that caches this object, or null.
     CTypeInfo(const OvxUtils::Guid& guid, ITypeInfo* typeInfo, CTypeLib* typeLib);
     CTypeInfo(const CTypeInfo&) = delete;
     CTypeInfo& operator=(const CTypeInfo&) = delete;
 
+    /// Takes a reference.
     void AddRef();
     /// The last Release removes the object from its CTypeLib and destroys it.
+    /// Ends a reference.
     void Release();
     /// The current count, for diagnostics; it may change as soon as it is read.
+    /// \return The count.
     unsigned long GetRefCount() const;
 
     /// The wrapped ITypeInfo with a reference (null, and S_OK, when there is none).
     /// E_POINTER when result is null. The first argument is not used.
+    /// \param result Receives the type info.
+    /// \return S_OK, or E_POINTER for a null result.
     HRESULT GetTypeInfo(unsigned long, ITypeInfo** result);
 
     /// A single name is answered from the name cache, ignoring case, without a COM call
@@ -48,9 +57,23 @@ public:
     /// cache does not hold go to ITypeInfo::GetIDsOfNames, whose misses
     /// (DISP_E_UNKNOWNNAME) are not remembered. E_FAIL when such a call is needed and there
     /// is no ITypeInfo; E_OUTOFMEMORY when the cache cannot be made. lcid is not used.
+    /// \param names The member's name, then its named arguments' names.
+    /// \param count The number of names.
+    /// \param lcid The locale; not used.
+    /// \param dispids Receives one ID per name.
+    /// \return S_OK, DISP_E_UNKNOWNNAME, or the failure.
     HRESULT GetIDsOfNames(wchar_t** names, unsigned int count, unsigned long lcid, long* dispids);
 
     /// ITypeInfo::Invoke on instance; E_FAIL without an ITypeInfo. lcid is not used.
+    /// \param instance The object to call.
+    /// \param dispid The member's ID.
+    /// \param lcid The locale; not used.
+    /// \param flags DISPATCH_ flags.
+    /// \param params The arguments.
+    /// \param result Receives the result, or null.
+    /// \param excepInfo Receives an exception's description, or null.
+    /// \param argErr Receives the index of a bad argument, or null.
+    /// \return The call's result.
     HRESULT Invoke(IDispatch* instance, long dispid, unsigned long lcid, unsigned short flags,
                    DISPPARAMS* params, VARIANT* result, EXCEPINFO* excepInfo, unsigned int* argErr);
 

@@ -27,34 +27,48 @@ namespace OvxComponent {
 
 class CTypeInfo;
 
+/// A counted wrapper of a loaded ITypeLib, shared through CTypeLibMap, with a cache of the
+/// CTypeInfo of its interfaces.
 class OVX_API CTypeLib : public OvxUtils::ThreadLock {
 public:
     /// Takes a reference on typeLib when it is non-null. The count starts at 0.
+    /// \param typeLib The library, or null.
     explicit CTypeLib(ITypeLib* typeLib);
     CTypeLib(const CTypeLib&) = delete;
     CTypeLib& operator=(const CTypeLib&) = delete;
 
+    /// Takes a reference.
     void AddRef();
     /// The last Release removes the wrapper from CTypeLibMap and destroys it.
+    /// Ends a reference.
     void Release();
     /// The current count, for diagnostics; it may change as soon as it is read.
+    /// \return The count.
     unsigned long GetRefCount() const;
 
     /// The wrapped library, without a reference for the caller.
+    /// \return The library, or null.
     ITypeLib* GetITypeLib() const;
 
     /// The shared CTypeInfo of the interface guid, made on first request; *result carries
     /// one reference. E_FAIL without a library; the library's HRESULT when it has no such
     /// interface (nothing is cached then); E_OUTOFMEMORY, with *result null, when the
     /// wrapper cannot be made.
+    /// \param guid The interface ID.
+    /// \param result Receives the wrapper.
+    /// \return S_OK, or the failure.
     HRESULT GetTypeInfo(const OvxUtils::Guid& guid, CTypeInfo** result);
     /// Forgets the CTypeInfo of guid, if one is cached. Called by a CTypeInfo whose last
     /// reference has gone.
+    /// \param guid The interface ID.
     void RemoveTypeInfo(const OvxUtils::Guid& guid);
 
     /// The type info of the first type of the given kind whose name equals name ignoring
     /// case, or null. Hits are remembered under the name as the first caller spelled it;
     /// misses are not, so a name that is not there costs a scan of the library each time.
+    /// \param name The type's name.
+    /// \param kind The type's kind.
+    /// \return The type info, or null.
     CComPtr<ITypeInfo> FindTypeInfoByName(CString name, TYPEKIND kind);
 
 private:

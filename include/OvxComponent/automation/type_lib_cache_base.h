@@ -16,10 +16,17 @@
 
 namespace OvxComponent {
 
+/// A type library loader that keeps the library it loaded, for the type info holders of
+/// one module.
 class OVX_API CTypeLibCacheBase : public CTypeLibResLoader {
 public:
     CTypeLibCacheBase() = default;
+    /// Shares the other's cached library, with a reference of its own.
+    /// \param other The cache to copy.
     CTypeLibCacheBase(const CTypeLibCacheBase& other);
+    /// Drops the cached library and shares the other's.
+    /// \param other The cache to copy.
+    /// \return This cache.
     CTypeLibCacheBase& operator=(const CTypeLibCacheBase& other);
     /// Drops the cache's reference on the library.
     ~CTypeLibCacheBase() override;
@@ -27,6 +34,8 @@ public:
     /// The cached library with one more reference; loads it (index 0 as the locator
     /// leaves it) on the first call. A loading failure is returned, and tried again on the
     /// next call.
+    /// \param result Receives the library.
+    /// \return S_OK, or the loading failure.
     HRESULT GetTypeLib(CTypeLib** result) const override;
 
 private:

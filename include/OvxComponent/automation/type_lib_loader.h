@@ -8,10 +8,13 @@ namespace OvxComponent {
 
 class CTypeLib;
 
+/// Loads the type library that type info holders read their interfaces from.
 class ITypeLibLoader {
 public:
     virtual ~ITypeLibLoader() = default;
     /// On success *result carries one CTypeLib reference for the caller.
+    /// \param result Receives the library.
+    /// \return S_OK, or the loading failure.
     virtual HRESULT GetTypeLib(CTypeLib** result) const = 0;
 };
 

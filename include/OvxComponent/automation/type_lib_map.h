@@ -21,6 +21,7 @@ namespace OvxComponent {
 
 class CTypeLib;
 
+/// The process's registry of CTypeLib wrappers, one per loaded ITypeLib pointer.
 class OVX_API CTypeLibMap : public OvxUtils::ThreadLock {
 public:
     ~CTypeLibMap() override;
@@ -31,11 +32,15 @@ public:
     /// for the caller (ended by CTypeLib::Release). Null only when no wrapper could be
     /// made. The key is the pointer as given: two interface pointers to one library give
     /// two wrappers.
+    /// \param typeLib The library.
+    /// \return The wrapper, or null.
     CTypeLib* GetMapEntry(ITypeLib* typeLib);
     /// Forgets the entry of typeLib, if any; the wrapper itself is not touched.
+    /// \param typeLib The library.
     void RemoveMapEntry(ITypeLib* typeLib);
 
     /// The number of registered wrappers, for diagnostics.
+    /// \return The number of wrappers.
     std::size_t GetEntryCount() const;
 
 private:

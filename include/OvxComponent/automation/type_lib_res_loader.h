@@ -13,6 +13,8 @@
 
 namespace OvxComponent {
 
+/// Loads a type library from a module's resources; the module comes from
+/// GetResourceInstance.
 class OVX_API CTypeLibResLoader : public ITypeLibLoader, public ITypeLibResourceLocator {
 public:
     /// Loads the type library resource index of module (0: the first one; n: the
@@ -20,9 +22,15 @@ public:
     /// with one reference. E_FAIL for a null module, E_POINTER for a null result, else
     /// the HRESULT of LoadTypeLibEx; on success *result is null only when no wrapper could
     /// be made.
+    /// \param module The module holding the resource.
+    /// \param index The resource (0: the first one).
+    /// \param result Receives the library.
+    /// \return S_OK, or the failure.
     static HRESULT LoadTypeLibFromResource(HINSTANCE module, unsigned int index, CTypeLib** result);
 
     /// Asks GetResourceInstance for the module, starting from index 0, and loads.
+    /// \param result Receives the library.
+    /// \return S_OK, or the failure.
     HRESULT GetTypeLib(CTypeLib** result) const override;
 };
 

@@ -5,10 +5,12 @@
 
 namespace OvxComponent {
 
+/// How a host runs its user interface.
 class IAppUIMode {
 public:
     /// True when the host must show no dialog (it runs without a user, for instance);
     /// message boxes then answer by themselves.
+    /// \return Whether dialogs are suppressed.
     virtual bool SuppressesDialogs() = 0;
 
 protected:

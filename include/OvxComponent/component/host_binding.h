@@ -16,16 +16,21 @@ class IOrvexCmn_App;
 
 /// Stores app (not owned; no reference taken) and records the calling thread as the main
 /// thread.
+/// \param app The host's application interface, or null.
 OVX_API void SetAppInterface(IOrvexCmn_App* app);
+/// \return The application interface given to SetAppInterface, or null.
 OVX_API IOrvexCmn_App* GetAppInterface();
 
 /// Stores app (not owned); null goes back to the library's own application object.
+/// \param app The application object, or null.
 OVX_API void SetWinApp(CWinApp* app);
 /// The application object given to SetWinApp, else the library's own; never null.
+/// \return The application object.
 OVX_API CWinApp* GetWinApp();
 
 /// Whether the calling thread is the one that last called SetAppInterface; false on every
 /// thread before the first call. Safe on any thread.
+/// \return Whether the calling thread is the main thread.
 OVX_API bool IsOnMainThread();
 
 }  // namespace OvxComponent

@@ -8,6 +8,8 @@
 namespace OvxComponent {
 
 /// The service that app offers, or null (also when app is null). Host-owned: not released.
+/// \param app The host's application interface, or null.
+/// \return The service, or null.
 inline IAppUIService* FindHostUIService(IOrvexCmn_App* app) {
     if (!app) return nullptr;
     void* service = nullptr;

@@ -11,9 +11,11 @@
 
 namespace OvxComponent {
 
+/// The application object: its name, which message boxes show as their title.
 class OVX_API CWinApp {
 public:
     /// appName null: the file name of the program, without folder and extension.
+    /// \param appName The application's name, or null.
     explicit CWinApp(const wchar_t* appName = nullptr);
     virtual ~CWinApp();
     CWinApp(const CWinApp&) = delete;

@@ -7,16 +7,20 @@
 
 namespace OvxComponent {
 
+/// A window handle that a host hands the component, as the owner of its dialogs.
 class CWnd {
 public:
     CWnd() = default;
+    /// \param window The window.
     explicit CWnd(HWND window) : m_hWnd(window) {}
     virtual ~CWnd() = default;
     CWnd(const CWnd&) = delete;
     CWnd& operator=(const CWnd&) = delete;
 
+    /// \return The window, or null.
     HWND GetSafeHwnd() const { return m_hWnd; }
 
+    /// The window, or null.
     HWND m_hWnd = nullptr;
 };
 

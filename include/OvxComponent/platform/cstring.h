@@ -21,6 +21,7 @@
 class OVX_API CString {
 public:
 #if defined(_WIN32)
+    /// The code unit: wchar_t on Windows, char16_t elsewhere.
     using XCHAR = wchar_t;
 #else
     /// The code unit: wchar_t on Windows, char16_t elsewhere.
@@ -41,7 +42,11 @@ public:
     /// \param text The units to copy.
     CString(std::u16string_view text);
 #if defined(_WIN32)
-    CString(const wchar_t* text);  // NOLINT
+    /// A copy of wide text, as Win32 calls give it; implicit, as the UTF-16 form.
+    /// \param text NUL-terminated wide text.
+    CString(const wchar_t* text);  // NOLINT: implicit
+    /// A copy of wide text.
+    /// \param text The units to copy.
     CString(std::wstring_view text);
 #endif
     /// A copy of length units.

@@ -38,7 +38,10 @@ public:
     Guid(std::uint32_t d1, std::uint16_t d2, std::uint16_t d3, const std::array<std::uint8_t, 8>& d4)
         : Data1(d1), Data2(d2), Data3(d3), Data4(d4) {}
 #if defined(_WIN32)
+    /// The same identifier as a Windows GUID; implicit, since the layouts are one.
+    /// \param guid The GUID.
     Guid(const GUID& guid) { std::memcpy(this, &guid, sizeof(Guid)); }  // NOLINT: same layout
+    /// \return The identifier as a Windows GUID.
     operator GUID() const {                                             // NOLINT
         GUID out;
         std::memcpy(&out, this, sizeof(out));

@@ -10,6 +10,7 @@
 #  if defined(OVX_BUILDING_COMPONENT)
 #    define OVX_API __declspec(dllexport)
 #  else
+/// Marks what the library exports.
 #    define OVX_API __declspec(dllimport)
 #  endif
 #else
