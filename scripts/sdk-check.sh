@@ -175,7 +175,7 @@ else
   expected=bin/OvxComponent.dll.debug
 fi
 grep -q "$expected" <<<"$contents" || { echo "FAILED: the archive lacks $expected" >&2; exit 1; }
-for notice in copyright CHANGELOG.md LICENSE THIRD_PARTY_NOTICES.md; do
+for notice in copyright CHANGELOG.md LICENSE THIRD_PARTY_NOTICES.md html/index.html; do
   if [[ $platform == windows ]] && ! grep -q "share/doc/OvxComponent/$notice" <<<"$contents"; then
     echo "FAILED: the archive lacks share/doc/OvxComponent/$notice" >&2
     exit 1
