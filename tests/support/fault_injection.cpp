@@ -1,28 +1,8 @@
-// The fault-injecting file layer: definitions of the C library's disk-changing calls that
-// take precedence over the library's own for the whole program, the component included.
+// The fault-injecting file layer (see fault_injection.h): on POSIX systems definitions of
+// the C library's disk-changing calls, on Windows the import slots of the Win32 ones.
 #include "support/fault_injection.h"
 
-#if defined(_WIN32)
-
-namespace OvxTest::Faults {
-
-bool Available() { return false; }
-void CrashAt(int) {}
-void Fail(int, bool) {}
-void Disarm() {}
-
-}  // namespace OvxTest::Faults
-
-#else
-
-#include <dlfcn.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <cerrno>
-#include <cstdio>
 
 namespace {
 
@@ -32,25 +12,23 @@ std::atomic<Mode> g_mode{Mode::Off};
 std::atomic<int> g_countdown{0};
 std::atomic<int> g_error{0};
 
-// Called before each change of the disk; false when the change must fail with ENOSPC.
+void EndAsAKillWould();
+void SetError(int error);
+
+// Called before each change of the disk; false when the change must fail with the error set.
 bool Proceed(bool isWrite) {
     switch (g_mode.load()) {
     case Mode::Off: return true;
     case Mode::Crash:
-        if (--g_countdown == 0) ::kill(::getpid(), SIGKILL);
+        if (--g_countdown == 0) EndAsAKillWould();
         return true;
     case Mode::FailWrites:
     case Mode::FailAll:
         if (!isWrite && g_mode.load() == Mode::FailWrites) return true;
-        errno = g_error.load();
+        SetError(g_error.load());
         return false;
     }
     return true;
-}
-
-template <class Function>
-Function Next(const char* name) {
-    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
@@ -71,6 +49,89 @@ void Fail(int error, bool allChanges) {
 void Disarm() { g_mode = Mode::Off; }
 
 }  // namespace OvxTest::Faults
+
+#if defined(_WIN32)
+
+// Windows: the program's import slots of the disk-changing Win32 calls. The component's
+// code calls Win32 through these __imp_ pointers; defined here, they take precedence over
+// the import library's, and each hook forwards to kernel32 itself. Code that takes a
+// call's address instead (libzip's table of file operations) gets the direct entry
+// points of fault_injection_thunks_win.cpp, which lead to the same hooks.
+#include <windows.h>
+
+namespace {
+
+void EndAsAKillWould() { ::TerminateProcess(::GetCurrentProcess(), OvxTest::Faults::kCrashExitCode); }
+void SetError(int error) { ::SetLastError(static_cast<DWORD>(error)); }
+
+template <class Function>
+Function Real(const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), name)));
+}
+
+}  // namespace
+
+// Also called by the direct entry points of fault_injection_thunks_win.cpp.
+extern "C" {
+BOOL WINAPI OvxFaultCreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
+    static const auto real = Real<decltype(&OvxFaultCreateDirectoryW)>("CreateDirectoryW");
+    return Proceed(false) ? real(path, security) : FALSE;
+}
+BOOL WINAPI OvxFaultMoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
+    static const auto real = Real<decltype(&OvxFaultMoveFileExW)>("MoveFileExW");
+    return Proceed(false) ? real(from, to, flags) : FALSE;
+}
+BOOL WINAPI OvxFaultDeleteFileW(LPCWSTR path) {
+    static const auto real = Real<decltype(&OvxFaultDeleteFileW)>("DeleteFileW");
+    return Proceed(false) ? real(path) : FALSE;
+}
+BOOL WINAPI OvxFaultRemoveDirectoryW(LPCWSTR path) {
+    static const auto real = Real<decltype(&OvxFaultRemoveDirectoryW)>("RemoveDirectoryW");
+    return Proceed(false) ? real(path) : FALSE;
+}
+BOOL WINAPI OvxFaultCopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
+    static const auto real = Real<decltype(&OvxFaultCopyFileW)>("CopyFileW");
+    return Proceed(true) ? real(from, to, failIfExists) : FALSE;
+}
+BOOL WINAPI OvxFaultWriteFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
+    static const auto real = Real<decltype(&OvxFaultWriteFile)>("WriteFile");
+    return Proceed(true) ? real(file, data, size, written, overlapped) : FALSE;
+}
+BOOL WINAPI OvxFaultFlushFileBuffers(HANDLE file) {
+    static const auto real = Real<decltype(&OvxFaultFlushFileBuffers)>("FlushFileBuffers");
+    return Proceed(false) ? real(file) : FALSE;
+}
+
+
+decltype(&OvxFaultCreateDirectoryW) __imp_CreateDirectoryW = &OvxFaultCreateDirectoryW;
+decltype(&OvxFaultMoveFileExW) __imp_MoveFileExW = &OvxFaultMoveFileExW;
+decltype(&OvxFaultDeleteFileW) __imp_DeleteFileW = &OvxFaultDeleteFileW;
+decltype(&OvxFaultRemoveDirectoryW) __imp_RemoveDirectoryW = &OvxFaultRemoveDirectoryW;
+decltype(&OvxFaultCopyFileW) __imp_CopyFileW = &OvxFaultCopyFileW;
+decltype(&OvxFaultWriteFile) __imp_WriteFile = &OvxFaultWriteFile;
+decltype(&OvxFaultFlushFileBuffers) __imp_FlushFileBuffers = &OvxFaultFlushFileBuffers;
+}
+
+#else
+
+#include <dlfcn.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+void EndAsAKillWould() { ::kill(::getpid(), SIGKILL); }
+void SetError(int error) { errno = error; }
+
+template <class Function>
+Function Next(const char* name) {
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
 
 #define OVX_INTERPOSED extern "C" __attribute__((visibility("default")))
 
