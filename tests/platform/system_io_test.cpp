@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
 #include <vector>
 
 #if defined(_WIN32)
@@ -351,6 +353,27 @@ TEST(FileSystem, DeleteTreeReportsWhatRemains) {
 #endif
     EXPECT_TRUE(Folder::DeleteTree(left));
 }
+
+#if defined(_WIN32)
+// A scanner that opens a new file for a moment, without sharing deletion, delays the
+// deletion by as long, and does not fail it.
+TEST(FileSystem, DeleteTreeWaitsOutABriefHold) {
+    TempFolder temp;
+    const CString root = temp / u"root";
+    const CString scanned = temp.WriteFile(u"root/scanned.dll", "x");
+    HANDLE handle =
+        ::CreateFileW(scanned.GetString(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(handle, INVALID_HANDLE_VALUE);
+    std::thread scanner([handle] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        ::CloseHandle(handle);
+    });
+    const auto deleted = Folder::DeleteTree(root);
+    scanner.join();
+    EXPECT_TRUE(deleted) << deleted.ErrorText();
+    EXPECT_TRUE(Folder::GetFiles(temp.Path(), true).empty());
+}
+#endif
 
 // The copy appears whole under its name, or not at all: nothing else is left beside it.
 TEST(FileSystem, CopyAtomicallyReplacesTheTargetWithContentAndTime) {

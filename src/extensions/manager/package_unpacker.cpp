@@ -141,8 +141,13 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
     // Every version of the extension that is there goes, older and equal ones alike.
     const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
     if (SystemIO::Folder::Exists(extensionFolder)) {
-        // What stays is met by the next steps, and swept at the next start.
-        if (!SystemIO::Folder::DeleteTree(extensionFolder)) m_leftWorkBehind = true;
+        // What stays (a file that its program still holds open) is met by the next steps,
+        // and swept at the next start.
+        if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
+            m_log.Write(kCannotDeleteData, documentId);
+            m_log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
+            m_leftWorkBehind = true;
+        }
     } else if (SystemIO::File::Exists(extensionFolder)) {
         SystemIO::File::Delete(extensionFolder);
     }

@@ -20,6 +20,25 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 
 bool StartsWith(const std::wstring& text, const wchar_t* prefix) { return text.rfind(prefix, 0) == 0; }
 
+// Virus scanners, indexers and backup tools open new files for a moment without sharing
+// their deletion: a delete or rename that meets such a hold is tried again, a few times
+// within a fraction of a second, before its failure counts. A file that its own program
+// holds (a loaded DLL) fails as before, only later; the last error is the last attempt's.
+template <class Attempt>
+bool RetryWhileHeld(const Attempt& attempt) {
+    constexpr DWORD kPausesMs[] = {5, 10, 20, 40, 80};
+    if (attempt()) return true;
+    for (const DWORD pause : kPausesMs) {
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED && error != ERROR_LOCK_VIOLATION) {
+            return false;
+        }
+        ::Sleep(pause);
+        if (attempt()) return true;
+    }
+    return false;
+}
+
 UniqueFileHandle Open(const CString& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
     return UniqueFileHandle(::CreateFileW(Detail::ToWin32Path(path).GetString(), access, share, nullptr,
                                           disposition, flags, nullptr));
@@ -136,8 +155,11 @@ bool HoldsFiles(const CString& folder, const std::vector<ExpectedFile>& files) {
 
 bool MoveEntry(const CString& from, const CString& to) {
     const bool isFolder = GetEntryInfo(from).type == EntryType::Folder;
-    return ::MoveFileExW(ToWin32Path(from).GetString(), ToWin32Path(to).GetString(),
-                         isFolder ? 0 : MOVEFILE_REPLACE_EXISTING) != FALSE;
+    const CString source = ToWin32Path(from);
+    const CString target = ToWin32Path(to);
+    return RetryWhileHeld([&] {
+        return ::MoveFileExW(source.GetString(), target.GetString(), isFolder ? 0 : MOVEFILE_REPLACE_EXISTING) != FALSE;
+    });
 }
 
 bool RemoveEntry(const CString& path) {
@@ -153,8 +175,10 @@ bool RemoveEntry(const CString& path) {
         ::SetFileAttributesW(native.GetString(), writable != 0 ? writable : FILE_ATTRIBUTE_NORMAL);
     }
     // A directory link or junction is removed like an empty folder; its target stays.
-    const bool removed = (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ::RemoveDirectoryW(native.GetString())
-                                                                      : ::DeleteFileW(native.GetString());
+    const bool removed = RetryWhileHeld([&] {
+        return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ::RemoveDirectoryW(native.GetString()) != FALSE
+                                                            : ::DeleteFileW(native.GetString()) != FALSE;
+    });
     if (removed) return true;
     if (readOnly) ::SetFileAttributesW(native.GetString(), attributes);
     return false;

@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <future>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -180,6 +181,7 @@ void ExpectRepaired(TestHost& host, int crashAt) {
                                   "requirements.xml", "content/main.txt", "content/ui/appui.xslt", "content/data/config.xml"}) {
             wanted.push_back(testing::Eq(folder + "unpacked/" + entry));
         }
+        if (version == "2") wanted.push_back(testing::Eq(folder + "unpacked/content/added-in-2.txt"));
     }
     EXPECT_THAT(present, testing::UnorderedElementsAreArray(wanted)) << "after a crash at change " << crashAt;
 }
@@ -231,6 +233,66 @@ TEST(CrashRecovery, DiskFailuresAreLoggedWithTheirReasonAndRepairedAtTheNextStar
         EXPECT_THAT(host.TakeLines(), testing::Contains(testing::AllOf(testing::StartsWith(failure.line),
                                                                         testing::EndsWith(failure.words))));
         ExpectRepaired(host, 0);
+    }
+}
+
+// A file of version 1 held open, as a loaded DLL or a virus scanner holds it (on Windows
+// without sharing deletion), while the package is removed, or while a start takes the
+// update to version 2 (the order of calls that unpacks before loading). Windows keeps the
+// file: the removal or the update says what it could not delete and why, and goes on;
+// the first start after the file is let go deletes what is left and says so. Linux
+// deletes an open file, and the same steps simply succeed.
+TEST(CrashRecovery, AFileHeldOpenIsDeletedAtAStartAfterItIsLetGo) {
+#ifdef _WIN32
+    constexpr bool keepsHeldFiles = true;
+#else
+    constexpr bool keepsHeldFiles = false;
+#endif
+    const auto removeThePackage = [](TestHost& host, Session& session) {
+        ASSERT_TRUE(SystemIO::File::Delete(host.temp / u"source/a.OrvexExtension"));
+        session.Rescan();
+    };
+    const auto startWithTheUpdate = [](TestHost& host, Session& session) {
+        session.registration.reset();
+        session.manager.reset();
+        ASSERT_TRUE(SystemIO::File::CopyAtomically(host.temp / u"v2.OrvexExtension", host.temp / u"source/a.OrvexExtension"));
+        const auto manager = host.MakeManager();
+        const auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, session.installer);
+        manager->Rescan(host.source);
+        while (host.RunMainThread() > 0) {
+        }
+        manager->StartLoading();
+        manager->FinishLoading();
+        EXPECT_TRUE(manager->FindExtension(TestGuid(1)));
+    };
+    const struct {
+        const char* name;
+        std::function<void(TestHost&, Session&)> change;
+    } cases[] = {{"removal", removeThePackage}, {"update at start", startWithTheUpdate}};
+    for (const auto& change : cases) {
+        SCOPED_TRACE(change.name);
+        TestHost host;
+        OvxTest::PackExtension(host.temp / u"source/a.OrvexExtension", {TestGuid(1), {1}, OvxTest::kTestExtensionType, kFiles});
+        PackageRecipe update{TestGuid(1), {2}, OvxTest::kTestExtensionType, kFiles};
+        update.files.emplace_back(u"added-in-2.txt", "new");
+        OvxTest::PackExtension(host.temp / u"v2.OrvexExtension", update);
+        {
+            Session session(host);
+            const CString held = InstallLayout::VersionFolder(session.manager->GetPlatformFolder(), TestGuid(1), {1}) +
+                                 u"/unpacked/content/main.txt";
+            const OvxTest::HeldOpen hold(held);
+            ASSERT_TRUE(hold.IsHeld());
+            host.TakeLines();
+            change.change(host, session);
+            const testing::Matcher<std::vector<std::string>> cannotDelete =
+                testing::Contains(testing::HasSubstr("Cannot delete extension data"));
+            EXPECT_THAT(host.TakeLines(), keepsHeldFiles ? cannotDelete : testing::Not(cannotDelete));
+        }
+        ExpectRepaired(host, 0);
+        if (keepsHeldFiles) {
+            EXPECT_THAT(host.TakeLines(), testing::Contains(testing::HasSubstr(
+                                              "repair: deleted what an interrupted install or removal left behind")));
+        }
     }
 }
 

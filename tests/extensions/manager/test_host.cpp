@@ -12,10 +12,32 @@
 
 #include <gtest/gtest.h>
 
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
 namespace OvxTest {
 
 using namespace OvxComponent;
 namespace SystemIO = OvxUtils::SystemIO;
+
+#ifdef _WIN32
+HeldOpen::HeldOpen(const CString& path) {
+    const HANDLE file = ::CreateFileW(path.GetString(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (file != INVALID_HANDLE_VALUE) m_handle = reinterpret_cast<std::intptr_t>(file);
+}
+HeldOpen::~HeldOpen() {
+    if (IsHeld()) ::CloseHandle(reinterpret_cast<HANDLE>(m_handle));
+}
+#else
+HeldOpen::HeldOpen(const CString& path) : m_handle(::open(path.ToUtf8().c_str(), O_RDONLY | O_CLOEXEC)) {}
+HeldOpen::~HeldOpen() {
+    if (IsHeld()) ::close(static_cast<int>(m_handle));
+}
+#endif
 
 CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     TempFolder staging;

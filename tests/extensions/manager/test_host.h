@@ -7,6 +7,7 @@
 #include "platform/stream/memory_stream.h"
 #include "support/temp_folder.h"
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -53,6 +54,20 @@ std::vector<std::string> Info(const Subject& subject, std::initializer_list<std:
 // Returns once a write made now gives a file a later change time than path has, so that
 // a rewrite of path cannot keep its change time.
 void WaitForTheChangeClockToMove(const CString& path);
+
+// Holds a file open for as long as it lives, as a loaded DLL holds its file: on Windows
+// sharing reading only, so that the file can be neither deleted nor renamed over.
+class HeldOpen {
+public:
+    explicit HeldOpen(const CString& path);
+    ~HeldOpen();
+    HeldOpen(const HeldOpen&) = delete;
+    HeldOpen& operator=(const HeldOpen&) = delete;
+    bool IsHeld() const { return m_handle != -1; }
+
+private:
+    std::intptr_t m_handle = -1;  // a file descriptor, or a HANDLE on Windows
+};
 
 class TestHost {
 public:
