@@ -71,45 +71,24 @@ Function Real(const char* name) {
 
 }  // namespace
 
-// Also called by the direct entry points of fault_injection_thunks_win.cpp.
+// A hook and the import slot it fills. The hooks are also called by the direct entry
+// points of fault_injection_thunks_win.cpp.
+#define OVX_FAULT_HOOK(name, isWrite, parameters, arguments)              \
+    BOOL WINAPI OvxFault##name parameters {                                 \
+        static const auto real = Real<decltype(&OvxFault##name)>(#name);   \
+        return Proceed(isWrite) ? real arguments : FALSE;                   \
+    }                                                                       \
+    decltype(&OvxFault##name) __imp_##name = &OvxFault##name;
+
 extern "C" {
-BOOL WINAPI OvxFaultCreateDirectoryW(LPCWSTR path, LPSECURITY_ATTRIBUTES security) {
-    static const auto real = Real<decltype(&OvxFaultCreateDirectoryW)>("CreateDirectoryW");
-    return Proceed(false) ? real(path, security) : FALSE;
-}
-BOOL WINAPI OvxFaultMoveFileExW(LPCWSTR from, LPCWSTR to, DWORD flags) {
-    static const auto real = Real<decltype(&OvxFaultMoveFileExW)>("MoveFileExW");
-    return Proceed(false) ? real(from, to, flags) : FALSE;
-}
-BOOL WINAPI OvxFaultDeleteFileW(LPCWSTR path) {
-    static const auto real = Real<decltype(&OvxFaultDeleteFileW)>("DeleteFileW");
-    return Proceed(false) ? real(path) : FALSE;
-}
-BOOL WINAPI OvxFaultRemoveDirectoryW(LPCWSTR path) {
-    static const auto real = Real<decltype(&OvxFaultRemoveDirectoryW)>("RemoveDirectoryW");
-    return Proceed(false) ? real(path) : FALSE;
-}
-BOOL WINAPI OvxFaultCopyFileW(LPCWSTR from, LPCWSTR to, BOOL failIfExists) {
-    static const auto real = Real<decltype(&OvxFaultCopyFileW)>("CopyFileW");
-    return Proceed(true) ? real(from, to, failIfExists) : FALSE;
-}
-BOOL WINAPI OvxFaultWriteFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped) {
-    static const auto real = Real<decltype(&OvxFaultWriteFile)>("WriteFile");
-    return Proceed(true) ? real(file, data, size, written, overlapped) : FALSE;
-}
-BOOL WINAPI OvxFaultFlushFileBuffers(HANDLE file) {
-    static const auto real = Real<decltype(&OvxFaultFlushFileBuffers)>("FlushFileBuffers");
-    return Proceed(false) ? real(file) : FALSE;
-}
-
-
-decltype(&OvxFaultCreateDirectoryW) __imp_CreateDirectoryW = &OvxFaultCreateDirectoryW;
-decltype(&OvxFaultMoveFileExW) __imp_MoveFileExW = &OvxFaultMoveFileExW;
-decltype(&OvxFaultDeleteFileW) __imp_DeleteFileW = &OvxFaultDeleteFileW;
-decltype(&OvxFaultRemoveDirectoryW) __imp_RemoveDirectoryW = &OvxFaultRemoveDirectoryW;
-decltype(&OvxFaultCopyFileW) __imp_CopyFileW = &OvxFaultCopyFileW;
-decltype(&OvxFaultWriteFile) __imp_WriteFile = &OvxFaultWriteFile;
-decltype(&OvxFaultFlushFileBuffers) __imp_FlushFileBuffers = &OvxFaultFlushFileBuffers;
+OVX_FAULT_HOOK(CreateDirectoryW, false, (LPCWSTR path, LPSECURITY_ATTRIBUTES security), (path, security))
+OVX_FAULT_HOOK(MoveFileExW, false, (LPCWSTR from, LPCWSTR to, DWORD flags), (from, to, flags))
+OVX_FAULT_HOOK(DeleteFileW, false, (LPCWSTR path), (path))
+OVX_FAULT_HOOK(RemoveDirectoryW, false, (LPCWSTR path), (path))
+OVX_FAULT_HOOK(CopyFileW, true, (LPCWSTR from, LPCWSTR to, BOOL failIfExists), (from, to, failIfExists))
+OVX_FAULT_HOOK(WriteFile, true, (HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped),
+               (file, data, size, written, overlapped))
+OVX_FAULT_HOOK(FlushFileBuffers, false, (HANDLE file), (file))
 }
 
 #else

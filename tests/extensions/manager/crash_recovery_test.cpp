@@ -23,6 +23,7 @@
 #include <string>
 
 #ifdef _WIN32
+#include <process.h>
 #include <windows.h>
 #else
 #include <sys/wait.h>
@@ -104,38 +105,23 @@ bool CrashedInChild(TestHost& host, int crashAt) {
     std::wstring program(MAX_PATH, L'\0');
     program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    std::wstring commandLine = L"\"" + program + L"\" --gtest_filter=" +
-                               CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
+    const std::wstring filter =
+        L"--gtest_filter=" + CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
     // The child's own temporary folders go below the parent's, which removes them.
     const CString childTemp = host.temp / u"child-temp";
     EXPECT_TRUE(SystemIO::Folder::EnsureExists(childTemp));
     const std::wstring request = std::to_wstring(crashAt) + L"|" + host.temp.Path().Str();
-    ::SetEnvironmentVariableW(kChildVariable, request.c_str());
-    ::SetEnvironmentVariableW(L"TMP", childTemp.GetString());
-    ::SetEnvironmentVariableW(L"TEMP", childTemp.GetString());
-    SECURITY_ATTRIBUTES inherit{sizeof(inherit), nullptr, TRUE};
-    const HANDLE nowhere = ::CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-                                         OPEN_EXISTING, 0, nullptr);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = nowhere;
-    PROCESS_INFORMATION child{};
-    const BOOL started = ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                          nullptr, &startup, &child);
-    ::SetEnvironmentVariableW(kChildVariable, nullptr);
-    ::SetEnvironmentVariableW(L"TMP", nullptr);
-    ::SetEnvironmentVariableW(L"TEMP", nullptr);
-    ::CloseHandle(nowhere);
-    EXPECT_TRUE(started) << "the child process did not start";
-    if (!started) return false;
-    ::WaitForSingleObject(child.hProcess, INFINITE);
-    DWORD code = 0;
-    ::GetExitCodeProcess(child.hProcess, &code);
-    ::CloseHandle(child.hThread);
-    ::CloseHandle(child.hProcess);
+    std::map<std::wstring, std::wstring> before;
+    for (const auto& [name, value] : {std::pair{L"TMP", childTemp.Str()}, {L"TEMP", childTemp.Str()},
+                                      {kChildVariable, request}}) {
+        const wchar_t* old = ::_wgetenv(name);
+        before[name] = old ? old : L"";
+        ::_wputenv_s(name, value.c_str());
+    }
+    const std::intptr_t code = ::_wspawnl(_P_WAIT, program.c_str(), L"child", filter.c_str(), nullptr);
+    for (const auto& [name, value] : before) ::_wputenv_s(name.c_str(), value.c_str());
     if (code == Faults::kCrashExitCode) return true;
-    EXPECT_EQ(code, 0u) << "the lifecycle failed in the child, crash point " << crashAt;
+    EXPECT_EQ(code, 0) << "the lifecycle failed in the child, crash point " << crashAt;
     return false;
 }
 #else
