@@ -57,7 +57,6 @@ if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/OvxComponent.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 endif()
 
-
 if(TARGET ovxext)
   install(TARGETS ovxext RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
   if(TARGET ovxext_manual)
