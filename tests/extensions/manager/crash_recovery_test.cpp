@@ -121,7 +121,7 @@ bool CrashedInChild(TestHost& host, int crashAt) {
     const std::intptr_t code = ::_wspawnl(_P_WAIT, program.c_str(), L"child", filter.c_str(), nullptr);
     for (const auto& [name, value] : before) ::_wputenv_s(name.c_str(), value.c_str());
     if (code == Faults::kCrashExitCode) return true;
-    EXPECT_EQ(code, 0) << "the lifecycle failed in the child, crash point " << crashAt;
+    EXPECT_EQ(code, 0) << "the lifecycle failed in the child, crash point " << crashAt << " (errno " << errno << ")";
     return false;
 }
 #else
