@@ -192,14 +192,15 @@ TEST(CrashRecovery, EveryCrashPointOfAnInstallAnUpdateAndARemovalIsRepairedAtThe
     }
 }
 
-// A full disk or a read-only platform folder fails the unpack with the system's reason
-// in the log; the next start, with room again, installs the package.
+// A full disk, a folder the host may not write, or a read-only medium fails the unpack
+// with the system's reason in the log; the next start, with room again, installs the
+// package.
 TEST(CrashRecovery, DiskFailuresAreLoggedWithTheirReasonAndRepairedAtTheNextStart) {
     const std::string guid = TestGuid(1).ToString().ToUtf8();
 #ifdef _WIN32
-    const int diskFull = ERROR_DISK_FULL, notWritable = ERROR_ACCESS_DENIED;
+    const int diskFull = ERROR_DISK_FULL, notWritable = ERROR_ACCESS_DENIED, readOnly = ERROR_WRITE_PROTECT;
 #else
-    const int diskFull = ENOSPC, notWritable = EROFS;
+    const int diskFull = ENOSPC, notWritable = EACCES, readOnly = EROFS;
 #endif
     const auto words = [](int error) { return OvxUtils::SystemErrorText(static_cast<std::uint32_t>(error)).ToUtf8(); };
     const struct {
@@ -209,6 +210,7 @@ TEST(CrashRecovery, DiskFailuresAreLoggedWithTheirReasonAndRepairedAtTheNextStar
     } cases[] = {
         {diskFull, false, "(Error): " + guid + " reason: cannot write", words(diskFull)},
         {notWritable, true, "(Warning): " + guid + " reason: cannot create", words(notWritable)},
+        {readOnly, true, "(Warning): " + guid + " reason: cannot create", words(readOnly)},
     };
     for (const auto& failure : cases) {
         TestHost host;
