@@ -28,7 +28,11 @@ bool ReadAt(std::FILE* file, std::uint64_t offset, std::size_t count, char* out)
 }
 
 bool Move(const CString& from, const CString& to) {
-    return ::MoveFileExW(ToWin32Path(from).GetString(), ToWin32Path(to).GetString(), MOVEFILE_REPLACE_EXISTING) != 0;
+    const CString source = ToWin32Path(from);
+    const CString target = ToWin32Path(to);
+    return OvxUtils::SystemIO::Detail::RetryWhileHeld([&] {
+        return ::MoveFileExW(source.GetString(), target.GetString(), MOVEFILE_REPLACE_EXISTING) != 0;
+    });
 }
 
 bool PathsIgnoreCase() { return true; }

@@ -20,24 +20,6 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 
 bool StartsWith(const std::wstring& text, const wchar_t* prefix) { return text.rfind(prefix, 0) == 0; }
 
-// Virus scanners, indexers and backup tools open new files for a moment without sharing
-// their deletion: a delete or rename that meets such a hold is tried again, a few times
-// within a fraction of a second, before its failure counts. A file that its own program
-// holds (a loaded DLL) fails as before, only later; the last error is the last attempt's.
-template <class Attempt>
-bool RetryWhileHeld(const Attempt& attempt) {
-    constexpr DWORD kPausesMs[] = {5, 10, 20, 40, 80};
-    if (attempt()) return true;
-    for (const DWORD pause : kPausesMs) {
-        const DWORD error = ::GetLastError();
-        if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED && error != ERROR_LOCK_VIOLATION) {
-            return false;
-        }
-        ::Sleep(pause);
-        if (attempt()) return true;
-    }
-    return false;
-}
 
 UniqueFileHandle Open(const CString& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
     return UniqueFileHandle(::CreateFileW(Detail::ToWin32Path(path).GetString(), access, share, nullptr,
@@ -157,7 +139,7 @@ bool MoveEntry(const CString& from, const CString& to) {
     const bool isFolder = GetEntryInfo(from).type == EntryType::Folder;
     const CString source = ToWin32Path(from);
     const CString target = ToWin32Path(to);
-    return RetryWhileHeld([&] {
+    return Detail::RetryWhileHeld([&] {
         return ::MoveFileExW(source.GetString(), target.GetString(), isFolder ? 0 : MOVEFILE_REPLACE_EXISTING) != FALSE;
     });
 }
@@ -175,7 +157,7 @@ bool RemoveEntry(const CString& path) {
         ::SetFileAttributesW(native.GetString(), writable != 0 ? writable : FILE_ATTRIBUTE_NORMAL);
     }
     // A directory link or junction is removed like an empty folder; its target stays.
-    const bool removed = RetryWhileHeld([&] {
+    const bool removed = Detail::RetryWhileHeld([&] {
         return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? ::RemoveDirectoryW(native.GetString()) != FALSE
                                                             : ::DeleteFileW(native.GetString()) != FALSE;
     });
@@ -205,8 +187,12 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
         const UniqueFileHandle copy = Open(temporary, GENERIC_WRITE, 0, OPEN_EXISTING, 0);
         if (!copy.IsValid() || !::FlushFileBuffers(copy.Get())) return fail(u"cannot flush " + temporary);
     }
-    if (!::MoveFileExW(Detail::ToWin32Path(temporary).GetString(), Detail::ToWin32Path(to).GetString(),
-                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    const CString nativeTemporary = Detail::ToWin32Path(temporary);
+    const CString nativeTarget = Detail::ToWin32Path(to);
+    if (!Detail::RetryWhileHeld([&] {
+            return ::MoveFileExW(nativeTemporary.GetString(), nativeTarget.GetString(),
+                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+        })) {
         return fail(u"cannot rename the copy to " + to);
     }
     return {};

@@ -10,6 +10,25 @@
 
 namespace OvxUtils::SystemIO::Detail {
 
+// Virus scanners, indexers and backup tools open new files for a moment without sharing
+// their deletion: a delete or rename that meets such a hold is tried again, a few times
+// within a fraction of a second, before its failure counts. A file that its own program
+// holds (a loaded DLL) fails as before, only later; the last error is the last attempt's.
+template <class Attempt>
+inline bool RetryWhileHeld(const Attempt& attempt) {
+    constexpr DWORD kPausesMs[] = {5, 10, 20, 40, 80};
+    if (attempt()) return true;
+    for (const DWORD pause : kPausesMs) {
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_SHARING_VIOLATION && error != ERROR_ACCESS_DENIED && error != ERROR_LOCK_VIOLATION) {
+            return false;
+        }
+        ::Sleep(pause);
+        if (attempt()) return true;
+    }
+    return false;
+}
+
 // Owns one file or find handle and closes it.
 template <class Traits>
 class UniqueWin32Handle {
