@@ -215,6 +215,35 @@ TEST(DirectoriesChangesTracker, ReleaseWaitsForTheCallInProgress) {
     WaitUntil([&] { return finished.load(); });
 }
 
+// A host may delete a folder as soon as it stopped tracking it, even while the tracker
+// thread is busy with another tracking's call, and right after a change that made the
+// tracker watch the folder anew.
+TEST(DirectoriesChangesTracker, LetsGoOfTheFolderWhenReleased) {
+    TempFolder temp, other;
+    std::atomic<bool> entered{false};
+    const Handle busy = Track(other.Path(), kManagerFilter, [&] {
+        entered = true;
+        std::this_thread::sleep_for(300ms);
+    });
+    ASSERT_TRUE(busy);
+    const CString folder = temp / u"tracked";
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        temp.WriteFile(u"tracked/nested/deeper/a.txt", "x");
+        Calls calls;
+        Handle handle = Track(folder, kManagerFilter, calls.Callback());
+        ASSERT_TRUE(handle);
+        ExpectCallFor(calls, "change", [&] { Append(temp / u"tracked/nested/deeper/a.txt", "more"); });
+        entered = false;
+        other.WriteFile(u"hold.txt", "x");
+        ASSERT_TRUE(WaitUntil([&] { return entered.load(); }));
+        handle.reset();
+        // Deleted, not only renamed away pending its deletion.
+        EXPECT_TRUE(Folder::DeleteRecursive(folder, true));
+        EXPECT_TRUE(Folder::GetSubfolders(temp.Path(), false).empty());
+    }
+}
+
 // As a manager does whose last reference goes on the tracker's thread.
 TEST(DirectoriesChangesTracker, ReleasesFromInsideItsOwnCallback) {
     TempFolder temp;

@@ -62,6 +62,7 @@ public:
     // Stops the tracking that the handle's cell names (*handle). When this returns, the
     // callback is not running and will not be called again, except when it is called from
     // inside that very callback: then the call in progress finishes and no other follows.
+    // The folder is no longer held by the tracking either, so it may be deleted at once.
     // An unknown or already stopped tracking is ignored.
     static void StopTrackingChangeIn(void* tracking);
 

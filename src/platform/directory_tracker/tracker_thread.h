@@ -26,8 +26,9 @@ public:
     // Starts watching tracking's folder tree. The system watches it when this returns
     // true; false when the folder cannot be watched.
     bool Watch(const std::shared_ptr<ChangeTracking>& tracking);
-    // Lets go of the system's watch of a tracking given to Watch; the watch may end a
-    // little later, after the tracking was stopped, so no callback follows.
+    // Lets go of the system's watch of a tracking given to Watch: when it returns, the
+    // system no longer holds the folder. The tracking was stopped before, so no callback
+    // follows whatever the system still reports.
     void Unwatch(const std::shared_ptr<ChangeTracking>& tracking);
     // False once the system ended the thread without it returning (process exit on
     // Windows).

@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -23,6 +24,9 @@ constexpr DWORD kBufferSize = 64 * 1024;
 // yet) is watched again once it is back, and one renamed away is let go, since its handle
 // would follow it to its new place.
 constexpr DWORD kRecheckIntervalMs = 200;
+// How long stopping a tracking waits for its cancelled read to end. The system ends it at
+// once; the bound only keeps a host from hanging should it not.
+constexpr DWORD kReadEndWaitMs = 2000;
 
 // The folder's identity on its volume, to tell a folder renamed away from one at its path.
 struct FolderIdentity {
@@ -64,6 +68,8 @@ struct DirectoryWatch {
     // False when the system refuses the read: the folder went away.
     bool Issue() {
         overlapped = OVERLAPPED{};
+        ::ResetEvent(readEnded->Get());
+        overlapped.hEvent = readEnded->Get();
         pending = ::ReadDirectoryChangesW(folder.Get(), buffer.get(), kBufferSize, TRUE, tracking->Filter(),
                                           nullptr, &overlapped, nullptr) != FALSE;
         return pending;
@@ -73,6 +79,10 @@ struct DirectoryWatch {
     UniqueFileHandle folder;  // closed when the folder went away, so that its deletion completes
     FolderIdentity identity;  // of the folder that the handle holds
     OVERLAPPED overlapped{};
+    // Set by the system when the read ends, as its completion is queued; shared with a
+    // stop that waits for it after letting go of the lock.
+    std::shared_ptr<UniqueFileHandle> readEnded =
+        std::make_shared<UniqueFileHandle>(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     std::unique_ptr<DWORD[]> buffer = std::make_unique<DWORD[]>(kBufferSize / sizeof(DWORD));
     bool pending = false;   // a read is issued and its completion not yet handled
     bool removing = false;  // the tracking was stopped; dropped when no read is pending
@@ -98,25 +108,35 @@ public:
 
     bool Add(std::unique_ptr<DirectoryWatch> watch) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (!watch->waiting && !Arm(*watch)) return false;
+        if (!watch->readEnded->IsValid() || (!watch->waiting && !Arm(*watch))) return false;
         m_watches.push_back(std::move(watch));
         // The thread looks at paths only while it has watches; wake it to start.
         ::PostQueuedCompletionStatus(m_port.Get(), 0, 0, nullptr);
         return true;
     }
 
-    // A pending read is cancelled; the watch goes when its completion arrives.
+    // A pending read is cancelled and the folder's handle closed; the watch goes when the
+    // read's completion arrives. Returns once the read has ended, since until then the
+    // system still holds the folder: a folder deleted meanwhile would stay, pending
+    // deletion, and keep its parent from being deleted.
     void Remove(const std::shared_ptr<ChangeTracking>& tracking) {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto it = std::find_if(m_watches.begin(), m_watches.end(),
-                                     [&](const auto& watch) { return watch->tracking == tracking; });
-        if (it == m_watches.end()) return;
-        DirectoryWatch& watch = **it;
-        watch.removing = true;
-        if (!watch.pending)
-            m_watches.erase(it);
-        else
+        std::shared_ptr<UniqueFileHandle> readEnded;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            const auto it = std::find_if(m_watches.begin(), m_watches.end(),
+                                         [&](const auto& watch) { return watch->tracking == tracking; });
+            if (it == m_watches.end()) return;
+            DirectoryWatch& watch = **it;
+            watch.removing = true;
+            if (!watch.pending) {
+                m_watches.erase(it);
+                return;
+            }
             ::CancelIoEx(watch.folder.Get(), &watch.overlapped);
+            watch.folder.Reset();
+            readEnded = watch.readEnded;
+        }
+        ::WaitForSingleObject(readEnded->Get(), kReadEndWaitMs);
     }
 
     void End() {
@@ -184,7 +204,7 @@ private:
                 if (StillThere(watch->tracking->Folder(), watch->identity)) continue;
                 watch->waiting = true;
                 if (watch->pending) ::CancelIoEx(watch->folder.Get(), &watch->overlapped);
-                if (!watch->pending) watch->folder.Reset();
+                watch->folder.Reset();
                 completions.push_back(Completion{watch->tracking});
             } else if (!watch->pending && Arm(*watch)) {
                 Completion back{watch->tracking};
@@ -206,10 +226,7 @@ private:
             m_watches.erase(it);
             return {};
         }
-        if (watch.waiting) {  // let go by Recheck, which has reported it
-            watch.folder.Reset();
-            return {};
-        }
+        if (watch.waiting) return {};  // let go by Recheck, which has reported it
         Completion completion;
         completion.changed = watch.tracking;
         if (WineSubtree::IsWine()) {
