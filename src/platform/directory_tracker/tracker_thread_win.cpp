@@ -118,8 +118,9 @@ public:
     // A pending read is cancelled and the folder's handle closed; the watch goes when the
     // read's completion arrives. Returns once the read has ended, since until then the
     // system still holds the folder: a folder deleted meanwhile would stay, pending
-    // deletion, and keep its parent from being deleted.
-    void Remove(const std::shared_ptr<ChangeTracking>& tracking) {
+    // deletion, and keep its parent from being deleted. At process exit, when the system
+    // has ended the tracker thread, it does not wait.
+    void Remove(const std::shared_ptr<ChangeTracking>& tracking, bool waitForTheRead) {
         std::shared_ptr<UniqueFileHandle> readEnded;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -136,7 +137,7 @@ public:
             watch.folder.Reset();
             readEnded = watch.readEnded;
         }
-        ::WaitForSingleObject(readEnded->Get(), kReadEndWaitMs);
+        if (waitForTheRead) ::WaitForSingleObject(readEnded->Get(), kReadEndWaitMs);
     }
 
     void End() {
@@ -321,7 +322,7 @@ bool TrackerThread::Watch(const std::shared_ptr<ChangeTracking>& tracking) {
     return true;
 }
 
-void TrackerThread::Unwatch(const std::shared_ptr<ChangeTracking>& tracking) { m_loop->Remove(tracking); }
+void TrackerThread::Unwatch(const std::shared_ptr<ChangeTracking>& tracking) { m_loop->Remove(tracking, IsAlive()); }
 
 bool TrackerThread::IsAlive() const { return ::WaitForSingleObject(m_native->thread.Get(), 0) == WAIT_TIMEOUT; }
 
