@@ -16,14 +16,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <future>
 #include <functional>
 #include <map>
 #include <string>
 
 #ifdef _WIN32
-#include <process.h>
 #include <windows.h>
 #else
 #include <sys/wait.h>
@@ -118,10 +116,31 @@ bool CrashedInChild(TestHost& host, int crashAt) {
         before[name] = old ? old : L"";
         ::_wputenv_s(name, value.c_str());
     }
-    const std::intptr_t code = ::_wspawnl(_P_WAIT, program.c_str(), L"child", filter.c_str(), nullptr);
+    std::wstring commandLine = L"child " + filter;
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION child{};
+    // Wine now and then fails to create a process (ERROR_INTERNAL_ERROR); nothing ran then.
+    BOOL started = FALSE;
+    DWORD startError = ERROR_SUCCESS;
+    for (int attempt = 0; attempt < 3 && !started; ++attempt) {
+        started = ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                   &startup, &child);
+        startError = ::GetLastError();
+    }
     for (const auto& [name, value] : before) ::_wputenv_s(name.c_str(), value.c_str());
+    if (!started) {
+        ADD_FAILURE() << "cannot start the child for crash point " << crashAt << ": error " << startError;
+        return false;
+    }
+    DWORD code = 0;
+    ::WaitForSingleObject(child.hProcess, INFINITE);
+    ::GetExitCodeProcess(child.hProcess, &code);
+    ::CloseHandle(child.hThread);
+    ::CloseHandle(child.hProcess);
     if (code == Faults::kCrashExitCode) return true;
-    EXPECT_EQ(code, 0) << "the lifecycle failed in the child, crash point " << crashAt << " (errno " << errno << ")";
+    EXPECT_EQ(code, 0u) << "the lifecycle failed in the child, crash point " << crashAt << " (exit code 0x"
+                        << std::hex << code << std::dec << ")";
     return false;
 }
 #else
