@@ -36,7 +36,7 @@ run() {  # platform, runs, program, filter
   if [[ $platform == linux ]]; then
     build/linux/bin/"$program" --gtest_filter="$filter" --gtest_repeat="$runs" >"$log" 2>&1
   else
-    wine build/windows/bin/"$program".exe --gtest_filter="$filter" --gtest_repeat="$runs" >"$log" 2>&1
+    cmake/wine-run.sh build/windows/bin/"$program".exe --gtest_filter="$filter" --gtest_repeat="$runs" >"$log" 2>&1
   fi
   local failed passed
   failed=$(grep -c '^\[  FAILED  \] .*(' "$log")
