@@ -22,6 +22,8 @@
 #include <string>
 
 #ifdef _WIN32
+#include "platform/system_io/win32_io.h"
+
 #include <windows.h>
 #else
 #include <sys/wait.h>
@@ -103,8 +105,8 @@ bool CrashedInChild(TestHost& host, int crashAt) {
     std::wstring program(MAX_PATH, L'\0');
     program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    const std::wstring filter =
-        L"--gtest_filter=" + CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
+    std::wstring commandLine =
+        L"child --gtest_filter=" + CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
     // The child's own temporary folders go below the parent's, which removes them.
     const CString childTemp = host.temp / u"child-temp";
     EXPECT_TRUE(SystemIO::Folder::EnsureExists(childTemp));
@@ -112,32 +114,26 @@ bool CrashedInChild(TestHost& host, int crashAt) {
     std::map<std::wstring, std::wstring> before;
     for (const auto& [name, value] : {std::pair{L"TMP", childTemp.Str()}, {L"TEMP", childTemp.Str()},
                                       {kChildVariable, request}}) {
-        const wchar_t* old = ::_wgetenv(name);
-        before[name] = old ? old : L"";
+        before[name] = ::_wgetenv(name) ? ::_wgetenv(name) : L"";
         ::_wputenv_s(name, value.c_str());
     }
-    std::wstring commandLine = L"child " + filter;
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION child{};
     // Wine now and then fails to create a process (ERROR_INTERNAL_ERROR); nothing ran then.
     BOOL started = FALSE;
-    DWORD startError = ERROR_SUCCESS;
     for (int attempt = 0; attempt < 3 && !started; ++attempt) {
         started = ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                                    &startup, &child);
-        startError = ::GetLastError();
     }
+    const DWORD startError = ::GetLastError();
     for (const auto& [name, value] : before) ::_wputenv_s(name.c_str(), value.c_str());
-    if (!started) {
-        ADD_FAILURE() << "cannot start the child for crash point " << crashAt << ": error " << startError;
-        return false;
-    }
+    EXPECT_TRUE(started) << "cannot start the child for crash point " << crashAt << ": error " << startError;
+    if (!started) return false;
+    const SystemIO::Detail::UniqueFileHandle process(child.hProcess), thread(child.hThread);
     DWORD code = 0;
-    ::WaitForSingleObject(child.hProcess, INFINITE);
-    ::GetExitCodeProcess(child.hProcess, &code);
-    ::CloseHandle(child.hThread);
-    ::CloseHandle(child.hProcess);
+    ::WaitForSingleObject(process.Get(), INFINITE);
+    ::GetExitCodeProcess(process.Get(), &code);
     if (code == Faults::kCrashExitCode) return true;
     EXPECT_EQ(code, 0u) << "the lifecycle failed in the child, crash point " << crashAt << " (exit code 0x"
                         << std::hex << code << std::dec << ")";
