@@ -2,7 +2,6 @@
 #include "platform/directory_tracker/directories_changes_tracker.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
-#include "support/runs_under_wine.h"
 #include "support/temp_folder.h"
 #include "support/wait_until.h"
 
@@ -21,7 +20,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using OvxTest::FsPath;
-using OvxTest::RunsUnderWine;
 using OvxTest::TempFolder;
 using OvxTest::WaitUntil;
 using Tracker = OvxUtils::CDirectoriesChangesTracker;
@@ -285,10 +283,6 @@ TEST(DirectoriesChangesTracker, FollowsTheTrackedFolderThroughItsAbsence) {
     ASSERT_TRUE(handle);
     ExpectCallFor(calls, "folder made", [&] { temp.WriteFile(u"tracked/first.txt", "x"); });
     ExpectCallFor(calls, "file in it", [&] { temp.WriteFile(u"tracked/second.txt", "x"); });
-    if (RunsUnderWine()) {
-        GTEST_SKIP() << "Wine removes a deleted folder only when its last handle is closed, and the "
-                        "tracking's own handle keeps it there";
-    }
     ExpectCallFor(calls, "folder deleted", [&] { EXPECT_TRUE(Folder::DeleteRecursive(folder, true)); });
     ExpectCallFor(calls, "folder made again", [&] { temp.WriteFile(u"tracked/third.txt", "x"); });
     ExpectCallFor(calls, "folder renamed away", [&] { Rename(folder, temp / u"elsewhere"); });

@@ -49,14 +49,21 @@ UniqueFileHandle OpenFolder(const CString& path, FolderIdentity& identity) {
     return folder;
 }
 
-// Whether path still names the folder of identity.
-bool StillThere(const CString& path, const FolderIdentity& identity) {
+// What is at a tracked folder's path: the folder of the watch, another folder (the
+// first was replaced), or no folder.
+enum class AtPath { Same, Other, None };
+
+AtPath LookAt(const CString& path, const FolderIdentity& identity) {
     UniqueFileHandle folder(::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), FILE_READ_ATTRIBUTES,
                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION info{};
-    return folder.IsValid() && ::GetFileInformationByHandle(folder.Get(), &info) &&
-           FolderIdentity{info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow} == identity;
+    if (!folder.IsValid() || !::GetFileInformationByHandle(folder.Get(), &info) ||
+        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+        return AtPath::None;
+    }
+    const FolderIdentity there{info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
+    return there == identity ? AtPath::Same : AtPath::Other;
 }
 
 // One tracked folder, with the one read that is issued on it at a time. Its address is
@@ -87,6 +94,9 @@ struct DirectoryWatch {
     bool pending = false;   // a read is issued and its completion not yet handled
     bool removing = false;  // the tracking was stopped; dropped when no read is pending
     bool waiting = false;   // the folder went (or is not made yet); its path is looked at again
+    // While waiting: the folder was replaced by another one, which was reported; should
+    // that one go before it is watched, its going is reported too.
+    bool replaced = false;
 };
 
 // What the thread does after a read completed, once it has let go of its lock.
@@ -197,20 +207,27 @@ private:
     }
 
     // Lets go of folders that left their path, and watches again those that are back;
-    // both are reported.
+    // both are reported. A replacement that goes again before it could be watched (the
+    // cancelled read of the first folder had not ended yet) is reported as it goes too.
     void Recheck(std::vector<Completion>& completions) {
         for (const auto& watch : m_watches) {
             if (watch->removing) continue;
             if (!watch->waiting) {
-                if (StillThere(watch->tracking->Folder(), watch->identity)) continue;
+                const AtPath there = LookAt(watch->tracking->Folder(), watch->identity);
+                if (there == AtPath::Same) continue;
                 watch->waiting = true;
+                watch->replaced = there == AtPath::Other;
                 if (watch->pending) ::CancelIoEx(watch->folder.Get(), &watch->overlapped);
                 watch->folder.Reset();
                 completions.push_back(Completion{watch->tracking});
             } else if (!watch->pending && Arm(*watch)) {
+                watch->replaced = false;
                 Completion back{watch->tracking};
                 back.openAll = WineSubtree::IsWine();
                 completions.push_back(std::move(back));
+            } else if (watch->replaced && LookAt(watch->tracking->Folder(), {}) == AtPath::None) {
+                watch->replaced = false;
+                completions.push_back(Completion{watch->tracking});
             }
         }
     }
