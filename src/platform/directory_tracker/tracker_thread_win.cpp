@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace OvxUtils::DirectoryTracking {
@@ -36,16 +37,28 @@ struct FolderIdentity {
     bool operator==(const FolderIdentity&) const = default;
 };
 
-UniqueFileHandle OpenFolder(const CString& path, FolderIdentity& identity) {
-    UniqueFileHandle folder(::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), FILE_LIST_DIRECTORY,
+UniqueFileHandle OpenWithSharing(const CString& path, DWORD access, DWORD flags) {
+    return UniqueFileHandle(::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), access,
                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OVERLAPPED, nullptr));
+                                          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | flags, nullptr));
+}
+
+// The identity of the folder that handle holds; none when it holds no folder.
+std::optional<FolderIdentity> IdentityOf(const UniqueFileHandle& handle) {
     BY_HANDLE_FILE_INFORMATION info{};
-    if (!folder.IsValid() || !::GetFileInformationByHandle(folder.Get(), &info) ||
+    if (!handle.IsValid() || !::GetFileInformationByHandle(handle.Get(), &info) ||
         (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        return UniqueFileHandle();
+        return std::nullopt;
     }
-    identity = {info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
+    return FolderIdentity{info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
+}
+
+// The folder at path, opened for reads of its changes; an invalid handle when there is none.
+UniqueFileHandle OpenFolder(const CString& path, FolderIdentity& identity) {
+    UniqueFileHandle folder = OpenWithSharing(path, FILE_LIST_DIRECTORY, FILE_FLAG_OVERLAPPED);
+    const std::optional<FolderIdentity> opened = IdentityOf(folder);
+    if (!opened) return UniqueFileHandle();
+    identity = *opened;
     return folder;
 }
 
@@ -54,16 +67,9 @@ UniqueFileHandle OpenFolder(const CString& path, FolderIdentity& identity) {
 enum class AtPath { Same, Other, None };
 
 AtPath LookAt(const CString& path, const FolderIdentity& identity) {
-    UniqueFileHandle folder(::CreateFileW(SystemIO::Detail::ToWin32Path(path).GetString(), FILE_READ_ATTRIBUTES,
-                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                          OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!folder.IsValid() || !::GetFileInformationByHandle(folder.Get(), &info) ||
-        (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        return AtPath::None;
-    }
-    const FolderIdentity there{info.dwVolumeSerialNumber, info.nFileIndexHigh, info.nFileIndexLow};
-    return there == identity ? AtPath::Same : AtPath::Other;
+    const std::optional<FolderIdentity> there = IdentityOf(OpenWithSharing(path, FILE_READ_ATTRIBUTES, 0));
+    if (!there) return AtPath::None;
+    return *there == identity ? AtPath::Same : AtPath::Other;
 }
 
 // One tracked folder, with the one read that is issued on it at a time. Its address is
