@@ -30,16 +30,6 @@ namespace Folder = OvxUtils::SystemIO::Folder;
 // What the extension manager asks for: file names, last write and creation.
 constexpr unsigned long kManagerFilter = 0x51;
 
-// What read() answers once it held still for 100 ms.
-int Settled(const std::function<int()>& read) {
-    for (int last = read();;) {
-        std::this_thread::sleep_for(100ms);
-        const int now = read();
-        if (now == last) return now;
-        last = now;
-    }
-}
-
 // Counts the calls of a callback; the count is shared with the callback, so a late call
 // finds it still there.
 struct Calls {
@@ -52,9 +42,15 @@ struct Calls {
     bool WaitBeyond(int than) const {
         return WaitUntil([&] { return *count > than; });
     }
-    // The count once no call came for a while: only a check that something was *not*
-    // called needs it, since a change may be reported by more than one call.
-    int Quiet() const { return Settled([&] { return Count(); }); }
+    // The count once no call came for window: a change may be reported by more than one
+    // call, so a step that must not be taken for the previous one waits for this first.
+    int Quiet(std::chrono::milliseconds window = 100ms) const {
+        for (int last = Count();;) {
+            std::this_thread::sleep_for(window);
+            if (Count() == last) return last;
+            last = Count();
+        }
+    }
 };
 
 // Makes a change and expects a call after it.
@@ -275,7 +271,12 @@ TEST(DirectoriesChangesTracker, KeepsReportingAfterItsQueueOverflows) {
 
 // A tracked folder that is not there yet, or goes (deleted or renamed away), is waited for
 // and watched again when it is back; its return and what it then holds are reported.
+// While the folder is away only its return is reported, so the calls of its going must be
+// over before it comes back: a late one would pass for the return, and the next step could
+// take the folder away again before the tracker looked (nothing to report then). The
+// tracker looks at the path five times a second, and on Windows reports a going only then.
 TEST(DirectoriesChangesTracker, FollowsTheTrackedFolderThroughItsAbsence) {
+    constexpr auto kGoingReported = 500ms;
     TempFolder temp;
     const CString folder = temp / u"tracked";
     Calls calls;
@@ -284,8 +285,10 @@ TEST(DirectoriesChangesTracker, FollowsTheTrackedFolderThroughItsAbsence) {
     ExpectCallFor(calls, "folder made", [&] { temp.WriteFile(u"tracked/first.txt", "x"); });
     ExpectCallFor(calls, "file in it", [&] { temp.WriteFile(u"tracked/second.txt", "x"); });
     ExpectCallFor(calls, "folder deleted", [&] { EXPECT_TRUE(Folder::DeleteRecursive(folder, true)); });
+    calls.Quiet(kGoingReported);
     ExpectCallFor(calls, "folder made again", [&] { temp.WriteFile(u"tracked/third.txt", "x"); });
     ExpectCallFor(calls, "folder renamed away", [&] { Rename(folder, temp / u"elsewhere"); });
+    calls.Quiet(kGoingReported);
     ExpectCallFor(calls, "folder back", [&] { Rename(temp / u"elsewhere", folder); });
     ExpectCallFor(calls, "file in the folder back", [&] { temp.WriteFile(u"tracked/fourth.txt", "x"); });
 }
