@@ -40,18 +40,20 @@ keep_temp_on_tmpfs() {
   done
 }
 
+# The first program on a new server starts Wine's services, which keep that program's
+# standard error to the end of the server. So the persistent server is started first and
+# wineboot, detached, is its first program (it also makes the prefix on first use): had
+# wineboot started a server of its own, that one would end a few seconds later, and a
+# test program could be the first on the next one and wait for the services until CTest
+# gave up on it.
 prepare() {
   mkdir -p "$WINEPREFIX"
   (
     flock 9
-    if [[ ! -f $WINEPREFIX/system.reg ]]; then
-      detached wineboot --init || true
-      keep_temp_on_tmpfs
-    fi
     # Exit status 0: a new server was started; 2: one is running already.
     if detached wineserver -p; then
+      detached wineboot --init || true
       keep_temp_on_tmpfs
-      detached wine cmd /c exit || true
     fi
   ) 9>"$WINEPREFIX.lock"
 }

@@ -6,7 +6,9 @@ set -eu
 here=$(dirname "$0")
 
 case "${1:-}" in
-  start) "$here/wine-run.sh" --prepare-only ;;
+  # A server left by another use of the prefix may be one that ends by itself: the run's
+  # own is started instead.
+  start) wineserver -k 2>/dev/null && wineserver -w; "$here/wine-run.sh" --prepare-only ;;
   stop) wineserver -k 2>/dev/null || true ;;
   *) echo "usage: $0 start|stop" >&2; exit 2 ;;
 esac
