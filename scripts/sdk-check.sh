@@ -44,8 +44,7 @@ windows)
   toolchain=(-DCMAKE_TOOLCHAIN_FILE="$source_dir/cmake/toolchains/mingw-w64-x86_64.cmake")
   export WINEPREFIX=$PWD/$build/wineprefix WINEDEBUG=-all DISPLAY= LC_ALL=C.UTF-8
   export WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe=d
-  wineserver -p
-  trap 'wineserver -k 2>/dev/null || true' EXIT
+  "$source_dir/cmake/wine-session.sh" start  # as the tests start it
   run=(wine)
   exe=.exe
   ;;
@@ -56,7 +55,7 @@ windows)
 esac
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ovx-sdk-$platform.XXXXXX")
-trap 'rm -rf "$work"; [[ $platform == windows ]] && { wineserver -k 2>/dev/null || true; }' EXIT
+trap 'rm -rf "$work"; [[ $platform == windows ]] && "$source_dir/cmake/wine-session.sh" stop' EXIT
 prefix=$work/prefix
 
 echo "== $platform: install to $prefix"
