@@ -41,6 +41,7 @@ std::vector<std::string> Texts(const char* const* texts, size_t count) {
 TrustPolicy PolicyOf(const ovx_trust_policy* policy) {
     TrustPolicy result;
     if (!policy) return result;
+    // Only the three defined values get here (see ovx_manager_create_with_trust).
     result.mode = policy->mode == OVX_TRUST_REQUIRE ? TrustMode::Require
                   : policy->mode == OVX_TRUST_WARN  ? TrustMode::Warn
                                                     : TrustMode::Off;
@@ -128,6 +129,11 @@ ovx_status ovx_manager_create_with_trust(const ovx_manager_config* config, const
             if (!config->source_folders[i].folder) return InvalidArgument("a source folder");
         }
         if (!CInterface::HasAll(config->addon_names, config->addon_name_count)) return InvalidArgument("an addon name");
+        // A mode the interface does not define fails closed: it is refused, never read as off.
+        if (policy && policy->mode != OVX_TRUST_OFF && policy->mode != OVX_TRUST_WARN &&
+            policy->mode != OVX_TRUST_REQUIRE) {
+            return InvalidArgument("policy->mode (not OVX_TRUST_OFF, OVX_TRUST_WARN or OVX_TRUST_REQUIRE)");
+        }
         if (policy && (!CInterface::HasAll(policy->trusted_keys, policy->trusted_key_count) ||
                        !CInterface::HasAll(policy->trusted_key_files, policy->trusted_key_file_count) ||
                        !CInterface::HasAll(policy->revoked_key_ids, policy->revoked_key_id_count))) {

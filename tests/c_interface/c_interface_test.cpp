@@ -55,6 +55,12 @@ TEST(CInterface, RefusesWhatIsMissingAndNamesIt) {
     const ovx_trust_policy noKey{OVX_TRUST_REQUIRE, nullptr, 0, nullptr, 0, nullptr, 0};
     EXPECT_EQ(ovx_manager_create_with_trust(&config, &noKey, &manager), OVX_E_FAILED);
     EXPECT_NE(std::string(ovx_last_error()).find("trusts no key"), std::string::npos) << ovx_last_error();
+    // A mode the interface does not define is refused, never taken for off.
+    for (const int mode : {3, -1}) {
+        const ovx_trust_policy undefined{static_cast<ovx_trust_mode>(mode), nullptr, 0, nullptr, 0, nullptr, 0};
+        EXPECT_EQ(ovx_manager_create_with_trust(&config, &undefined, &manager), OVX_E_INVALID_ARGUMENT);
+        EXPECT_NE(std::string(ovx_last_error()).find("policy->mode"), std::string::npos) << ovx_last_error();
+    }
     EXPECT_EQ(manager, nullptr);
 }
 

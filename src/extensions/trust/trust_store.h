@@ -12,20 +12,27 @@ namespace OvxComponent::Trust {
 class TrustStore {
 public:
     TrustStore() = default;  // off
-    // Fails on a key or key file that cannot be read or parsed, a key ID that is not one,
-    // and on Require with no key to trust: the error names the item.
+    // Fails on a mode that is not one of the three, a key or key file that cannot be read
+    // or parsed, two different keys under one key ID, a key ID that is not one, and on
+    // Require with no key to trust: the error names the item.
     static OvxUtils::Result<TrustStore> Make(const TrustPolicy& policy);
     // Trusts exactly keys, with nothing revoked: for checking a package by hand.
     explicit TrustStore(std::vector<Minisign::PublicKey> keys, TrustMode mode = TrustMode::Require)
         : m_mode(mode), m_keys(std::move(keys)) {}
 
     TrustMode Mode() const { return m_mode; }
+    // The mode, keys and revoked IDs as one text: equal for two stores that decide alike.
+    std::string Fingerprint() const;
     // The trusted key of this ID, or why none counts (unknown or revoked).
     OvxUtils::Result<const Minisign::PublicKey*> KeyFor(const Minisign::KeyId& id) const;
 
 private:
+    // Trusts key, which item of the policy gave; refuses a second key under a trusted ID.
+    OvxUtils::Result<void> Add(const Minisign::PublicKey& key, const CString& item);
+
     TrustMode m_mode = TrustMode::Off;
     std::vector<Minisign::PublicKey> m_keys;
+    std::vector<CString> m_keyItems;  // which item of the policy gave each key
     std::vector<Minisign::KeyId> m_revoked;
 };
 
