@@ -6,6 +6,7 @@
 #include "OvxComponent/platform/result.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -72,5 +73,11 @@ Result<std::string> ReadAllBytes(const CString& path);
 // Creates the file or replaces its content; the error names the file and the system's
 // reason.
 Result<void> WriteAllBytes(const CString& path, std::string_view bytes);
+// Writes bytes under a temporary name beside path, flushes them to the disk and renames
+// them over path in one step: path holds the old content or the new, whatever happens.
+Result<void> WriteAtomically(const CString& path, std::string_view bytes);
+// Reads the file from start to end in chunks of a bounded size, handing each to sink,
+// which may stop the read by returning false (the result is then still a success).
+Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink);
 
 }  // namespace OvxUtils::SystemIO::File

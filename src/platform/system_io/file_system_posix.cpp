@@ -241,6 +241,38 @@ Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
     return {};
 }
 
+Result<void> WriteAtomically(const CString& path, std::string_view bytes) {
+    const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
+    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, 0644);
+    if (!target.IsValid()) return SystemError(u"cannot create " + temporary);
+    const auto fail = [&](const CString& what) {
+        const Error error = SystemError(what);
+        ::unlink(temporary.ToUtf8().c_str());
+        return error;
+    };
+    if (!Detail::WriteAll(target.Get(), bytes.data(), bytes.size())) return fail(u"cannot write " + temporary);
+    if (::fsync(target.Get()) != 0) return fail(u"cannot flush " + temporary);
+    if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);
+    if (::rename(temporary.ToUtf8().c_str(), path.ToUtf8().c_str()) != 0) return fail(u"cannot rename to " + path);
+    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetParentFolder(path), O_RDONLY | O_DIRECTORY);
+    if (folder.IsValid()) ::fsync(folder.Get());
+    return {};
+}
+
+Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink) {
+    struct stat st {};
+    const Detail::UniqueFd fd = OpenForReading(path, st);
+    if (!fd.IsValid()) return SystemError(u"cannot read " + path);
+    if (!S_ISREG(st.st_mode)) return Error{path + u" is not a regular file"};
+    std::string chunk(std::size_t{1} << 16, '\0');
+    for (;;) {
+        const ssize_t got = ::read(fd.Get(), chunk.data(), chunk.size());
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return SystemError(u"cannot read " + path);
+        if (got == 0 || !sink(std::string_view(chunk.data(), static_cast<std::size_t>(got)))) return {};
+    }
+}
+
 }  // namespace File
 
 }  // namespace OvxUtils::SystemIO

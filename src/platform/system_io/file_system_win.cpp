@@ -270,6 +270,44 @@ Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
     return {};
 }
 
+Result<void> WriteAtomically(const CString& path, std::string_view bytes) {
+    const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
+    const auto fail = [&](const CString& what) {
+        const Error error = SystemError(what);
+        Detail::RemoveEntry(temporary);
+        return error;
+    };
+    {
+        const UniqueFileHandle file = Open(temporary, GENERIC_WRITE, FILE_SHARE_READ, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+        if (!file.IsValid()) return SystemError(u"cannot create " + temporary);
+        if (!Detail::WriteAll(file.Get(), bytes.data(), bytes.size())) return fail(u"cannot write " + temporary);
+        if (!::FlushFileBuffers(file.Get())) return fail(u"cannot flush " + temporary);
+    }
+    const CString nativeTemporary = Detail::ToWin32Path(temporary);
+    const CString nativeTarget = Detail::ToWin32Path(path);
+    if (!Detail::RetryWhileHeld([&] {
+            return ::MoveFileExW(nativeTemporary.GetString(), nativeTarget.GetString(),
+                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+        })) {
+        return fail(u"cannot rename to " + path);
+    }
+    return {};
+}
+
+Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink) {
+    const UniqueFileHandle file = Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
+    if (!file.IsValid()) return SystemError(u"cannot read " + path);
+    if (::GetFileType(file.Get()) != FILE_TYPE_DISK) return Error{path + u" is not a regular file"};
+    std::string chunk(std::size_t{1} << 16, '\0');
+    for (;;) {
+        DWORD got = 0;
+        if (!::ReadFile(file.Get(), chunk.data(), static_cast<DWORD>(chunk.size()), &got, nullptr)) {
+            return SystemError(u"cannot read " + path);
+        }
+        if (got == 0 || !sink(std::string_view(chunk.data(), got))) return {};
+    }
+}
+
 }  // namespace File
 
 }  // namespace OvxUtils::SystemIO
