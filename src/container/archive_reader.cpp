@@ -30,11 +30,15 @@ constexpr std::uint32_t kUnixLink = 0120000;
 // FILE_ATTRIBUTE_REPARSE_POINT in the low bits, as Windows tools store it.
 constexpr std::uint32_t kDosReparsePoint = 0x400;
 
+constexpr std::u16string_view kCannotRead = u"the file cannot be read";
+constexpr std::u16string_view kNotAZip = u"the file is not a ZIP archive, or it is truncated";
+constexpr std::u16string_view kMissing = u"the file does not exist";
+
 Error OpenError(zip_error_t* error) {
     switch (zip_error_code_zip(error)) {
     case ZIP_ER_OPEN:
-    case ZIP_ER_READ: return Error{u"the file cannot be read"};
-    case ZIP_ER_NOZIP: return Error{u"the file is not a ZIP archive, or it is truncated"};
+    case ZIP_ER_READ: return Error{CString(kCannotRead)};
+    case ZIP_ER_NOZIP: return Error{CString(kNotAZip)};
     case ZIP_ER_INCONS: return Error{u"the archive is damaged: its directory and its entries disagree"};
     default: return Error{u"the archive cannot be opened: " + ZipErrorText(error)};
     }
@@ -190,7 +194,7 @@ struct PackageSource {
 Error UnreadableFile(const CString& path, std::uint32_t code) {
     using OvxUtils::SystemIO::Detail::EntryType;
     switch (OvxUtils::SystemIO::Detail::GetEntryInfo(path).type) {
-    case EntryType::None: return Error{u"the file does not exist"};
+    case EntryType::None: return Error{CString(kMissing)};
     case EntryType::Folder: return Error{u"the path is a folder, not a file"};
     case EntryType::Other: return Error{u"the path is not a regular file but a pipe, socket or device"};
     case EntryType::File: break;
@@ -260,6 +264,12 @@ Result<PackageSource> OpenSource(const CString& path, const ContainerLimits& lim
 }
 
 }  // namespace
+
+bool MayBeIncomplete(const CString& openError) {
+    // Anything else names a rule the archive broke once its directory was read.
+    return openError.EndsWith(CString(kCannotRead)) || openError.EndsWith(CString(kNotAZip)) ||
+           openError.EndsWith(CString(kMissing));
+}
 
 ArchiveReader::ArchiveReader(UniqueZip archive, std::vector<ArchiveEntry> entries, std::uint64_t fileSize)
     : m_archive(std::move(archive)), m_entries(std::move(entries)), m_fileSize(fileSize) {

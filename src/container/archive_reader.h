@@ -25,6 +25,11 @@
 
 namespace VdcContainer {
 
+// Whether the error of a failed Open is one that a file still being written (copied in,
+// downloaded) also gives: it cannot be read, or is no complete ZIP archive yet, or has
+// gone. Every other error names a rule that a complete archive broke.
+bool MayBeIncomplete(const CString& openError);
+
 class ArchiveReader {
 public:
     static Result<std::unique_ptr<ArchiveReader>> Open(const CString& path, const ContainerLimits& limits);

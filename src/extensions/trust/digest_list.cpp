@@ -48,8 +48,11 @@ OvxUtils::Result<std::vector<DigestLine>> ParseDigestList(std::string_view text)
     if (!text.empty() && text.back() != '\n') {
         return Error{CString::FromUtf8(kDigestListEntry) + u" does not end with a line feed"};
     }
+    // Room for as many lines as the text can hold, not as many line feeds as it has: the
+    // list may be hostile, and a line is at least a digest, two blanks, a name and its end.
     std::vector<DigestLine> lines;
-    lines.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+    lines.reserve(std::min(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')),
+                           text.size() / (kHexDigits + 4)));
     for (std::size_t number = 1; !text.empty(); ++number) {
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(line.size() + 1);

@@ -121,15 +121,17 @@ SignatureVerdict CheckSignature(const VdcContainer::ZipContainer& package, const
     auto signature = signatureText ? Minisign::ParseSignatureFile(*signatureText)
                                    : OvxUtils::Result<Minisign::Signature>(signatureText.TakeError());
     auto listText = ReadEntry(package, *listEntry, kMaxDigestListSize);
+    // The list is parsed only once its signature holds: until then its bytes are anyone's.
+    bool listVerified = false;
     if (signature) {
         verdict.signer = Signer{signature->keyId, signature->trustedComment};
         auto key = store.KeyFor(signature->keyId);
         if (!key) {
             verdict.problems.push_back(key.ErrorText());
         } else if (listText) {
-            if (auto verified = Minisign::Verify(*listText, *signature, **key); !verified) {
-                verdict.problems.push_back(verified.ErrorText());
-            }
+            auto verified = Minisign::Verify(*listText, *signature, **key);
+            if (!verified) verdict.problems.push_back(verified.ErrorText());
+            listVerified = verified.HasValue();
         }
         if (auto mismatch = CommentMismatch(signature->trustedComment, info)) verdict.problems.push_back(*mismatch);
     } else {
@@ -139,6 +141,7 @@ SignatureVerdict CheckSignature(const VdcContainer::ZipContainer& package, const
         verdict.problems.push_back(listText.ErrorText());
         return verdict;
     }
+    if (!listVerified) return verdict;
     auto digests = ParseDigestList(*listText);
     if (!digests) {
         verdict.problems.push_back(digests.ErrorText());
