@@ -117,6 +117,18 @@ inline constexpr NameMessage kUntrustedButWarned{
 inline constexpr GuidMessage kContentNotAsSigned{
     u"untrusted content: files differ from the signed digests; kept because the trust policy only warns",
     ExtensionLogLevel::Error};
+inline constexpr NameMessage kInstallNotAsSigned{
+    u"untrusted install: its unpacked files differ from the signed digests; not loaded", ExtensionLogLevel::Error};
+inline constexpr NameMessage kInstallNotAsSignedButWarned{
+    u"untrusted install: its unpacked files differ from the signed digests; loaded because the trust policy only "
+    u"warns",
+    ExtensionLogLevel::Error};
+inline constexpr NameMessage kRefusedBefore{
+    u"not unpacked again: the trust policy refused this package before, and it has not changed since",
+    ExtensionLogLevel::Error};
+inline constexpr GuidMessage kEarlierInstallStays{
+    u"an earlier install of this extension could not be cleared away; the package is unpacked at a later start",
+    ExtensionLogLevel::Warning};
 // Under the document ID at Information, once unpacked: this prefix + the key ID.
 inline constexpr std::u16string_view kSignedByPrefix = u"signature holds: signed by key ";
 

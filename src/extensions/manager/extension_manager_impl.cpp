@@ -36,7 +36,8 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       appSupported(std::move(appSupportedCheck)),
       addonNames(addons.begin(), addons.end()),
       log(LogOutput(platformFolder, std::move(logStream))),
-      trust(std::move(trustStore)) {
+      trust(std::move(trustStore)),
+      refusedPackages(InstallLayout::RefusedPackagesFile(platformFolder)) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
     // that the log file can be written from the start. A missing data folder is left
     // alone, and a platform folder that cannot be made too: the log then lives in memory
@@ -142,7 +143,8 @@ UiResourceVisitor ExtensionManagerImpl::UiResources() {
 }
 
 PackageUnpacker ExtensionManagerImpl::Unpacker() {
-    return {log, platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind, trust};
+    return {log,   platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind,
+            trust, refusedPackages};
 }
 
 ExtensionScanner ExtensionManagerImpl::Scanner() {

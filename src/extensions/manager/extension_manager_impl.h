@@ -151,6 +151,7 @@ private:
     OvxUtils::SystemIO::HeldFile sessionMarker;
     PackageCache packageCache;
     Trust::TrustStore trust;  // off unless the host gave a policy
+    RefusedPackages refusedPackages;
 };
 
 }  // namespace OvxComponent

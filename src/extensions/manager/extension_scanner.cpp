@@ -56,7 +56,7 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
                 continue;
             }
             // The repair needs the archive; after it, a record answers what is asked here.
-            auto installed = m_unpacker.Open(copy.installedCopy, repair ? PackageUse::Readable : use);
+            auto installed = m_unpacker.OpenInstalled(copy.installedCopy, repair ? PackageUse::Readable : use);
             if (!installed) {
                 verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
                 continue;
@@ -91,6 +91,11 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
                 }
                 m_log.Write(kExtractedAgain, unpackedFolder);
                 extraction.ReportMismatches(m_log, info.GetDocumentID());
+            }
+            // Under a trust policy, nothing loads that the policy would not trust now.
+            if (!m_unpacker.TrustInstall(*installed, unpackedFolder)) {
+                verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
+                continue;
             }
             m_log.Associate(unpackedFolder, info.GetDocumentID());
             installed->path = unpackedFolder;

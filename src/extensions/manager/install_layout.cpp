@@ -22,6 +22,10 @@ CString LogFile(const CString& platformFolder) { return Path::Combine(platformFo
 
 CString InstallLock(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.lock"); }
 
+CString RefusedPackagesFile(const CString& platformFolder) {
+    return Path::Combine(platformFolder, u"orvex_extensions.refused");
+}
+
 OvxUtils::SystemIO::HeldFile TakeInstallTurn(const CString& platformFolder) {
     constexpr std::chrono::seconds kPatience{30};
     auto held = OvxUtils::SystemIO::HeldFile::Hold(InstallLock(platformFolder), kPatience);
@@ -41,6 +45,8 @@ CString InstalledCopy(const CString& versionFolder) {
 }
 
 CString UnpackedFolder(const CString& versionFolder) { return Path::Combine(versionFolder, u"unpacked"); }
+
+CString InstallRecord(const CString& versionFolder) { return Path::Combine(versionFolder, u"install_record.txt"); }
 
 std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder) {
     std::vector<ExistingCopy> copies;

@@ -24,6 +24,7 @@ public:
     // Under Warn, the files that differ from their digests, as one error under documentId
     // with the first as its reason.
     void ReportMismatches(ExtensionLog& log, const OvxUtils::Guid& documentId) const;
+    bool HasMismatches() const { return m_check && !m_check->Mismatches().empty(); }
 
 private:
     const OpenedPackage& m_package;

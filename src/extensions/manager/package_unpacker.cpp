@@ -3,6 +3,7 @@
 
 #include "OvxComponent/extensions/format/check_requirements.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
+#include "container/archive_reader.h"
 #include "extensions/manager/install_layout.h"
 #include "extensions/manager/package_extraction.h"
 #include "platform/system_io/file.h"
@@ -18,6 +19,8 @@ using OvxUtils::Error;
 using namespace LogMessages;
 
 CString SubjectOf(const OpenedPackage& package) { return package.path.value_or(CString(kManagerSubject)); }
+
+constexpr const char16_t* kOutOfMemory = u"there is not enough memory to read the package";
 
 // The package's metadata record, or the logged reason why it has none.
 OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, const OpenedPackage& package) {
@@ -37,6 +40,29 @@ OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, c
 }  // namespace
 
 OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
+    try {
+        return OpenChecked(path, use);
+    } catch (const std::bad_alloc&) {
+        // A package that asks for more memory than there is is refused; the host goes on.
+        const CString text = m_log.Information(path, u"Cannot open " + path + u" as an extension");
+        m_log.Reason(ExtensionLogLevel::Error, path, kOutOfMemory);
+        return Error{text};
+    }
+}
+
+OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& installFolder) {
+    try {
+        return UnpackChecked(package, installFolder);
+    } catch (const std::bad_alloc&) {
+        const ExtensionContainerInfo* info = InfoOf(package);
+        if (info == nullptr) return Error{CString(kOutOfMemory)};
+        const CString text = m_log.Write(kErrorWhenUnpacking, info->GetDocumentID());
+        m_log.Reason(ExtensionLogLevel::Error, info->GetDocumentID(), kOutOfMemory);
+        return Error{text};
+    }
+}
+
+OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use, const Trust::SignatureVerdict* vouched) {
     m_log.Write(kOpeningPackage, path);
     const auto cannotOpen = [&](const CString& reason, ExtensionLogLevel reasonLevel) {
         const CString text = m_log.Information(path, u"Cannot open " + path + u" as an extension");
@@ -65,9 +91,17 @@ OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
     }
     if (!package.container) {
         auto opened = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
-        if (!opened) return cannotOpen(opened.ErrorText(), ExtensionLogLevel::Information);
+        // A package refused for what it holds reaches the failure report through its
+        // reason; one that may still be on its way in is looked at again at its next change.
+        if (!opened) {
+            return cannotOpen(opened.ErrorText(), VdcContainer::MayBeIncomplete(opened.ErrorText())
+                                                      ? ExtensionLogLevel::Information
+                                                      : ExtensionLogLevel::Error);
+        }
         package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
-        if (m_trust.Mode() != TrustMode::Off) {
+        if (vouched != nullptr) {
+            package.trust = std::make_shared<const Trust::SignatureVerdict>(*vouched);
+        } else if (m_trust.Mode() != TrustMode::Off) {
             package.trust = std::make_shared<const Trust::SignatureVerdict>(
                 Trust::CheckSignature(package.container->Container(), package.container->GetInfo(), m_trust));
         }
@@ -120,7 +154,7 @@ OvxUtils::Result<void> PackageUnpacker::ShouldUnpack(const OpenedPackage& packag
     return {};
 }
 
-OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& installFolder) {
+OpenResult PackageUnpacker::UnpackChecked(const OpenedPackage& package, const CString& installFolder) {
     m_log.Information(SubjectOf(package), u"unpack work:");
     auto data = ExtractData(m_log, package);
     if (!data) return data.TakeError();
@@ -137,6 +171,18 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
         m_log.Reason(ExtensionLogLevel::Error, documentId, u"the package's signature has not been checked");
         return Error{text};
     }
+    const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
+    const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
+    const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
+    if (m_trust.Mode() != TrustMode::Off) {
+        if (auto unpacked = UnpackVerified(package, info); !unpacked) return unpacked.TakeError();
+        auto installed = OpenInstalled(installedCopy, PackageUse::Readable);
+        if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
+        installed->path = unpackedFolder;
+        m_log.Associate(unpackedFolder, documentId);
+        m_log.Information(unpackedFolder, u"unpacked successfully");
+        return installed;
+    }
 
     // Every version of the extension that is there goes, older and equal ones alike.
     const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
@@ -151,7 +197,8 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
     } else if (SystemIO::File::Exists(extensionFolder)) {
         SystemIO::File::Delete(extensionFolder);
     }
-    const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
+    // A folder that stays (a file of it still held open) would mix the old files with the new.
+    if (SystemIO::Folder::Exists(unpackedFolder)) return Error{m_log.Write(kEarlierInstallStays, documentId)};
     if (auto made = SystemIO::Folder::EnsureExists(versionFolder); !made) {
         const CString text = m_log.Write(kCannotOpenUnpackLocation, documentId);
         m_log.Reason(kCannotOpenUnpackLocation.level, documentId, made.ErrorText());
@@ -160,7 +207,6 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
 
     // Each step below appears in one rename: the installed copy complete or not at all,
     // the unpacked folder likewise.
-    const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
     // The installed copy is the package byte for byte, so the record read from the package
     // is the copy's too, as long as the package file stayed what it was when it was read.
     const auto unchangedSinceRead = [&] {
@@ -182,7 +228,6 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
         m_log.Write(kCloneFailed, documentId);
         m_log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
     }
-    const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
     PackageExtraction extraction(package, m_trust.Mode());
     if (auto extracted = extraction.Into(unpackedFolder); !extracted) {
         const CString text = m_log.Write(kErrorWhenUnpacking, documentId);

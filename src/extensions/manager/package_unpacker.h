@@ -8,6 +8,7 @@
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/package_cache.h"
+#include "extensions/manager/refused_packages.h"
 #include "extensions/trust/trust_store.h"
 
 #include <cstdint>
@@ -32,9 +33,9 @@ class PackageUnpacker {
 public:
     PackageUnpacker(ExtensionLog& log, const CString& platformFolder, RequirementPredicates host,
                     const LoadedExtensions& loadedExtensions, PackageCache& packageCache, bool& leftWorkBehind,
-                    const Trust::TrustStore& trust)
+                    const Trust::TrustStore& trust, RefusedPackages& refused)
         : m_log(log), m_platformFolder(platformFolder), m_host(host), m_loadedExtensions(loadedExtensions),
-          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind), m_trust(trust) {}
+          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind), m_trust(trust), m_refused(refused) {}
 
     // With RecordOnly the container may be a record without an open archive; the log
     // lines and the requirement check are the same either way. Under a trust policy the
@@ -49,7 +50,27 @@ public:
 
     TrustMode Mode() const { return m_trust.Mode(); }
 
+    // An installed copy, opened as Open does; under a trust policy its signature is not
+    // checked again when the version folder's install record vouches for it.
+    OpenResult OpenInstalled(const CString& installedCopy, PackageUse use);
+    // Under a trust policy, whether the unpacked files of an installed package opened by
+    // OpenInstalled may be loaded: files that no record vouches for are compared with the
+    // signed digests (and the record is written when they match). Require refuses files
+    // that differ, Warn logs them as an error and lets them load.
+    OvxUtils::Result<void> TrustInstall(const OpenedPackage& installed, const CString& unpackedFolder);
+    // Under Require, whether the package, unchanged, was refused while it was unpacked before;
+    // logs the refusal again so that the failure report shows it.
+    bool RefusedBefore(const CString& path);
+
 private:
+    // Open and Unpack themselves; the public ones turn a failed allocation into a refusal.
+    OpenResult OpenChecked(const CString& path, PackageUse use, const Trust::SignatureVerdict* vouched = nullptr);
+    OpenResult UnpackChecked(const OpenedPackage& package, const CString& installFolder);
+    // The unpack work under a trust policy: the package is copied, the copy checked and
+    // extracted under temporary names, and only then does it replace what was installed.
+    OvxUtils::Result<void> UnpackVerified(const OpenedPackage& package, const ExtensionContainerInfo& info);
+    void WriteInstallRecord(const CString& versionFolder, const Trust::SignatureVerdict& verdict);
+
     ExtensionLog& m_log;
     const CString& m_platformFolder;
     RequirementPredicates m_host;
@@ -57,6 +78,7 @@ private:
     PackageCache& m_packageCache;
     bool& m_leftWorkBehind;  // set when a tree could not be deleted: the next start repairs
     const Trust::TrustStore& m_trust;
+    RefusedPackages& m_refused;
 };
 
 

@@ -32,6 +32,7 @@ void SourceRescan::Rescan(const CString& folder) {
         if (!IsPackageFile(path)) continue;
         m_log.Information(path, u"should I load?");
         auto package = m_unpacker.Open(path, PackageUse::RecordOnly);
+        if (package && m_unpacker.RefusedBefore(path)) continue;
         const bool unpack = package && m_unpacker.ShouldUnpack(*package, package->fileTime).HasValue();
         if (unpack) {
             m_log.Information(path, u"unpacking...");
@@ -61,6 +62,7 @@ void SourceRescan::Install(const CString& path, bool decidedToUnpack) {
     };
     auto package = m_unpacker.Open(path, PackageUse::Readable);
     if (!package) return fail(package.ErrorText());
+    if (m_unpacker.RefusedBefore(path)) return;
     SystemIO::HeldFile turn = InstallLayout::TakeInstallTurn(m_platformFolder);
     if (auto decision = m_unpacker.ShouldUnpack(*package, package->fileTime); !decision) {
         turn = {};
@@ -79,9 +81,10 @@ void SourceRescan::LoadWhatAnotherSessionInstalled(const CString& path, const Ov
     if (m_loader.Find(documentId)) return;
     const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(m_platformFolder, documentId));
     if (copies.empty()) return;
-    auto installed = m_unpacker.Open(copies.back().installedCopy, PackageUse::Readable);
+    auto installed = m_unpacker.OpenInstalled(copies.back().installedCopy, PackageUse::Readable);
     if (!installed) return;  // the log says why
     installed->path = InstallLayout::UnpackedFolder(SystemIO::Path::GetParentFolder(copies.back().installedCopy));
+    if (!m_unpacker.TrustInstall(*installed, *installed->path)) return;
     m_log.Associate(*installed->path, documentId);
     Load(path, *installed);
 }

@@ -29,6 +29,9 @@ struct SignatureVerdict {
     std::optional<Signer> signer;     // when the signature entry could be read
     std::vector<CString> problems;    // each broken rule, most telling first; none when it holds
     std::vector<DigestLine> digests;  // the listed digests, to check the content against
+    // An installed copy whose record says that it and its unpacked files were verified
+    // under a key the policy still trusts: nothing was read again, and digests is empty.
+    bool vouchedByRecord = false;
     bool Holds() const { return problems.empty(); }
 };
 

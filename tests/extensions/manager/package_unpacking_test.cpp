@@ -72,7 +72,8 @@ TEST_F(PackageUnpacking, OpenRefusesOtherFilesUnfitPackagesAndDamage) {
 }
 
 // What is not a regular file is refused where the container opens it, with the reason, and
-// without waiting: a pipe with no writer would block a plain open for ever.
+// without waiting: a pipe with no writer would block a plain open for ever. The reason is an
+// error, so that the failure report shows what lies in a watched folder and is refused.
 TEST_F(PackageUnpacking, SpecialFilesNamedLikePackagesAreRefusedWithoutBlocking) {
     std::vector<std::pair<CString, std::string>> cases = {
         {host.temp / u"source/folder.OrvexExtension", "the path is a folder, not a file"}};
@@ -84,7 +85,7 @@ TEST_F(PackageUnpacking, SpecialFilesNamedLikePackagesAreRefusedWithoutBlocking)
 #endif
     for (const auto& [path, reason] : cases) {
         EXPECT_EQ(manager->OpenPackage(path).ErrorText(), u"Cannot open " + path + u" as an extension");
-        EXPECT_THAT(host.TakeLines(), testing::Contains(Line("Information", path, "reason: " + reason)));
+        EXPECT_THAT(host.TakeLines(), testing::Contains(Line("Error", path, "reason: " + reason)));
     }
 }
 

@@ -1,0 +1,185 @@
+// PackageUnpacker under a trust policy: an install made only of verified bytes, and the
+// check, at every start, that an installed extension is one the policy trusts now.
+#include "extensions/manager/package_unpacker.h"
+
+#include "extensions/manager/install_layout.h"
+#include "extensions/manager/package_extraction.h"
+#include "extensions/trust/install_record.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/file_system.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
+
+namespace OvxComponent {
+
+namespace {
+
+namespace SystemIO = OvxUtils::SystemIO;
+using OvxUtils::Error;
+using namespace LogMessages;
+
+// What a version folder's install record says, when it says anything.
+std::optional<Trust::InstallRecord> ReadInstallRecord(const CString& versionFolder) {
+    const CString file = InstallLayout::InstallRecord(versionFolder);
+    if (!SystemIO::File::Exists(file)) return std::nullopt;
+    auto text = SystemIO::File::ReadAllBytes(file);
+    return text ? Trust::ParseInstallRecord(*text) : std::nullopt;
+}
+
+}  // namespace
+
+OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& package, const ExtensionContainerInfo& info) {
+    const OvxUtils::Guid documentId = info.GetDocumentID();
+    const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
+    const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
+    // Work in progress lives beside the extension folder under temporary names, which a
+    // start after a crash sweeps away; what is installed stays as it is until the end.
+    const CString stagedCopy = SystemIO::TemporaryName::Beside(extensionFolder, SystemIO::TemporaryName::kWriting);
+    const CString stagedFolder = SystemIO::TemporaryName::Beside(extensionFolder, SystemIO::TemporaryName::kPartial);
+    const CString stagedUnpacked = InstallLayout::UnpackedFolder(stagedFolder);
+    const auto clearStaged = [&] {
+        SystemIO::File::Delete(stagedCopy);
+        static_cast<void>(SystemIO::Folder::DeleteTree(stagedFolder));
+    };
+    const auto refuse = [&](const CString& reason, ExtensionLogLevel level) {
+        clearStaged();
+        const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
+        m_log.Reason(level, documentId, reason);
+        if (package.path && level == ExtensionLogLevel::Error && m_trust.Mode() == TrustMode::Require) {
+            m_refused.Remember(*package.path, m_trust.Fingerprint(), reason);
+        }
+        return Error{text};
+    };
+
+    // The copy is made first and checked itself: a file put in the package's place after it
+    // was opened is checked as what it is, and only the bytes checked are installed.
+    auto clone = package.container->Clone(stagedCopy);
+    if (!clone) {
+        const CString text = m_log.Write(kCloneFailed, documentId);
+        m_log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
+        clearStaged();
+        return Error{text};
+    }
+    clone->Discard();
+    m_log.Write(kCloned, documentId);
+    auto opened = ExtensionContainer::Open(stagedCopy, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    if (!opened) return refuse(u"the copy of the package cannot be opened: " + opened.ErrorText(), ExtensionLogLevel::Error);
+    const ExtensionContainerInfo* copyInfo = opened->GetInfo();
+    if (copyInfo == nullptr || copyInfo->GetDocumentID() != documentId || copyInfo->GetVersion() != info.GetVersion()) {
+        return refuse(u"the package changed while it was being installed: its copy is another package",
+                      ExtensionLogLevel::Error);
+    }
+    OpenedPackage copy{std::make_shared<ExtensionContainer>(std::move(*opened)), stagedCopy, package.fileTime, nullptr};
+    copy.trust = std::make_shared<const Trust::SignatureVerdict>(
+        Trust::CheckSignature(copy.container->Container(), copyInfo, m_trust));
+    if (!copy.trust->Holds()) {
+        if (m_trust.Mode() == TrustMode::Require) return refuse(copy.trust->problems.front(), ExtensionLogLevel::Error);
+        if (package.trust && package.trust->Holds()) {  // warned already when it did not hold at opening
+            m_log.Write(kUntrustedButWarned, *package.path);
+            m_log.Reason(kUntrustedButWarned.level, *package.path, copy.trust->problems.front());
+        }
+    }
+    PackageExtraction extraction(copy, m_trust.Mode());
+    if (auto extracted = extraction.Into(stagedUnpacked); !extracted) {
+        return refuse(extracted.ErrorText(), extraction.ReasonLevel(kErrorWhenUnpacking.level));
+    }
+    copy.container.reset();  // a file still open cannot be renamed on Windows
+
+    // Every version of the extension that is there goes, older and equal ones alike.
+    if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
+        m_log.Write(kCannotDeleteData, documentId);
+        m_log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
+        m_leftWorkBehind = true;
+        // What stays (a file that its program still holds open) is swept at the next start;
+        // the new files are not mixed with it.
+        if (SystemIO::Folder::Exists(versionFolder)) {
+            clearStaged();
+            return Error{m_log.Write(kEarlierInstallStays, documentId)};
+        }
+    }
+    if (SystemIO::File::Exists(extensionFolder)) SystemIO::File::Delete(extensionFolder);
+    if (auto made = SystemIO::Folder::EnsureExists(versionFolder); !made) {
+        clearStaged();
+        const CString text = m_log.Write(kCannotOpenUnpackLocation, documentId);
+        m_log.Reason(kCannotOpenUnpackLocation.level, documentId, made.ErrorText());
+        return Error{text};
+    }
+    const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
+    if (!SystemIO::Detail::MoveEntry(stagedCopy, installedCopy) ||
+        !SystemIO::Detail::MoveEntry(stagedUnpacked, InstallLayout::UnpackedFolder(versionFolder))) {
+        const CString reason = OvxUtils::SystemError(u"cannot move the checked files into " + versionFolder).text;
+        clearStaged();
+        static_cast<void>(SystemIO::Folder::DeleteTree(versionFolder));
+        const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
+        m_log.Reason(kErrorWhenUnpacking.level, documentId, reason);
+        return Error{text};
+    }
+    clearStaged();
+    extraction.ReportMismatches(m_log, documentId);
+    if (copy.trust->Holds() && !extraction.HasMismatches()) {
+        WriteInstallRecord(versionFolder, *copy.trust);
+        m_log.Information(documentId, CString(kSignedByPrefix) +
+                                          CString::FromUtf8(Minisign::KeyIdText(copy.trust->signer->keyId)));
+    }
+    return {};
+}
+
+void PackageUnpacker::WriteInstallRecord(const CString& versionFolder, const Trust::SignatureVerdict& verdict) {
+    const auto identity = SystemIO::File::GetIdentity(InstallLayout::InstalledCopy(versionFolder));
+    const auto key = verdict.signer ? m_trust.KeyFor(verdict.signer->keyId) : OvxUtils::Error{CString()};
+    if (!identity || !key) return;
+    // Without a record the next start checks the files again: a failed write costs time only.
+    static_cast<void>(SystemIO::File::WriteAtomically(InstallLayout::InstallRecord(versionFolder),
+                                                      Trust::FormatInstallRecord({*identity, **key})));
+}
+
+OpenResult PackageUnpacker::OpenInstalled(const CString& installedCopy, PackageUse use) {
+    if (m_trust.Mode() == TrustMode::Off) return Open(installedCopy, use);
+    const CString versionFolder = SystemIO::Path::GetParentFolder(installedCopy);
+    const auto record = ReadInstallRecord(versionFolder);
+    const auto identity = record ? SystemIO::File::GetIdentity(installedCopy) : std::nullopt;
+    if (!identity || !Trust::Vouches(*record, *identity, m_trust)) return Open(installedCopy, use);
+    Trust::SignatureVerdict vouched;
+    vouched.isSigned = true;
+    vouched.signer = Trust::Signer{record->key.id, {}};
+    vouched.vouchedByRecord = true;
+    return OpenChecked(installedCopy, use, &vouched);
+}
+
+OvxUtils::Result<void> PackageUnpacker::TrustInstall(const OpenedPackage& installed, const CString& unpackedFolder) {
+    const Trust::SignatureVerdict* verdict = installed.trust.get();
+    // Off looks at nothing; an untrusted signature was refused or warned about at opening.
+    if (m_trust.Mode() == TrustMode::Off || verdict == nullptr || verdict->vouchedByRecord || !verdict->Holds()) {
+        return {};
+    }
+    const CString versionFolder = SystemIO::Path::GetParentFolder(unpackedFolder);
+    const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
+    const auto record = ReadInstallRecord(versionFolder);
+    const auto identity = record ? SystemIO::File::GetIdentity(installedCopy) : std::nullopt;
+    if (identity && Trust::Vouches(*record, *identity, m_trust)) return {};
+
+    // Installed under another policy, by another session, or before a key was trusted: the
+    // files are compared with the signed list before anything of them runs.
+    const std::vector<CString> problems = Trust::CheckUnpackedFiles(unpackedFolder, verdict->digests);
+    if (problems.empty()) {
+        WriteInstallRecord(versionFolder, *verdict);
+        return {};
+    }
+    const NameMessage& message = m_trust.Mode() == TrustMode::Require ? kInstallNotAsSigned : kInstallNotAsSignedButWarned;
+    const CString text = m_log.Write(message, unpackedFolder);
+    m_log.Reason(message.level, unpackedFolder, problems.front());
+    if (m_trust.Mode() == TrustMode::Require) return Error{text};
+    return {};
+}
+
+bool PackageUnpacker::RefusedBefore(const CString& path) {
+    if (m_trust.Mode() != TrustMode::Require) return false;
+    const auto reason = m_refused.Find(path, m_trust.Fingerprint());
+    if (!reason) return false;
+    m_log.Write(kRefusedBefore, path);
+    m_log.Reason(kRefusedBefore.level, path, *reason);
+    return true;
+}
+
+}  // namespace OvxComponent
