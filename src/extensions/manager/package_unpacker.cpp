@@ -4,6 +4,7 @@
 #include "OvxComponent/extensions/format/check_requirements.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
 #include "container/archive_reader.h"
+#include "container/extract_folder.h"
 #include "extensions/manager/install_layout.h"
 #include "extensions/manager/package_extraction.h"
 #include "platform/system_io/file.h"
@@ -172,23 +173,27 @@ OpenResult PackageUnpacker::UnpackChecked(const OpenedPackage& package, const CS
         return Error{text};
     }
     const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
+    const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
+    auto unpacked = m_trust.Mode() == TrustMode::Off ? UnpackInPlace(package, info) : UnpackVerified(package, info);
+    if (!unpacked) return unpacked.TakeError();
+    auto installed = OpenInstalled(InstallLayout::InstalledCopy(versionFolder), PackageUse::Readable);
+    if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
+    installed->path = unpackedFolder;
+    m_log.Associate(unpackedFolder, documentId);
+    m_log.Information(unpackedFolder, u"unpacked successfully");
+    return installed;
+}
+
+OvxUtils::Result<void> PackageUnpacker::UnpackInPlace(const OpenedPackage& package, const ExtensionContainerInfo& info) {
+    const OvxUtils::Guid documentId = info.GetDocumentID();
+    const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
     const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
     const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
-    if (m_trust.Mode() != TrustMode::Off) {
-        if (auto unpacked = UnpackVerified(package, info); !unpacked) return unpacked.TakeError();
-        auto installed = OpenInstalled(installedCopy, PackageUse::Readable);
-        if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
-        installed->path = unpackedFolder;
-        m_log.Associate(unpackedFolder, documentId);
-        m_log.Information(unpackedFolder, u"unpacked successfully");
-        return installed;
-    }
 
     // Every version of the extension that is there goes, older and equal ones alike.
     const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
     if (SystemIO::Folder::Exists(extensionFolder)) {
-        // What stays (a file that its program still holds open) is met by the next steps,
-        // and swept at the next start.
+        // What stays (a file that its program still holds open) is swept at the next start.
         if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
             m_log.Write(kCannotDeleteData, documentId);
             m_log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
@@ -228,24 +233,12 @@ OpenResult PackageUnpacker::UnpackChecked(const OpenedPackage& package, const CS
         m_log.Write(kCloneFailed, documentId);
         m_log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
     }
-    PackageExtraction extraction(package, m_trust.Mode());
-    if (auto extracted = extraction.Into(unpackedFolder); !extracted) {
+    if (auto extracted = VdcContainer::ExtractFolder(*package.container, u"", unpackedFolder); !extracted) {
         const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
-        m_log.Reason(extraction.ReasonLevel(kErrorWhenUnpacking.level), documentId, extracted.ErrorText());
+        m_log.Reason(kErrorWhenUnpacking.level, documentId, extracted.ErrorText());
         return Error{text};
     }
-    extraction.ReportMismatches(m_log, documentId);
-    if (package.trust && package.trust->Holds() && package.trust->signer) {
-        m_log.Information(documentId, CString(kSignedByPrefix) +
-                                          CString::FromUtf8(Minisign::KeyIdText(package.trust->signer->keyId)));
-    }
-
-    auto installed = Open(installedCopy, PackageUse::Readable);
-    if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
-    installed->path = unpackedFolder;
-    m_log.Associate(unpackedFolder, documentId);
-    m_log.Information(unpackedFolder, u"unpacked successfully");
-    return installed;
+    return {};
 }
 
 }  // namespace OvxComponent

@@ -66,6 +66,9 @@ private:
     // Open and Unpack themselves; the public ones turn a failed allocation into a refusal.
     OpenResult OpenChecked(const CString& path, PackageUse use, const Trust::SignatureVerdict* vouched = nullptr);
     OpenResult UnpackChecked(const OpenedPackage& package, const CString& installFolder);
+    // The unpack work with the policy off: what is there is replaced, the package copied
+    // and extracted into the version folder.
+    OvxUtils::Result<void> UnpackInPlace(const OpenedPackage& package, const ExtensionContainerInfo& info);
     // The unpack work under a trust policy: the package is copied, the copy checked and
     // extracted under temporary names, and only then does it replace what was installed.
     OvxUtils::Result<void> UnpackVerified(const OpenedPackage& package, const ExtensionContainerInfo& info);
