@@ -20,11 +20,12 @@ ScratchFolder::~ScratchFolder() {
     fs::remove_all(m_path, ignored);
 }
 
-std::shared_ptr<ExtensionManagerImpl> MakeBenchManager(const fs::path& root) {
+std::shared_ptr<ExtensionManagerImpl> MakeBenchManager(const fs::path& root, Trust::TrustStore trust) {
     fs::create_directories(root);
     auto apps = [](ExtensionAppSupport) { return true; };
     return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {},
-                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()},
+                                      std::move(trust));
 }
 
 CString PackBenchExtension(const fs::path& package, const OvxUtils::Guid& id, const CString& type,

@@ -24,8 +24,9 @@ private:
     std::filesystem::path m_path;
 };
 
-// A manager over root (made if missing) that accepts every application.
-std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeBenchManager(const std::filesystem::path& root);
+// A manager over root (made if missing) that accepts every application, under trust.
+std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeBenchManager(const std::filesystem::path& root,
+                                                                     OvxComponent::Trust::TrustStore trust = {});
 
 // Packs files, relative to content, as version 1.0 of the extension id of type into
 // package (its folder is made). Aborts when packing fails.
