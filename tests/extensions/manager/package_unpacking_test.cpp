@@ -228,4 +228,25 @@ TEST_F(PackageUnpacking, PackageWithoutMetadataIsAFormatError) {
     EXPECT_THAT(Installed(), testing::IsEmpty());
 }
 
+// A file that its program holds open can keep an earlier install from going on Windows:
+// the same version unpacked again then either starts from an empty folder (the old tree
+// was renamed away) or stops ("could not be cleared away"), and never mixes the files it
+// left with its own. Linux deletes an open file, and the unpack simply succeeds.
+TEST_F(PackageUnpacking, AnEarlierInstallThatStaysIsNeverMergedWithTheNext) {
+    PackageRecipe first{TestGuid(1)};
+    first.files = {{u"main.txt", "one"}, {u"gone-in-the-next.dll", "held"}};
+    ASSERT_TRUE(manager->Unpack(Open(Pack(u"p.OrvexExtension", first)), manager->GetPlatformFolder()));
+    const CString unpacked = InstallLayout::UnpackedFolder(InstallLayout::VersionFolder(manager->GetPlatformFolder(), TestGuid(1), {1, 0}));
+    const CString held = SystemIO::Path::Combine(unpacked, u"content/gone-in-the-next.dll");
+    const OvxTest::HeldOpen hold(held);
+    ASSERT_TRUE(hold.IsHeld());
+    if (manager->Unpack(Open(Pack(u"q.OrvexExtension", {TestGuid(1)})), manager->GetPlatformFolder())) {
+        EXPECT_FALSE(SystemIO::File::Exists(held));
+        EXPECT_TRUE(SystemIO::File::Exists(SystemIO::Path::Combine(unpacked, u"content/main.txt")));
+    } else {
+        EXPECT_THAT(host.TakeLines(), testing::Contains(testing::HasSubstr("could not be cleared away")));
+    }
+}
+
 }  // namespace
+
