@@ -2,9 +2,11 @@
 #include "extensions/manager/extension_log.h"
 
 #include "extensions/manager/log_timestamp.h"
+#include "platform/display_text.h"
 #include "platform/stream/file_stream.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace OvxComponent {
 
@@ -62,25 +64,31 @@ void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const 
     AppendText(line, u"): ");
     if (name) {
         AppendText(line, u"\"");
-        AppendCString(line, *name);
+        OvxUtils::DisplayText::AppendEscaped(line, name->View());
         AppendText(line, u"\" ");
     }
     if (guid) {
         AppendCString(line, guid->ToString());
         AppendText(line, u" ");
     }
-    AppendCString(line, message);
+    AppendCString(line, message);  // kept escaped
     AppendText(line, u"\r\n");
     m_output.stream->Write(line.data(), line.size() * sizeof(CString::XCHAR));
 }
 
 std::uint32_t ExtensionLog::Keep(const CString& text) {
-    const auto [found, added] = m_textNumbers.try_emplace(text, static_cast<std::uint32_t>(m_texts.size()));
+    // Most texts need no escape, and then no copy is made.
+    std::optional<CString> escaped;
+    if (OvxUtils::DisplayText::FindEscaped(text.View()) != OvxUtils::DisplayText::kNone) {
+        escaped = OvxUtils::DisplayText::Escaped(text);
+    }
+    const auto [found, added] =
+        m_textNumbers.try_emplace(escaped ? *escaped : text, static_cast<std::uint32_t>(m_texts.size()));
     if (added) m_texts.push_back(&found->first);
     return found->second;
 }
 
-void ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, const CString& message) {
+const CString& ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, const CString& message) {
     auto& history = m_byName[name];
     history.push_back({LogClockNow(), Keep(message), level});
     Output(history.back(), &name, nullptr);
@@ -88,9 +96,10 @@ void ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, con
         m_failedNames.insert(name);
         UpdateHasFailures();
     }
+    return TextOf(history.back());
 }
 
-void ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message) {
+const CString& ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message) {
     auto& history = m_byGuid[guid];
     history.push_back({LogClockNow(), Keep(message), level});
     Output(history.back(), nullptr, &guid);
@@ -98,18 +107,15 @@ void ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& gu
         m_failedGuids.insert(guid);
         UpdateHasFailures();
     }
+    return TextOf(history.back());
 }
 
 CString ExtensionLog::Write(const NameMessage& message, const CString& name) {
-    CString text(message.text);
-    WriteByName(message.level, name, text);
-    return text;
+    return WriteByName(message.level, name, CString(message.text));
 }
 
 CString ExtensionLog::Write(const GuidMessage& message, const OvxUtils::Guid& guid) {
-    CString text(message.text);
-    WriteByGuid(message.level, guid, text);
-    return text;
+    return WriteByGuid(message.level, guid, CString(message.text));
 }
 
 void ExtensionLog::Reason(ExtensionLogLevel level, const CString& name, const CString& cause) {
@@ -121,28 +127,23 @@ void ExtensionLog::Reason(ExtensionLogLevel level, const OvxUtils::Guid& guid, c
 }
 
 CString ExtensionLog::Error(const CString& name, const CString& text) {
-    WriteByName(ExtensionLogLevel::Error, name, text);
-    return text;
+    return WriteByName(ExtensionLogLevel::Error, name, text);
 }
 
 CString ExtensionLog::Warning(const CString& name, const CString& text) {
-    WriteByName(ExtensionLogLevel::Warning, name, text);
-    return text;
+    return WriteByName(ExtensionLogLevel::Warning, name, text);
 }
 
 CString ExtensionLog::Information(const CString& name, const CString& text) {
-    WriteByName(ExtensionLogLevel::Information, name, text);
-    return text;
+    return WriteByName(ExtensionLogLevel::Information, name, text);
 }
 
 CString ExtensionLog::Warning(const OvxUtils::Guid& guid, const CString& text) {
-    WriteByGuid(ExtensionLogLevel::Warning, guid, text);
-    return text;
+    return WriteByGuid(ExtensionLogLevel::Warning, guid, text);
 }
 
 CString ExtensionLog::Information(const OvxUtils::Guid& guid, const CString& text) {
-    WriteByGuid(ExtensionLogLevel::Information, guid, text);
-    return text;
+    return WriteByGuid(ExtensionLogLevel::Information, guid, text);
 }
 
 void ExtensionLog::Associate(const CString& name, const OvxUtils::Guid& guid) {

@@ -6,6 +6,12 @@
 // subject: a name (a path, a MIME type, "manager") or an extension's document ID. Error
 // entries put their subject into the failed sets until the host acknowledges them.
 //
+// Names and messages carry text from packages and disks, so every line shows them escaped
+// by the display rule (platform/display_text.h), and the histories keep the messages so
+// escaped: one entry is one line wherever it is printed, and no package can send a terminal
+// sequence. Ordinary text is shown as it is. Subject names stay as they are in the
+// histories' keys, since hosts look entries up by path.
+//
 // Owned by the manager and written only on the host's main thread; HasFailures may also
 // be asked from other threads.
 #pragma once
@@ -36,13 +42,14 @@ public:
     bool OpenOutput();
     const CString& OutputName() const { return m_output.name; }
 
-    void WriteByName(ExtensionLogLevel level, const CString& name, const CString& message);
-    void WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message);
+    // Each writes the message and returns it as written: escaped where it had to be.
+    const CString& WriteByName(ExtensionLogLevel level, const CString& name, const CString& message);
+    const CString& WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message);
 
     // The fixed messages: each writes its text at its level and returns the text.
     CString Write(const NameMessage& message, const CString& name);
     CString Write(const GuidMessage& message, const OvxUtils::Guid& guid);
-    // Messages of the caller's own text, at a fixed level; each returns the text.
+    // Messages of the caller's own text, at a fixed level; each returns the text as written.
     CString Error(const CString& name, const CString& text);
     CString Warning(const CString& name, const CString& text);
     CString Information(const CString& name, const CString& text);
@@ -80,6 +87,7 @@ private:
         ExtensionLogLevel level;
     };
     static_assert(sizeof(HistoryEntry) == 16);
+    // The number under which the histories keep text, escaped.
     std::uint32_t Keep(const CString& text);
     const CString& TextOf(const HistoryEntry& entry) const { return *m_texts[entry.message]; }
     void Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid);

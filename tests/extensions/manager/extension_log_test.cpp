@@ -1,4 +1,5 @@
 // The extension log: its lines, its file, its history and its failed sets.
+#include "container/zip_builder.h"
 #include "extensions/manager/extension_log.h"
 #include "test_host.h"
 
@@ -25,6 +26,10 @@ TEST(ExtensionLog, WritesOneLinePerEntryInTheGivenFormat) {
     EXPECT_EQ(log.Write(LogMessages::kCloneFailed, kGuid), CString(u"clone failed"));
     EXPECT_EQ(log.Information(u"C:\\ext\\a b.OrvexExtension", u"should I unpack?"), CString(u"should I unpack?"));
     log.Write(LogMessages::kFileFormatError, u"manager");
+    // Text from a package shows escaped, the history keeps it so, and the entry stays one line.
+    const CString hostile = u"a\x1B[31m\r\nb";
+    EXPECT_EQ(log.Error(hostile, u"bad\u202E\n"), CString(u"bad\\u202E\\x0A"));
+    EXPECT_EQ(log.EntriesFor(hostile).at(0).message, u"bad\\u202E\\x0A");
 
     // A host stream gets no byte-order mark: the first bytes are the first line's.
     ASSERT_GE(stream->Bytes().size(), 2u);
@@ -33,8 +38,23 @@ TEST(ExtensionLog, WritesOneLinePerEntryInTheGivenFormat) {
     const std::regex expected(
         "\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\] \\(Error\\): \\{6B2D6A10-1C1E-4E0B-9D1F-0A1B2C3D4E5F\\} clone failed\r\n"
         "\\[[-0-9: ]{19}\\] \\(Information\\): \"C:\\\\ext\\\\a b\\.OrvexExtension\" should I unpack\\?\r\n"
-        "\\[[-0-9: ]{19}\\] \\(Warning\\): \"manager\" File format error\\.\r\n");
+        "\\[[-0-9: ]{19}\\] \\(Warning\\): \"manager\" File format error\\.\r\n"
+        "\\[[-0-9: ]{19}\\] \\(Error\\): \"a\\\\x1B\\[31m\\\\x0D\\\\x0Ab\" bad\\\\u202E\\\\x0A\r\n");
     EXPECT_TRUE(std::regex_match(text, expected)) << text;
+}
+
+// A package whose entry name would colour the terminal and forge a line of its own is
+// refused, and its reason takes one line like every other entry.
+TEST(ExtensionLog, AnEntryNameFromAPackageCannotBreakItsLine) {
+    OvxTest::TestHost host;
+    auto manager = host.MakeManager();
+    std::string zip = OvxTest::ZipBuilder::Package().Add("content/" + std::string(18, 'a'), "x").Build();
+    OvxTest::PatchName(zip, "content/" + std::string(18, 'a'), "content/\x1B[31mred\r\n[forged]");
+    const CString package = host.temp.WriteFile(u"source/hostile.OrvexExtension", zip);
+    EXPECT_FALSE(manager->OpenPackage(package));
+    const std::vector<std::string> lines = host.TakeLines();
+    ASSERT_EQ(lines.size(), 3u) << testing::PrintToString(lines);
+    EXPECT_THAT(lines[2], testing::EndsWith("\" reason: entry \"content/\\x1B[31mred\\x0D\\x0A[forged]\" holds a control character"));
 }
 
 // The log's own file is made at the first line after its folder is there: UTF-16 with a
