@@ -1,14 +1,17 @@
 // ovxext: the commands run through RunCommand on real temporary folders and packages.
 
+#include "json_output.h"
 #include "run_ovxext.h"
 
 #include "OvxComponent/container/zip_container.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
+#include "extensions/trust/minisign.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "support/temp_folder.h"
 
 #include <gtest/gtest.h>
+#include <zip.h>
 
 #include <filesystem>
 #include <functional>
@@ -306,8 +309,9 @@ TEST_F(OvxextTest, KeygenPackSignVerifyAndTheSignerInInfoAndCheck) {
     EXPECT_EQ(refused.code, 1);
     EXPECT_NE(refused.out.find("\"holds\": false"), std::string::npos) << refused.out;
     EXPECT_NE(refused.out.find("is not trusted"), std::string::npos) << refused.out;
-    EXPECT_NE(RunOvxext({"info", package}).out.find("Signature: key ID "), std::string::npos);
-    EXPECT_NE(RunOvxext({"check", package, "--app", "Atlas"}).out.find("signature: key ID "), std::string::npos);
+    EXPECT_NE(RunOvxext({"info", package}).out.find("Signature: claims key ID "), std::string::npos);
+    EXPECT_NE(RunOvxext({"check", package, "--app", "Atlas", "-p", Path(u"author.pub")}).out.find("signature: holds: signed by key ID "),
+              std::string::npos);
 
     const std::string plain = Pack(u"plain", {"--app", "Atlas"});
     EXPECT_NE(RunOvxext({"info", plain}).out.find("Signature: unsigned"), std::string::npos);
@@ -316,6 +320,53 @@ TEST_F(OvxextTest, KeygenPackSignVerifyAndTheSignerInInfoAndCheck) {
     EXPECT_EQ(signing.code, 0) << signing.err;
     EXPECT_EQ(RunOvxext({"verify", plain, "-p", Path(u"other.pub")}).code, 0);
     EXPECT_EQ(RunOvxext({"sign", plain, "-s", Path(u"missing.key")}).code, 3);
+}
+
+// Writes entries into the package at path, over those of the same name.
+void PutEntries(const std::string& path, const std::vector<std::pair<std::string, std::string>>& entries) {
+    zip_t* archive = zip_open(path.c_str(), 0, nullptr);
+    ASSERT_NE(archive, nullptr);
+    for (const auto& [name, bytes] : entries) {
+        zip_file_add(archive, name.c_str(), zip_source_buffer(archive, bytes.data(), bytes.size(), 0), ZIP_FL_OVERWRITE);
+    }
+    ASSERT_EQ(zip_close(archive), 0);
+}
+
+// Text from a package shows escaped on its line, and in JSON by JSON's rules; a signature
+// is shown as a claim without a key, and a forged one does not hold under the key it names.
+TEST_F(OvxextTest, InfoShowsHostileTextEscapedAndTheSignatureCheckedOnlyWithAKey) {
+    namespace Minisign = OvxComponent::Minisign;
+    ASSERT_TRUE(Minisign::StartSodium());
+    const Minisign::SecretKey key = Minisign::GenerateSecretKey();
+    m_temp.WriteFile(u"trusted.pub", Minisign::FormatPublicKeyFile(Minisign::PublicKeyOf(key)));
+    const std::string title = "Evil\nForged: line\xE2\x80\xAE\xC2\x85";
+    const std::string package = Pack(u"hostile", {"--app", "Atlas", "--title", title});
+    const Minisign::Signature zeros{key.id, {}, "forged\x1B[2J\xC3", {}};
+    PutEntries(package, {{"META-INF/digests.txt", std::string(64, '0') + "  content/readme.txt\n"},
+                         {"META-INF/digests.txt.minisig", Minisign::FormatSignatureFile(zeros)}});
+    const std::string claim = "\nSignature: claims key ID " + Minisign::KeyIdText(key.id);
+    for (const std::vector<std::string>& keys : {std::vector<std::string>{}, {"-p", Path(u"trusted.pub")}}) {
+        std::vector<std::string> args{"info", package};
+        args.insert(args.end(), keys.begin(), keys.end());
+        const RunResult info = RunOvxext(args);
+        EXPECT_EQ(info.code, 0) << info.err;
+        for (const std::string& shown : {std::string("Title: Evil\\x0AForged: line\\u202E\\x85\n"),
+                                         claim + (keys.empty() ? " (not checked: pass -p KEY to verify)\n"
+                                                               : ", but does not hold: the signature does not match")}) {
+            EXPECT_NE(info.out.find(shown), std::string::npos) << shown << " in\n" << info.out;
+        }
+        args.push_back("--json");
+        const Ovxext::Json json = Ovxext::Json::parse(RunOvxext(args).out);  // throws unless it is JSON
+        EXPECT_EQ(json["title"], title);
+        EXPECT_EQ(json["signature"]["trustedComment"], "forged\x1B[2J\xEF\xBF\xBD");
+        EXPECT_EQ(json["signature"]["checked"], !keys.empty());
+    }
+    // An entry renamed to hide a terminal sequence and a line end: the refusal takes one line.
+    std::string bytes = *OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(package));
+    for (std::size_t at; (at = bytes.find("bin/tool.dll")) != std::string::npos;) bytes.replace(at, 12, "\x1B[31m\r\nabcde");
+    ASSERT_TRUE(OvxUtils::SystemIO::File::WriteAllBytes(CString::FromUtf8(package), bytes));
+    EXPECT_EQ(RunOvxext({"info", package}).err,
+              "ovxext info: " + package + ": entry \"content/\\x1B[31m\\x0D\\x0Aabcde\" holds a control character\n");
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 
 #include "argument_parser.h"
 #include "commands.h"
-#include "signing.h"
 #include "json_output.h"
 #include "package_reader.h"
+#include "signature_report.h"
 
 #include "metadata_values.h"
 
@@ -21,27 +21,32 @@ namespace Ovxext {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: ovxext check FILE --app NAMES [--feature NAME]... [--json | --quiet]\n"
+    "usage: ovxext check FILE --app NAMES [--feature NAME]... [-p PUBLIC]... [--json | --quiet]\n"
     "\n"
     "Tells whether the package FILE would load on a host that is the application NAME\n"
     "(Atlas, Beacon, Cinder or Delta) offering the given features, on this system with\n"
     "this component's suite version, for each application given (--app Atlas,Delta, or\n"
     "--app repeated). When it would not, names the requirement that fails, what it\n"
-    "requires and what this host has.\n"
+    "requires and what this host has. The last line is the signature: without -p only the\n"
+    "key ID it claims, not checked; with -p whether it holds under one of the keys, as\n"
+    "verify checks it, and why not. The signature does not change the exit code.\n"
     "\n"
     "options:\n"
-    "  --app NAMES      the host applications to check for: Atlas, Beacon, Cinder or Delta,\n"
-    "                   one or a comma-separated list (repeatable; required)\n"
-    "  --feature NAME   a feature the host offers (repeatable)\n"
-    "  --json           answer with one JSON object\n"
-    "  --quiet          answer only with the exit code\n"
+    "  --app NAMES         the host applications to check for: Atlas, Beacon, Cinder or\n"
+    "                      Delta, one or a comma-separated list (repeatable; required)\n"
+    "  --feature NAME      a feature the host offers (repeatable)\n"
+    "  -p, --public FILE   a trusted public key to check the signature under (repeatable)\n"
+    "  --json              answer with one JSON object\n"
+    "  --quiet             answer only with the exit code\n"
     "\n"
     "exit codes: 0 would load on every application, 1 would not load on one (or its record\n"
-    "cannot be read), 2 usage error, 3 the package cannot be opened\n";
+    "cannot be read), 2 usage error, 3 the package or a key cannot be read\n";
 
-std::string JoinTexts(const std::vector<CString>& texts) {
-    const std::string joined = JoinUtf8(texts, [](const CString& text) { return text; });
-    return joined.empty() ? "(none)" : joined;
+// The features as this host's side of a verdict: the text itself, shown when printed.
+CString JoinTexts(const std::vector<CString>& texts) {
+    CString joined;
+    for (const CString& text : texts) joined += (joined.IsEmpty() ? CString() : CString(u",")) + text;
+    return joined.IsEmpty() ? CString(u"(none)") : joined;
 }
 
 }  // namespace
@@ -51,6 +56,8 @@ int RunCheck(const CommandContext& context) {
     ArgumentParser parser;
     parser.AddOption("--app", true);
     parser.AddOption("--feature", true);
+    parser.AddOption("--public", true);
+    parser.AddAlias("-p", "--public");
     parser.AddFlag("--json");
     parser.AddFlag("--quiet");
     if (!parser.Parse(context.args)) return ReportUsage(context, "check", parser.Error());
@@ -70,10 +77,12 @@ int RunCheck(const CommandContext& context) {
     const OvxComponent::ExtensionContainerInfo* info = package->GetInfo();
     Json verdicts = Json::array();
     if (info == nullptr) {
-        out << file << ": would not load\n" << "record: hosts cannot read it: " << Utf8(package->GetInfoError()) << "\n";
+        out << Shown(file) << ": would not load\n" << "record: hosts cannot read it: " << Utf8(package->GetInfoError()) << "\n";
         if (json) WriteJson(context, {{"file", file}, {"loads", false}, {"record", JsonText(package->GetInfoError())}});
         return kExitProblems;
     }
+    const auto signature = ReportSignature(*package, parser.Values("--public"));
+    if (!signature) return ReportError(context, "check", file, Utf8(signature.ErrorText()), kExitFailure);
     // One verdict per application: the same evaluation that hosts run, with this host's
     // answers.
     int code = kExitOk;
@@ -84,13 +93,13 @@ int RunCheck(const CommandContext& context) {
             [app](OvxComponent::ExtensionAppSupport candidate) { return candidate == app; });
         const std::string appName = Utf8(ToString(app));
         if (!unmet) {
-            out << file << ": would load on " << appName << "\n";
+            out << Shown(file) << ": would load on " << appName << "\n";
             verdicts.push_back({{"app", appName}, {"loads", true}});
             continue;
         }
-        const CString hostSide = unmet->what == u"feature" ? FromUtf8("this host offers " + JoinTexts(features))
+        const CString hostSide = unmet->what == u"feature" ? u"this host offers " + JoinTexts(features)
                                                            : FromUtf8("this host is " + appName);
-        out << file << ": would not load on " << appName << "\n" << Utf8(unmet->Text(hostSide)) << "\n";
+        out << Shown(file) << ": would not load on " << appName << "\n" << Utf8(unmet->Text(hostSide)) << "\n";
         verdicts.push_back({{"app", appName},
                             {"loads", false},
                             {"unmet", {{"what", JsonText(unmet->what)},
@@ -98,10 +107,10 @@ int RunCheck(const CommandContext& context) {
                                        {"actual", JsonText(unmet->actual.IsEmpty() ? hostSide : unmet->actual)}}}});
         code = kExitProblems;
     }
-    out << "signature: " << SignerText(*package) << "\n";
+    out << "signature: " << SignatureText(*signature) << "\n";
     if (json) {
         WriteJson(context,
-                  {{"file", file}, {"loads", code == kExitOk}, {"apps", verdicts}, {"signature", SignerJson(*package)}});
+                  {{"file", file}, {"loads", code == kExitOk}, {"apps", verdicts}, {"signature", SignatureJson(*signature)}});
     }
     return code;
 }

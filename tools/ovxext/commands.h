@@ -10,7 +10,8 @@
 
 namespace Ovxext {
 
-// args[0] is the command name ("pack", "info", ...); returns the exit code.
+// args[0] is the command name ("pack", "info", ...); returns the exit code. What the
+// command prints reaches out and err through a DisplayStream each.
 int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 int RunInit(const CommandContext& context);

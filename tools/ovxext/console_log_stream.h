@@ -1,5 +1,7 @@
 // ConsoleLogStream: shows the extension log as it is written: the manager's UTF-16LE lines
-// go to a text stream as UTF-8 lines, each with a prefix.
+// go to a text stream as UTF-8 lines, each with a prefix. The log escapes what it writes
+// already; the lines are shown by the same display rule all the same, which leaves such
+// text as it is.
 #pragma once
 
 #include "OvxComponent/platform/stream/stream.h"

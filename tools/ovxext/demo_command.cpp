@@ -82,9 +82,9 @@ public:
             }
         }
         m_out << "ovxext demo: the life of extensions in a host\n\n"
-              << "work folder:   " << m_work.ToUtf8() << "\n"
-              << "data folder:   " << m_data.ToUtf8() << " (the manager works in its x64 folder)\n"
-              << "source folder: " << m_source.ToUtf8() << " (watched)\n"
+              << "work folder:   " << Utf8(m_work) << "\n"
+              << "data folder:   " << Utf8(m_data) << " (the manager works in its x64 folder)\n"
+              << "source folder: " << Utf8(m_source) << " (watched)\n"
               << "The host is the application Atlas. It registers the simple file installer for\n"
               << "extensions of type " << kHostExtensionType.ToUtf8() << " and takes UI modifications\n"
               << "and resources under the add-on name " << kHostAddonName.ToUtf8() << ".\n";
@@ -136,9 +136,9 @@ public:
 
         Step("8. Shutdown: UnloadAll, then the failure report that a host shows its user.");
         session->Finish();
-        m_out << "\nInstalled below " << m_data.ToUtf8() << ":\n";
+        m_out << "\nInstalled below " << Utf8(m_data) << ":\n";
         for (const CString& file : SystemIO::Folder::GetFiles(SystemIO::Path::Combine(m_data, u"x64"), true)) {
-            m_out << "  " << file.Mid(m_data.GetLength() + 1).ToUtf8() << "\n";
+            m_out << "  " << Utf8(file.Mid(m_data.GetLength() + 1)) << "\n";
         }
         return kExitOk;
     }
@@ -188,12 +188,12 @@ private:
         }
         const CString target = SystemIO::Path::Combine(m_source, name);
         if (auto made = SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(target)); !made) {
-            m_out << "  (" << name.ToUtf8() << " could not be dropped: " << Utf8(made.ErrorText()) << ")\n";
+            m_out << "  (" << Utf8(name) << " could not be dropped: " << Utf8(made.ErrorText()) << ")\n";
             return;
         }
         std::error_code error;
         fs::rename(FsPath(packed), FsPath(target), error);
-        m_out << "  (dropped " << name.ToUtf8() << ", " << sample.name << " " << sample.version.ToString().ToUtf8()
+        m_out << "  (dropped " << Utf8(name) << ", " << sample.name << " " << sample.version.ToString().ToUtf8()
               << ")\n";
     }
 

@@ -1,6 +1,7 @@
 // HostSession: the host that ovxext demo and host run around a manager.
 #include "host_session.h"
 
+#include "command_context.h"
 #include "console_log_stream.h"
 
 #include "OvxComponent/extensions/loading/simple_file_extension_installer.h"
@@ -16,15 +17,16 @@ namespace Path = OvxUtils::SystemIO::Path;
 using namespace OvxComponent;
 using namespace std::chrono_literals;
 
-// ".../{DOCUMENT-ID}/VERSION/unpacked/content" as "{DOCUMENT-ID} VERSION".
+// ".../{DOCUMENT-ID}/VERSION/unpacked/content" as "{DOCUMENT-ID} VERSION", shown by the
+// display rule.
 std::string ExtensionOf(const CString& contentFolder) {
     const CString versionFolder = Path::GetParentFolder(Path::GetParentFolder(contentFolder));
-    return Path::GetFileName(Path::GetParentFolder(versionFolder)).ToUtf8() + " " + Path::GetFileName(versionFolder).ToUtf8();
+    return Utf8(Path::GetFileName(Path::GetParentFolder(versionFolder))) + " " + Utf8(Path::GetFileName(versionFolder));
 }
 
 std::string FileList(const std::vector<CString>& files) {
     std::string list;
-    for (const CString& file : files) list += (list.empty() ? "" : ", ") + Path::GetFileName(file).ToUtf8();
+    for (const CString& file : files) list += (list.empty() ? "" : ", ") + Utf8(Path::GetFileName(file));
     return list;
 }
 
@@ -106,18 +108,19 @@ std::size_t HostSession::Finish() {
     m_manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString logName) {
         failedEntries = entries.size();
         if (entries.empty()) {
-            m_out << "  failure report (" << logName.ToUtf8() << "): nothing failed\n";
+            m_out << "  failure report (" << Utf8(logName) << "): nothing failed\n";
             return;
         }
-        m_out << "  failure report (" << logName.ToUtf8() << "):\n";
+        // The messages come escaped from the log; the names are its keys, as they are.
+        m_out << "  failure report (" << Utf8(logName) << "):\n";
         for (const ExtensionLogEntry& entry : entries) {
-            m_out << "    " << LevelText(entry.level).ToUtf8() << " ";
+            m_out << "    " << Utf8(LevelText(entry.level)) << " ";
             if (entry.name) {
-                m_out << '"' << entry.name->ToUtf8() << '"';
+                m_out << '"' << Utf8(*entry.name) << '"';
             } else {
-                m_out << entry.guid->ToString().ToUtf8();
+                m_out << Utf8(entry.guid->ToString());
             }
-            m_out << " " << entry.message.ToUtf8() << "\n";
+            m_out << " " << Utf8(entry.message) << "\n";
         }
     });
     m_registration.reset();

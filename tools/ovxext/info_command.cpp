@@ -1,9 +1,9 @@
 // ovxext info: every metadata field, entry point and requirement of a package, one
-// "Field: value" per line.
+// "Field: value" per line, and its signature, checked when keys are given.
 
 #include "commands.h"
-#include "signing.h"
 #include "package_reader.h"
+#include "signature_report.h"
 
 #include "argument_parser.h"
 #include "json_output.h"
@@ -13,19 +13,24 @@ namespace Ovxext {
 namespace {
 
 constexpr const char* kHelp =
-    "usage: ovxext info FILE [--json]\n"
+    "usage: ovxext info FILE [-p PUBLIC]... [--json]\n"
     "\n"
     "Shows every metadata field, entry point and requirement of the package FILE, one\n"
     "'Field: value' per line. Lists are joined by ','; an absent version bound is '*';\n"
-    "texts with language variants show as 'default|lang=text'.\n"
+    "texts with language variants show as 'default|lang=text'. Control characters and\n"
+    "other text that could change how a line shows appear escaped ('\\x1B', '\\u202E').\n"
+    "The last line is the signature: without -p only the key ID it claims, not checked;\n"
+    "with -p whether it holds under one of the keys, as verify checks it, and why not.\n"
     "\n"
     "options:\n"
-    "  --json   one JSON object with the same fields, lists as arrays and absent bounds\n"
-    "           as null\n"
+    "  -p, --public FILE   a trusted public key to check the signature under (repeatable)\n"
+    "  --json              one JSON object with the same fields, lists as arrays and absent\n"
+    "                      bounds as null\n"
     "\n"
-    "exit codes: 0 shown, 2 usage error, 3 the package cannot be read\n";
+    "exit codes: 0 shown, 2 usage error, 3 the package or a key cannot be read\n";
 
 std::string Text(const MultiLanguageString& text) { return Utf8(text.ToString()); }
+std::string LanguagesJson(const MultiLanguageString& text) { return JsonText(text.ToString()); }
 
 void WriteInfo(const OvxComponent::ExtensionContainerInfo& info, std::ostream& out) {
     const OvxComponent::ExtensionData& data = info.data();
@@ -77,23 +82,23 @@ Json InfoJson(const OvxComponent::ExtensionContainerInfo& info) {
     Json entryPoints = Json::array();
     for (const OvxComponent::ExtensionEntryPoint& entry : data.EntryPoints) {
         entryPoints.push_back({{"type", JsonText(ToString(entry.Type))},
-                               {"name", Text(entry.Name)},
+                               {"name", LanguagesJson(entry.Name)},
                                {"value", JsonText(entry.Value)},
                                {"guid", entry.Guid ? Json(JsonText(*entry.Guid)) : Json(nullptr)},
-                               {"shortDescription", Text(entry.ShortDescription)}});
+                               {"shortDescription", LanguagesJson(entry.ShortDescription)}});
     }
     Json derivedFrom = Json::array();
     for (const OvxUtils::Guid& id : info.GetDerivedFrom()) derivedFrom.push_back(JsonText(id.ToString()));
     Json keywords = Json::array();
-    for (const MultiLanguageString& keyword : data.Keywords) keywords.push_back(Text(keyword));
+    for (const MultiLanguageString& keyword : data.Keywords) keywords.push_back(LanguagesJson(keyword));
     Json features = Json::array();
     for (const auto& group : requirements.Features) {
         Json names = Json::array();
         for (const CString& name : group) names.push_back(JsonText(name));
         features.push_back(names);
     }
-    return {{"title", Text(data.Title)},
-            {"description", Text(data.Description)},
+    return {{"title", LanguagesJson(data.Title)},
+            {"description", LanguagesJson(data.Description)},
             {"documentId", JsonText(info.GetDocumentID().ToString())},
             {"instanceId", JsonText(info.GetInstanceID().ToString())},
             {"derivedFrom", derivedFrom},
@@ -101,7 +106,7 @@ Json InfoJson(const OvxComponent::ExtensionContainerInfo& info) {
             {"extensionType", JsonText(info.GetSubformatAsString())},
             {"keywords", keywords},
             {"creatorTool", JsonText(info.GetCreatorTool())},
-            {"notes", Text(info.GetNotes())},
+            {"notes", LanguagesJson(info.GetNotes())},
             {"entryPoints", entryPoints},
             {"applications", NamesJson(requirements.AppList)},
             {"platforms", NamesJson(requirements.PlatformSupport)},
@@ -116,6 +121,8 @@ int RunInfo(const CommandContext& context) {
     if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
     ArgumentParser parser;
     parser.AddFlag("--json");
+    parser.AddOption("--public", true);
+    parser.AddAlias("-p", "--public");
     if (!parser.Parse(context.args)) return ReportUsage(context, "info", parser.Error());
     if (parser.Positional().size() != 1) return ReportUsage(context, "info", "expected one package FILE");
     const std::string& file = parser.Positional()[0];
@@ -126,13 +133,15 @@ int RunInfo(const CommandContext& context) {
         return ReportError(context, "info", file, "not a readable extension package: " + Utf8(package->GetInfoError()),
                            kExitFailure);
     }
+    const auto signature = ReportSignature(*package, parser.Values("--public"));
+    if (!signature) return ReportError(context, "info", file, Utf8(signature.ErrorText()), kExitFailure);
     if (parser.Has("--json")) {
         Json document = InfoJson(*info);
-        document["signature"] = SignerJson(*package);
+        document["signature"] = SignatureJson(*signature);
         WriteJson(context, document);
     } else {
         WriteInfo(*info, context.out);
-        context.out << "Signature: " << SignerText(*package) << "\n";
+        context.out << "Signature: " << SignatureText(*signature) << "\n";
     }
     return kExitOk;
 }

@@ -62,10 +62,10 @@ int RunInit(const CommandContext& context) {
     const OvxUtils::Guid id = OvxUtils::Guid::Generate();
     const auto document = VdcContainer::XmlNS::Document::Create(Name("ovxext-metadata"));
     auto& root = document->Root();
-    root.AddChildNode(Name("id"), Utf8(id.ToString()));
+    root.AddChildNode(Name("id"), id.ToString().ToUtf8());
     root.AddChildNode(Name("version"), "1.0");
     if (auto type = parser.Value("--type")) root.AddChildNode(Name("type"), *type);
-    for (const auto app : *apps) root.AddChildNode(Name("app"), Utf8(ToString(app)));
+    for (const auto app : *apps) root.AddChildNode(Name("app"), ToString(app).ToUtf8());
     if (auto written = OvxUtils::SystemIO::File::WriteAllBytes(file, document->ToBytes()); !written) {
         const std::string reason = Utf8(OvxUtils::SystemErrorText(written.SystemCode()));
         return ReportError(context, "init", Utf8(file), "cannot be written: " + reason, kExitFailure);

@@ -1,5 +1,6 @@
 // ovxext lint: every problem of a package that can be found, not just the first.
 //
+// The problems are kept as their text is, for --json, and shown escaped when printed.
 // The package is opened as a host opens it; when the container refuses its record, the
 // record is read once more on its own so that the fields read before the refusal can
 // still be looked at, and requirements.xml is walked element by element.
@@ -42,7 +43,7 @@ using OvxComponent::ExtensionRequirementType;
 void LintRequirementsDocument(const OvxComponent::ExtensionContainer& package, std::vector<std::string>& problems) {
     auto document = package.Container().ReadXml(CString(Schema::requirementFile));
     if (!document) {
-        problems.push_back("requirements.xml: " + Utf8(document.ErrorText()));
+        problems.push_back("requirements.xml: " + JsonText(document.ErrorText()));
         return;
     }
     const VdcContainer::XmlNS::Node& root = (*document)->Root();
@@ -73,7 +74,7 @@ void LintRequirementsDocument(const OvxComponent::ExtensionContainer& package, s
     for (const auto type : {ExtensionRequirementType::OrvexApplication, ExtensionRequirementType::OrvexSuiteVersion,
                             ExtensionRequirementType::PlatformBits, ExtensionRequirementType::WindowsVersion}) {
         if (seen.count(type) == 0) {
-            problems.push_back("requirements.xml: no " + Utf8(ToString(type)) + " requirement");
+            problems.push_back("requirements.xml: no " + JsonText(ToString(type)) + " requirement");
         }
     }
 }
@@ -94,7 +95,7 @@ void LintRecord(const OvxComponent::ExtensionContainerInfo& info, std::vector<st
     }
     for (const auto& [what, range] : {std::pair{"suite version", requirements.AppVersion},
                                       std::pair{"Windows version", requirements.WinVersion}}) {
-        if (auto empty = CheckRangeNotEmpty(what, range); !empty) problems.push_back(Utf8(empty.ErrorText()));
+        if (auto empty = CheckRangeNotEmpty(what, range); !empty) problems.push_back(JsonText(empty.ErrorText()));
     }
     for (const auto& group : requirements.Features) {
         if (group.empty()) problems.push_back("features: an empty feature group, never met");
@@ -118,12 +119,12 @@ int RunLint(const CommandContext& context) {
     std::vector<std::string> problems;
     auto package = OpenPackage(file);
     if (!package) {
-        problems.push_back("package: cannot be opened: " + Utf8(package.ErrorText()));
+        problems.push_back("package: cannot be opened: " + JsonText(package.ErrorText()));
     } else {
         const OvxComponent::ExtensionContainerInfo* info = package->GetInfo();
         std::unique_ptr<OvxComponent::ExtensionContainerInfo> reread;
         if (info == nullptr) {
-            problems.push_back("record: hosts cannot read it: " + Utf8(package->GetInfoError()));
+            problems.push_back("record: hosts cannot read it: " + JsonText(package->GetInfoError()));
             bool complete = false;
             reread = ReadRecordAgain(*package, complete);
             if (reread && !complete) problems.push_back("record: reading stopped early, later fields were not checked");
@@ -138,11 +139,11 @@ int RunLint(const CommandContext& context) {
         return code;
     }
     if (parser.Has("--quiet")) return code;
-    for (const std::string& problem : problems) context.out << file << ": " << problem << "\n";
+    for (const std::string& problem : problems) context.out << Shown(file) << ": " << Shown(problem) << "\n";
     if (problems.empty()) {
-        context.out << file << ": no problems\n";
+        context.out << Shown(file) << ": no problems\n";
     } else {
-        context.out << file << ": " << problems.size() << (problems.size() == 1 ? " problem\n" : " problems\n");
+        context.out << Shown(file) << ": " << problems.size() << (problems.size() == 1 ? " problem\n" : " problems\n");
     }
     return code;
 }

@@ -37,7 +37,7 @@ int RunLs(const CommandContext& context) {
     Json entries = Json::array();
     for (const VdcContainer::ContainerEntry& entry : package->Container().GetEntries()) {
         if (parser.Has("--json")) {
-            entries.push_back({{"name", Utf8(entry.name)}, {"size", entry.size}});
+            entries.push_back({{"name", JsonText(entry.name)}, {"size", entry.size}});
         } else {
             context.out << std::setw(10) << entry.size << " " << Utf8(entry.name) << "\n";
         }

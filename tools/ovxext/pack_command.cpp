@@ -223,7 +223,7 @@ int RunPack(const CommandContext& context) {
     OvxComponent::ExtensionData data = DefaultData();
     const CString projectFile = OvxUtils::SystemIO::Path::Combine(folder, kProjectFileName);
     std::vector<std::string> metadataFiles;
-    if (OvxUtils::SystemIO::File::Exists(projectFile)) metadataFiles.push_back(Utf8(projectFile));
+    if (OvxUtils::SystemIO::File::Exists(projectFile)) metadataFiles.push_back(projectFile.ToUtf8());
     if (auto metadata = parser.Value("--metadata")) metadataFiles.push_back(*metadata);
     for (const std::string& file : metadataFiles) {
         if (auto read = ReadMetadataFile(file, data); !read) {
@@ -242,7 +242,7 @@ int RunPack(const CommandContext& context) {
     auto files = SelectFilesToPack(folder, {parser.Has("--follow-links"), packagePath});
     if (!files) return ReportError(context, "pack", folderText, Utf8(files.ErrorText()), kExitFailure);
     if (dryRun) {
-        for (const CString& file : *files) context.out << "content/" << RelativeName(folder, file) << "\n";
+        for (const CString& file : *files) context.out << "content/" << Shown(RelativeName(folder, file)) << "\n";
         context.out << files->size() << (files->size() == 1 ? " file" : " files") << " would be packed into "
                     << packageText << "\n";
         return kExitOk;

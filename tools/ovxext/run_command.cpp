@@ -1,6 +1,7 @@
 // ovxext: dispatch of the commands, the general help and the shared error reports.
 
 #include "commands.h"
+#include "display_stream.h"
 #include "terminal.h"
 
 #include "platform/component_version.h"
@@ -68,22 +69,25 @@ int ShowHelp(const CommandContext& context, const char* help) {
 }
 
 void ReportProgress(const CommandContext& context, const std::string& line) {
-    if (&context.err == &std::cerr && StandardErrorIsTerminal()) context.err << line << std::endl;
+    if (context.errIsTerminal) context.err << line << std::endl;
 }
 
 int ReportError(const CommandContext& context, const std::string& command, const std::string& file,
                 const std::string& message, int code) {
-    context.err << "ovxext " << command << ": " << file << ": " << message << "\n";
+    context.err << "ovxext " << command << ": " << Shown(file) << ": " << Shown(message) << "\n";
     return code;
 }
 
 int ReportUsage(const CommandContext& context, const std::string& command, const std::string& message) {
-    context.err << "ovxext " << command << ": " << message << "\n"
+    context.err << "ovxext " << command << ": " << Shown(message) << "\n"
                 << "Run 'ovxext " << command << " --help' for usage.\n";
     return kExitUsage;
 }
 
-int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+int RunCommand(const std::vector<std::string>& args, std::ostream& rawOut, std::ostream& rawErr) {
+    DisplayStream out(rawOut);
+    DisplayStream err(rawErr);
+    const bool errIsTerminal = &rawErr == &std::cerr && StandardErrorIsTerminal();
     if (args.empty()) {
         err << kUsage;
         return kExitUsage;
@@ -104,10 +108,10 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     };
     const auto found = commands.find(command);
     if (found == commands.end()) {
-        err << "ovxext: unknown command '" << command << "'\n\n" << kUsage;
+        err << "ovxext: unknown command '" << Shown(command) << "'\n\n" << kUsage;
         return kExitUsage;
     }
-    const CommandContext context{std::vector<std::string>(args.begin() + 1, args.end()), out, err};
+    const CommandContext context{std::vector<std::string>(args.begin() + 1, args.end()), out, err, errIsTerminal};
     return found->second(context);
 }
 

@@ -67,7 +67,7 @@ int RunSign(const CommandContext& context) {
     if (parser.Has("--json")) {
         WriteJson(context, {{"file", file}, {"keyId", id}, {"trustedComment", signer->trustedComment}});
     } else {
-        context.out << "signed " << file << " with key ID " << id << "\n";
+        context.out << "signed " << Shown(file) << " with key ID " << id << "\n";
     }
     return kExitOk;
 }

@@ -43,12 +43,12 @@ int RunUnpack(const CommandContext& context) {
     for (const auto& entry : entries) bytes += entry.size;
     if (IsLargeWork(entries.size(), bytes)) {
         ReportProgress(context, "unpacking " + std::to_string(entries.size()) + " entries, " +
-                                    std::to_string(bytes >> 20) + " MB, into " + target + " ...");
+                                    std::to_string(bytes >> 20) + " MB, into " + Shown(target) + " ...");
     }
     if (auto extracted = VdcContainer::ExtractFolder(*package, CString(), FromUtf8(target)); !extracted) {
         return ReportError(context, "unpack", file, Utf8(extracted.ErrorText()), kExitFailure);
     }
-    if (!parser.Has("--quiet")) context.out << "unpacked " << file << " into " << target << "\n";
+    if (!parser.Has("--quiet")) context.out << "unpacked " << Shown(file) << " into " << Shown(target) << "\n";
     return kExitOk;
 }
 

@@ -3,16 +3,14 @@
 #include "argument_parser.h"
 #include "commands.h"
 #include "package_reader.h"
+#include "signature_report.h"
 #include "signing.h"
-
-#include "extensions/trust/signature_check.h"
 
 namespace Ovxext {
 
 namespace {
 
 namespace Minisign = OvxComponent::Minisign;
-namespace Trust = OvxComponent::Trust;
 
 constexpr const char* kHelp =
     "usage: ovxext verify PACKAGE -p PUBLIC [-p PUBLIC]... [--json]\n"
@@ -41,21 +39,12 @@ int RunVerify(const CommandContext& context) {
     if (parser.Positional().size() != 1) return ReportUsage(context, "verify", "expected one PACKAGE");
     if (!parser.Has("--public")) return ReportUsage(context, "verify", "-p PUBLIC is required");
     const std::string& file = parser.Positional()[0];
-    // The keys are read as a host's trust policy reads them.
-    OvxComponent::TrustPolicy policy{OvxComponent::TrustMode::Require, {}, {}, {}};
-    for (const std::string& key : parser.Values("--public")) policy.trustedKeyFiles.push_back(FromUtf8(key));
-    auto store = Trust::TrustStore::Make(policy);
+    auto store = ReadTrustedKeys(parser.Values("--public"));
     if (!store) return ReportError(context, "verify", file, Utf8(store.ErrorText()), kExitFailure);
     auto package = OpenPackage(file);
     if (!package) return ReportError(context, "verify", file, Utf8(package.ErrorText()), kExitFailure);
 
-    Trust::SignatureVerdict verdict =
-        Trust::CheckSignature(package->Container(), package->GetInfo(), *store);
-    if (!verdict.digests.empty()) {
-        for (CString& problem : Trust::CheckContents(package->Container(), verdict.digests)) {
-            verdict.problems.push_back(std::move(problem));
-        }
-    }
+    const OvxComponent::Trust::SignatureVerdict verdict = CheckPackageSignature(*package, *store);
     const bool holds = verdict.Holds();
     if (parser.Has("--json")) {
         Json problems = Json::array();
@@ -65,10 +54,10 @@ int RunVerify(const CommandContext& context) {
                             {"signer", SignerJson(*package)},
                             {"problems", problems}});
     } else if (holds) {
-        context.out << file << ": signature holds: signed by key ID " << Minisign::KeyIdText(verdict.signer->keyId)
-                    << "\ntrusted comment: " << verdict.signer->trustedComment << "\n";
+        context.out << Shown(file) << ": signature holds: signed by key ID " << Minisign::KeyIdText(verdict.signer->keyId)
+                    << "\ntrusted comment: " << Shown(verdict.signer->trustedComment) << "\n";
     } else {
-        context.out << file << ": signature does not hold\n";
+        context.out << Shown(file) << ": signature does not hold\n";
         for (const CString& problem : verdict.problems) context.out << "  " << Utf8(problem) << "\n";
     }
     return holds ? kExitOk : kExitProblems;
