@@ -73,9 +73,20 @@ Result<std::string> ReadAllBytes(const CString& path);
 // Creates the file or replaces its content; the error names the file and the system's
 // reason.
 Result<void> WriteAllBytes(const CString& path, std::string_view bytes);
+// Who may open a file that WriteAtomically makes.
+enum class Access {
+    // As the system shares new files: mode 0644 less the umask; on Windows the rules the
+    // folder passes on.
+    Shared,
+    // The current user alone, from the instant the file exists, for secrets: mode 0600
+    // whatever the umask; on Windows a protected access list (the folder's rules do not
+    // apply) with one entry, full access for the user of the process token. Narrowing a
+    // file after creating it would let another user open it meanwhile, and keep it open.
+    OwnerOnly,
+};
 // Writes bytes under a temporary name beside path, flushes them to the disk and renames
 // them over path in one step: path holds the old content or the new, whatever happens.
-Result<void> WriteAtomically(const CString& path, std::string_view bytes);
+Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access access = Access::Shared);
 // Reads the file from start to end in chunks of a bounded size, handing each to sink,
 // which may stop the read by returning false (the result is then still a success).
 Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink);

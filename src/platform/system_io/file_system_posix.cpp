@@ -241,15 +241,21 @@ Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
     return {};
 }
 
-Result<void> WriteAtomically(const CString& path, std::string_view bytes) {
+Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access access) {
     const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
-    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, 0644);
+    const mode_t mode = access == Access::OwnerOnly ? S_IRUSR | S_IWUSR : 0644;
+    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
     if (!target.IsValid()) return SystemError(u"cannot create " + temporary);
     const auto fail = [&](const CString& what) {
         const Error error = SystemError(what);
         ::unlink(temporary.ToUtf8().c_str());
         return error;
     };
+    // The umask can only have narrowed the mode of an owner-only file; set again, it is
+    // exactly the owner's.
+    if (access == Access::OwnerOnly && ::fchmod(target.Get(), mode) != 0) {
+        return fail(u"cannot make " + temporary + u" its owner's only");
+    }
     if (!Detail::WriteAll(target.Get(), bytes.data(), bytes.size())) return fail(u"cannot write " + temporary);
     if (::fsync(target.Get()) != 0) return fail(u"cannot flush " + temporary);
     if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);

@@ -6,9 +6,12 @@
 #include "platform/system_io/temporary_name.h"
 #include "platform/system_io/win32_io.h"
 
+#include <sddl.h>
+
 #include <algorithm>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace OvxUtils::SystemIO {
 
@@ -21,8 +24,9 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 bool StartsWith(const std::wstring& text, const wchar_t* prefix) { return text.rfind(prefix, 0) == 0; }
 
 
-UniqueFileHandle Open(const CString& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
-    return UniqueFileHandle(::CreateFileW(Detail::ToWin32Path(path).GetString(), access, share, nullptr,
+UniqueFileHandle Open(const CString& path, DWORD access, DWORD share, DWORD disposition, DWORD flags,
+                      SECURITY_ATTRIBUTES* security = nullptr) {
+    return UniqueFileHandle(::CreateFileW(Detail::ToWin32Path(path).GetString(), access, share, security,
                                           disposition, flags, nullptr));
 }
 
@@ -166,6 +170,32 @@ bool RemoveEntry(const CString& path) {
     return false;
 }
 
+// O: the user of the process token owns the file; D:P(A;;FA;;;user): a protected list
+// (the folder's rules do not apply) that lets that user alone do all (FA) with it.
+Result<LocalSecurityDescriptor> OwnerOnlyDescriptor() {
+    HANDLE token = nullptr;
+    if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token)) {
+        return SystemError(u"cannot open the process token");
+    }
+    const UniqueFileHandle tokenHandle(token);
+    DWORD size = 0;
+    ::GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+    std::vector<unsigned char> user(size);
+    LPWSTR sid = nullptr;
+    if (size == 0 || !::GetTokenInformation(token, TokenUser, user.data(), size, &size) ||
+        !::ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid, &sid)) {
+        return SystemError(u"cannot read the user of the process token");
+    }
+    const std::unique_ptr<wchar_t, LocalFreer> sidText(sid);
+    const std::wstring sddl = L"O:" + std::wstring(sid) + L"D:P(A;;FA;;;" + sid + L")";
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl.c_str(), SDDL_REVISION_1, &descriptor,
+                                                                nullptr)) {
+        return SystemError(u"cannot make the access list of an owner-only file");
+    }
+    return LocalSecurityDescriptor(descriptor);
+}
+
 }  // namespace Detail
 
 namespace File {
@@ -270,7 +300,12 @@ Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
     return {};
 }
 
-Result<void> WriteAtomically(const CString& path, std::string_view bytes) {
+Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access access) {
+    using Detail::LocalSecurityDescriptor;
+    auto descriptor = access == Access::OwnerOnly ? Detail::OwnerOnlyDescriptor()
+                                                  : Result<LocalSecurityDescriptor>(LocalSecurityDescriptor());
+    if (!descriptor) return descriptor.TakeError();
+    SECURITY_ATTRIBUTES security{sizeof(security), descriptor->get(), FALSE};
     const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
     const auto fail = [&](const CString& what) {
         const Error error = SystemError(what);
@@ -278,11 +313,13 @@ Result<void> WriteAtomically(const CString& path, std::string_view bytes) {
         return error;
     };
     {
-        const UniqueFileHandle file = Open(temporary, GENERIC_WRITE, FILE_SHARE_READ, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+        const UniqueFileHandle file =
+            Open(temporary, GENERIC_WRITE, FILE_SHARE_READ, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, &security);
         if (!file.IsValid()) return SystemError(u"cannot create " + temporary);
         if (!Detail::WriteAll(file.Get(), bytes.data(), bytes.size())) return fail(u"cannot write " + temporary);
         if (!::FlushFileBuffers(file.Get())) return fail(u"cannot flush " + temporary);
     }
+    // A rename on one volume keeps the file's own access list.
     const CString nativeTemporary = Detail::ToWin32Path(temporary);
     const CString nativeTarget = Detail::ToWin32Path(path);
     if (!Detail::RetryWhileHeld([&] {

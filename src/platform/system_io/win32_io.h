@@ -2,10 +2,12 @@
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
+#include "OvxComponent/platform/result.h"
 
 #include <windows.h>
 
 #include <cstddef>
+#include <memory>
 #include <utility>
 
 namespace OvxUtils::SystemIO::Detail {
@@ -71,5 +73,15 @@ CString ToWin32Path(const CString& path);
 
 // Writes all bytes, looping over partial writes; false on the first error.
 bool WriteAll(HANDLE file, const void* data, std::size_t size);
+
+struct LocalFreer {
+    void operator()(void* memory) const { ::LocalFree(memory); }
+};
+using LocalSecurityDescriptor = std::unique_ptr<void, LocalFreer>;
+
+// The security descriptor of a File::Access::OwnerOnly file: owned by the user of the
+// process token, with a protected access list that gives that user alone full access.
+// Exported only for its unit test: Wine keeps no access list of a file to read back.
+Result<LocalSecurityDescriptor> OwnerOnlyDescriptor();
 
 }  // namespace OvxUtils::SystemIO::Detail
