@@ -13,10 +13,22 @@
 #include <gtest/gtest.h>
 #include <zip.h>
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <aclapi.h>
+
+#include "platform/system_io/win32_io.h"
+#else
+#include <dlfcn.h>
+#include <sys/stat.h>
+#endif
 
 namespace {
 
@@ -286,6 +298,27 @@ TEST_F(OvxextTest, UsageAndFileErrors) {
 
 namespace {
 
+#ifndef _WIN32
+// The mode, just before, of every file whose mode this program changes, or'ed together: a
+// file created open to others and narrowed afterwards shows here. The program's own
+// definitions come before the C library's.
+std::atomic<mode_t> g_modeBeforeChange{0};
+
+extern "C" __attribute__((visibility("default"))) int fchmodat(int folder, const char* path, mode_t mode, int flags) {
+    struct stat before {};
+    if (::fstatat(folder, path, &before, flags) == 0) g_modeBeforeChange |= before.st_mode & 0777;
+    static const auto next = reinterpret_cast<int (*)(int, const char*, mode_t, int)>(::dlsym(RTLD_NEXT, "fchmodat"));
+    return next(folder, path, mode, flags);
+}
+
+extern "C" __attribute__((visibility("default"))) int fchmod(int file, mode_t mode) {
+    struct stat before {};
+    if (::fstat(file, &before) == 0) g_modeBeforeChange |= before.st_mode & 0777;
+    static const auto next = reinterpret_cast<int (*)(int, mode_t)>(::dlsym(RTLD_NEXT, "fchmod"));
+    return next(file, mode);
+}
+#endif
+
 // An author's round: a key pair, a signed pack, verification under the right and the wrong
 // key, the signer in info and check, and signing a package that was packed unsigned.
 TEST_F(OvxextTest, KeygenPackSignVerifyAndTheSignerInInfoAndCheck) {
@@ -297,9 +330,48 @@ TEST_F(OvxextTest, KeygenPackSignVerifyAndTheSignerInInfoAndCheck) {
     EXPECT_EQ(keygen(u"author").code, 0);
     EXPECT_EQ(keygen(u"other").code, 0);
     EXPECT_EQ(keygen(u"author").code, 3) << "an existing key is kept without --force";
+    // Made again over a key file that others may read: the new one is its owner's only,
+    // and never was anything else, even where new files are open to all (umask 0).
 #ifndef _WIN32
+    ::chmod(Path(u"author.key").c_str(), 0644);
+    const mode_t umaskBefore = ::umask(0);
+    g_modeBeforeChange = 0;
+    EXPECT_EQ(keygen(u"author", {"--force"}).code, 0);
+    ::umask(umaskBefore);
+    EXPECT_EQ(g_modeBeforeChange & 077, 0u) << "a key file was open to others before its mode was changed";
     EXPECT_EQ(std::filesystem::status(Path(u"author.key")).permissions(),
               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+#else
+    EXPECT_EQ(keygen(u"author", {"--force"}).code, 0);
+    // Wine keeps no access list of a file (it makes one from the file's Unix mode), so
+    // there the list the file is created with is read instead.
+    auto made = OvxUtils::SystemIO::Detail::OwnerOnlyDescriptor();
+    ASSERT_TRUE(made) << Utf8(made.ErrorText());
+    PSECURITY_DESCRIPTOR descriptor = made->get();
+    PSECURITY_DESCRIPTOR read = nullptr;
+    if (::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr) {
+        ASSERT_EQ(::GetNamedSecurityInfoW((m_temp / u"author.key").GetString(), SE_FILE_OBJECT,
+                                          OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, nullptr, nullptr,
+                                          nullptr, nullptr, &read),
+                  ERROR_SUCCESS);
+        descriptor = read;
+    }
+    PSID owner = nullptr;
+    PACL access = nullptr;
+    BOOL present = FALSE;
+    BOOL defaulted = FALSE;
+    SECURITY_DESCRIPTOR_CONTROL control = 0;
+    DWORD revision = 0;
+    ACCESS_ALLOWED_ACE* entry = nullptr;
+    ASSERT_TRUE(::GetSecurityDescriptorOwner(descriptor, &owner, &defaulted) &&
+                ::GetSecurityDescriptorDacl(descriptor, &present, &access, &defaulted) &&
+                ::GetSecurityDescriptorControl(descriptor, &control, &revision));
+    EXPECT_TRUE(control & SE_DACL_PROTECTED) << "the folder's rules apply to the key file";
+    ASSERT_TRUE(access != nullptr && access->AceCount == 1 && ::GetAce(access, 0, reinterpret_cast<void**>(&entry)));
+    EXPECT_EQ(entry->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
+    EXPECT_EQ(entry->Mask, static_cast<DWORD>(FILE_ALL_ACCESS));
+    EXPECT_TRUE(::EqualSid(&entry->SidStart, owner));
+    ::LocalFree(read);
 #endif
     const std::string package = Pack(u"signed", {"--app", "Atlas", "--sign", Path(u"author.key")});
     const RunResult holds = RunOvxext({"verify", package, "-p", Path(u"other.pub"), "-p", Path(u"author.pub")});

@@ -11,14 +11,17 @@ namespace Ovxext {
 namespace {
 
 namespace Minisign = OvxComponent::Minisign;
+namespace File = OvxUtils::SystemIO::File;
 
 constexpr const char* kHelp =
     "usage: ovxext keygen -s SECRET -p PUBLIC [--no-password] [--force] [--json]\n"
     "\n"
     "Makes an Ed25519 key pair for signing packages, in minisign's formats: the secret key\n"
-    "in SECRET (readable by its owner only), the public key in PUBLIC, for hosts to trust.\n"
-    "The secret key is encrypted with a password (scrypt, as minisign does), asked on the\n"
-    "terminal or taken from OVXEXT_KEY_PASSWORD when there is none.\n"
+    "in SECRET, the public key in PUBLIC, for hosts to trust. Only you can open SECRET, from\n"
+    "the moment it exists: mode 0600 on Linux, on Windows an access list that names you\n"
+    "alone and ignores the folder's rules. The secret key is encrypted with a password\n"
+    "(scrypt, as minisign does), asked on the terminal or taken from OVXEXT_KEY_PASSWORD\n"
+    "when there is none.\n"
     "\n"
     "options:\n"
     "  -s, --secret FILE      the secret key file to write (required)\n"
@@ -47,7 +50,7 @@ int RunKeygen(const CommandContext& context) {
     if (!secretPath || !publicPath) return ReportUsage(context, "keygen", "-s SECRET and -p PUBLIC are required");
     if (*secretPath == *publicPath) return ReportUsage(context, "keygen", "SECRET and PUBLIC must be two files");
     for (const std::string* path : {&*secretPath, &*publicPath}) {
-        if (OvxUtils::SystemIO::File::Exists(FromUtf8(*path)) && !parser.Has("--force")) {
+        if (File::Exists(FromUtf8(*path)) && !parser.Has("--force")) {
             return ReportError(context, "keygen", *path, "exists already (--force replaces it)", kExitFailure);
         }
     }
@@ -64,10 +67,12 @@ int RunKeygen(const CommandContext& context) {
     const Minisign::PublicKey publicKey = Minisign::PublicKeyOf(key);
     auto secretText = Minisign::FormatSecretKeyFile(key, password);
     if (!secretText) return ReportError(context, "keygen", *secretPath, Utf8(secretText.ErrorText()), kExitFailure);
-    if (auto written = WriteKeyFile(FromUtf8(*secretPath), *secretText, true); !written) {
+    // The secret key's file is its owner's only from the instant it exists.
+    const CString secretFile = FromUtf8(*secretPath);
+    if (auto written = File::WriteAtomically(secretFile, *secretText, File::Access::OwnerOnly); !written) {
         return ReportError(context, "keygen", *secretPath, Utf8(written.ErrorText()), kExitFailure);
     }
-    if (auto written = WriteKeyFile(FromUtf8(*publicPath), Minisign::FormatPublicKeyFile(publicKey), false); !written) {
+    if (auto written = File::WriteAtomically(FromUtf8(*publicPath), Minisign::FormatPublicKeyFile(publicKey)); !written) {
         return ReportError(context, "keygen", *publicPath, Utf8(written.ErrorText()), kExitFailure);
     }
     const std::string id = Minisign::KeyIdText(publicKey.id);

@@ -5,12 +5,9 @@
 
 #include "extensions/trust/signature_check.h"
 #include "platform/system_io/file.h"
-#include "platform/system_io/temporary_name.h"
 
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 namespace Ovxext {
 
@@ -56,29 +53,6 @@ OvxUtils::Result<Minisign::SecretKey> ReadSecretKey(const std::string& path) {
     auto text = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
     if (!text) return text.TakeError();
     return Minisign::ParseSecretKeyFile(*text, [&] { return KeyPassword(path, false); });
-}
-
-OvxUtils::Result<void> WriteKeyFile(const CString& path, const std::string& text, bool secret) {
-    namespace fs = std::filesystem;
-    const CString temporary =
-        OvxUtils::SystemIO::TemporaryName::Beside(path, OvxUtils::SystemIO::TemporaryName::kWriting);
-    std::error_code error;
-    {
-        // Created empty, narrowed, and only then written.
-        std::ofstream file(NativePath(temporary), std::ios::binary);
-        if (!file) return Error{u"cannot create " + temporary};
-        if (secret) fs::permissions(NativePath(temporary), fs::perms::owner_read | fs::perms::owner_write,
-                                    fs::perm_options::replace, error);
-        if (!error) file << text;
-        file.flush();
-        if (!error && !file) error = std::make_error_code(std::errc::io_error);
-    }
-    if (!error) fs::rename(NativePath(temporary), NativePath(path), error);
-    if (error) {
-        OvxUtils::SystemIO::File::Delete(temporary);
-        return Error{u"cannot write " + path + u": " + FromUtf8(error.message())};
-    }
-    return {};
 }
 
 OvxUtils::Result<Trust::Signer> SignAndCheck(const CString& source, const CString& target,

@@ -22,10 +22,6 @@ OvxUtils::Result<std::string> KeyPassword(const std::string& path, bool confirm)
 // Reads the secret key file at path, asking for its password when it is encrypted.
 OvxUtils::Result<OvxComponent::Minisign::SecretKey> ReadSecretKey(const std::string& path);
 
-// Writes a key file under a temporary name and renames it to path; a secret one is
-// readable by its owner only from the moment it exists.
-OvxUtils::Result<void> WriteKeyFile(const CString& path, const std::string& text, bool secret);
-
 // The time a signature made now carries: SOURCE_DATE_EPOCH when set (reproducible
 // builds), else the fixed time of reproducible packages when reproducible, else now.
 std::uint64_t SigningTime(bool reproducible);
