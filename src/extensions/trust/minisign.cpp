@@ -239,11 +239,16 @@ Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource
     SecretKey key;
     std::memcpy(key.id.data(), keyNum, 8);
     std::memcpy(key.key.data(), keyNum + 8, 64);
-    const bool checked = sodium_memcmp(Checksum(key).data(), keyNum + 72, 32) == 0;
+    const unsigned char* stored = keyNum + 72;
+    const bool checked = sodium_memcmp(Checksum(key).data(), stored, 32) == 0;
+    // The stock minisign (0.11) writes zeros for the checksum of a key without a password
+    // and never reads it back; such a key is taken as it does. Any other checksum must hold.
+    const bool stockPlain = !encrypted && sodium_is_zero(stored, 32);
     sodium_memzero(bytes->data(), bytes->size());
-    // minisign leaves the checksum of a key without a password empty.
-    if (encrypted && !checked) return Error{u"wrong password for this secret key"};
-    return key;
+    if (checked || stockPlain) return key;
+    if (encrypted) return Error{u"wrong password for this secret key"};
+    return Error{u"the secret key's checksum (BLAKE2b-256 of its algorithm, key ID and key) does not match: the "
+                 u"key file is damaged"};
 }
 
 Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password, ScryptLimits limits) {
@@ -253,6 +258,10 @@ Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view p
     unsigned char* keyNum = bytes.data() + kSecretKeySize - kKeyNumSize;
     std::memcpy(keyNum, key.id.data(), 8);
     std::memcpy(keyNum + 8, key.key.data(), 64);
+    // Unlike the stock tool's, a key without a password gets its checksum too, so that
+    // damage to it is found; the stock tool ignores it there.
+    const auto checksum = Checksum(key);
+    std::memcpy(keyNum + 72, checksum.data(), checksum.size());
     if (!password.empty()) {
         const std::uint64_t opsLimit = limits.ops;
         const std::uint64_t memLimit = limits.memory;
@@ -260,8 +269,6 @@ Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view p
         randombytes_buf(bytes.data() + 6, 32);
         PutLittleEndian(opsLimit, bytes.data() + 38);
         PutLittleEndian(memLimit, bytes.data() + 46);
-        const auto checksum = Checksum(key);
-        std::memcpy(keyNum + 72, checksum.data(), checksum.size());
         if (auto encrypted = ApplyPassword(keyNum, password, bytes.data() + 6, opsLimit, memLimit); !encrypted) {
             sodium_memzero(bytes.data(), bytes.size());
             return encrypted.TakeError();

@@ -62,7 +62,9 @@ PublicKey PublicKeyOf(const SecretKey& key);
 
 // Whether the secret key file is encrypted, so that reading it needs a password.
 OvxUtils::Result<bool> IsEncrypted(std::string_view secretKeyFile);
-// Reads a secret key file; password is asked for only when the file is encrypted.
+// Reads a secret key file; password is asked for only when the file is encrypted. A key
+// whose checksum does not match is refused: under a password it was the wrong one,
+// without one the file is damaged.
 using PasswordSource = std::function<OvxUtils::Result<std::string>()>;
 OvxUtils::Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource& password);
 // The work and memory that scrypt spends on a password. minisign asks for its "sensitive"
@@ -72,7 +74,8 @@ struct ScryptLimits {
     std::uint64_t memory;
 };
 extern const ScryptLimits kMinisignScryptLimits;
-// Encrypted under password with the given scrypt limits, or plain when it is empty.
+// Encrypted under password with the given scrypt limits, or plain when it is empty; with
+// its checksum either way.
 OvxUtils::Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password,
                                                   ScryptLimits limits = kMinisignScryptLimits);
 

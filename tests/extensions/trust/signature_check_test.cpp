@@ -35,7 +35,10 @@ constexpr std::string_view kStockSignature =
 
 TEST(Minisign, ReadsAndWritesTheStockToolsFilesByteForByte) {
     ASSERT_TRUE(Minisign::StartSodium());
-    auto key = Minisign::ParseSecretKeyFile(kStockSecretKey, [] { return OvxUtils::Result<std::string>(""); });
+    const auto password = [](const char* given) {
+        return [given] { return OvxUtils::Result<std::string>(given); };
+    };
+    auto key = Minisign::ParseSecretKeyFile(kStockSecretKey, password(""));
     ASSERT_TRUE(key) << key.ErrorText().ToUtf8();
     const Minisign::PublicKey publicKey = Minisign::PublicKeyOf(*key);
     EXPECT_EQ(Minisign::FormatPublicKeyFile(publicKey), kStockPublicKey);
@@ -47,12 +50,33 @@ TEST(Minisign, ReadsAndWritesTheStockToolsFilesByteForByte) {
     stock->trustedComment = "tc there";
     EXPECT_THAT(Minisign::Verify("hello\n", *stock, publicKey).ErrorText().ToUtf8(), HasSubstr("global signature"));
 
-    // The cheapest limits scrypt takes; the stored limits decrypt it again.
-    auto encrypted = Minisign::FormatSecretKeyFile(*key, "pw", {32768, 16777216});
-    ASSERT_TRUE(encrypted);
-    const auto password = [](std::string given) { return [given] { return OvxUtils::Result<std::string>(given); }; };
-    EXPECT_TRUE(Minisign::ParseSecretKeyFile(*encrypted, password("pw")));
-    EXPECT_EQ(Minisign::ParseSecretKeyFile(*encrypted, password("wrong")).ErrorText(), u"wrong password for this secret key");
+    // The cheapest limits scrypt takes; the stored limits decrypt it again. A checksum that
+    // does not hold is refused, under a password or not; only the zeros that the stock tool
+    // writes for a key without one are taken unchecked.
+    const std::string encrypted = *Minisign::FormatSecretKeyFile(*key, "pw", {32768, 16777216});
+    const std::string plain = *Minisign::FormatSecretKeyFile(*key, "");
+    const auto changed = [](std::string file, std::size_t digit) {  // of the base64 line
+        char& at = file[file.find('\n') + 1 + digit];
+        at = at == 'A' ? 'B' : 'A';
+        return file;
+    };
+    const std::string damaged = "the secret key's checksum (BLAKE2b-256 of its algorithm, key ID and key) does not "
+                                "match: the key file is damaged";
+    const struct {
+        std::string file;
+        const char* password;
+        std::string error;
+    } cases[] = {
+        {encrypted, "pw", ""},
+        {encrypted, "wrong", "wrong password for this secret key"},
+        {plain, "", ""},
+        {changed(plain, 120), "", damaged},                         // a byte of the key
+        {changed(std::string(kStockSecretKey), 180), "", damaged},  // its zero checksum, no longer zero
+    };
+    for (const auto& row : cases) {
+        EXPECT_EQ(Minisign::ParseSecretKeyFile(row.file, password(row.password)).ErrorText().ToUtf8(), row.error)
+            << row.file;
+    }
 }
 
 class SignedPackage : public testing::Test {
