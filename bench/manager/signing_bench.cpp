@@ -39,7 +39,7 @@ struct Packages {
                                                        u"application/x-bench", content, files.Files());
         signedPackage = CString::FromUtf8((scratch.Path() / "signed.OrvexExtension").string());
         if (!Trust::SignPackage(unsignedPackage, signedPackage, key, 1700000000, false)) std::abort();
-        std::ofstream(keyFile, std::ios::binary) << *Minisign::FormatSecretKeyFile(key, "");
+        std::ofstream(keyFile, std::ios::binary) << Minisign::FormatSecretKeyFile(key, "")->View();
     }
     Trust::TrustStore Store(bool require) const {
         return require ? Trust::TrustStore({Minisign::PublicKeyOf(key)}) : Trust::TrustStore();

@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     // A secret key file never costs more than its caps: no password reaches scrypt here.
     static_cast<void>(Minisign::ParseSecretKeyFile(
-        bytes, [] { return OvxUtils::Result<std::string>(OvxUtils::Error{u"no password"}); }));
+        bytes, [] { return OvxUtils::Result<Minisign::SecretString>(OvxUtils::Error{u"no password"}); }));
     if (auto id = Minisign::ParseKeyIdText(bytes)) {
         auto again = Minisign::ParseKeyIdText(Minisign::KeyIdText(*id));
         if (!again || *again != *id) std::abort();

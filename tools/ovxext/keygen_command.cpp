@@ -56,20 +56,20 @@ int RunKeygen(const CommandContext& context) {
     }
     if (!Minisign::StartSodium()) return ReportError(context, "keygen", *secretPath, "libsodium does not start", kExitFailure);
 
-    std::string password;
+    Minisign::SecretString password;
     if (!parser.Has("--no-password")) {
         auto given = KeyPassword(*secretPath, true);
         if (!given) return ReportError(context, "keygen", *secretPath, Utf8(given.ErrorText()), kExitFailure);
-        if (given->empty()) return ReportUsage(context, "keygen", "an empty password: use --no-password for none");
+        if (given->IsEmpty()) return ReportUsage(context, "keygen", "an empty password: use --no-password for none");
         password = std::move(*given);
     }
     const Minisign::SecretKey key = Minisign::GenerateSecretKey();
     const Minisign::PublicKey publicKey = Minisign::PublicKeyOf(key);
-    auto secretText = Minisign::FormatSecretKeyFile(key, password);
+    auto secretText = Minisign::FormatSecretKeyFile(key, password.View());
     if (!secretText) return ReportError(context, "keygen", *secretPath, Utf8(secretText.ErrorText()), kExitFailure);
     // The secret key's file is its owner's only from the instant it exists.
     const CString secretFile = FromUtf8(*secretPath);
-    if (auto written = File::WriteAtomically(secretFile, *secretText, File::Access::OwnerOnly); !written) {
+    if (auto written = File::WriteAtomically(secretFile, secretText->View(), File::Access::OwnerOnly); !written) {
         return ReportError(context, "keygen", *secretPath, Utf8(written.ErrorText()), kExitFailure);
     }
     if (auto written = File::WriteAtomically(FromUtf8(*publicPath), Minisign::FormatPublicKeyFile(publicKey)); !written) {

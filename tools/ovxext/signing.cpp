@@ -15,6 +15,7 @@ namespace {
 
 namespace Minisign = OvxComponent::Minisign;
 namespace Trust = OvxComponent::Trust;
+using Minisign::SecretString;
 using OvxUtils::Error;
 
 
@@ -36,23 +37,24 @@ std::uint64_t SigningTime(bool reproducible) {
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count());
 }
 
-OvxUtils::Result<std::string> KeyPassword(const std::string& path, bool confirm) {
+OvxUtils::Result<SecretString> KeyPassword(const std::string& path, bool confirm) {
     if (auto typed = ReadPasswordFromTerminal("Password for " + path + ": ")) {
         if (confirm) {
             const auto again = ReadPasswordFromTerminal("Password for " + path + " (again): ");
-            if (!again || *again != *typed) return Error{u"the two passwords differ"};
+            if (!again || !again->SameAs(*typed)) return Error{u"the two passwords differ"};
         }
         return std::move(*typed);
     }
-    if (const char* variable = std::getenv(kPasswordVariable)) return std::string(variable);
+    if (const char* variable = std::getenv(kPasswordVariable)) return SecretString(variable);
     return Error{u"the key needs a password: type it on a terminal, or set " + FromUtf8(kPasswordVariable)};
 }
 
 OvxUtils::Result<Minisign::SecretKey> ReadSecretKey(const std::string& path) {
     if (!Minisign::StartSodium()) return Error{u"libsodium does not start"};
-    auto text = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
-    if (!text) return text.TakeError();
-    return Minisign::ParseSecretKeyFile(*text, [&] { return KeyPassword(path, false); });
+    auto read = OvxUtils::SystemIO::File::ReadAllBytes(FromUtf8(path));
+    if (!read) return read.TakeError();
+    const SecretString text = SecretString::TakeFrom(*read);
+    return Minisign::ParseSecretKeyFile(text.View(), [&] { return KeyPassword(path, false); });
 }
 
 OvxUtils::Result<Trust::Signer> SignAndCheck(const CString& source, const CString& target,

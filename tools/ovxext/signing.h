@@ -7,6 +7,7 @@
 
 #include "OvxComponent/extensions/format/extension_container.h"
 #include "extensions/trust/package_signing.h"
+#include "extensions/trust/wiped_memory.h"
 
 #include <string>
 #include <vector>
@@ -18,7 +19,7 @@ inline constexpr const char* kPasswordVariable = "OVXEXT_KEY_PASSWORD";
 
 // A password for path: asked on the terminal (twice when confirm), or else taken from
 // OVXEXT_KEY_PASSWORD.
-OvxUtils::Result<std::string> KeyPassword(const std::string& path, bool confirm);
+OvxUtils::Result<OvxComponent::Minisign::SecretString> KeyPassword(const std::string& path, bool confirm);
 // Reads the secret key file at path, asking for its password when it is encrypted.
 OvxUtils::Result<OvxComponent::Minisign::SecretKey> ReadSecretKey(const std::string& path);
 

@@ -9,7 +9,7 @@ namespace Ovxext {
 
 bool StandardErrorIsTerminal() { return ::isatty(STDERR_FILENO) != 0; }
 
-std::optional<std::string> ReadPasswordFromTerminal(const std::string& prompt) {
+std::optional<SecretString> ReadPasswordFromTerminal(const std::string& prompt) {
     if (::isatty(STDIN_FILENO) == 0) return std::nullopt;
     const int tty = ::open("/dev/tty", O_RDWR | O_CLOEXEC);
     if (tty < 0) return std::nullopt;
@@ -22,13 +22,14 @@ std::optional<std::string> ReadPasswordFromTerminal(const std::string& prompt) {
     }
     // A prompt or line end the terminal does not take changes nothing of what is read.
     [[maybe_unused]] const ssize_t shown = ::write(tty, prompt.data(), prompt.size());
-    std::string line;
+    SecretString line;
     char c = 0;
-    while (::read(tty, &c, 1) == 1 && c != '\n') line += c;
+    while (::read(tty, &c, 1) == 1 && c != '\n') line.Append(c);
+    sodium_memzero(&c, 1);
     if (canHide) ::tcsetattr(tty, TCSAFLUSH, &saved);
     [[maybe_unused]] const ssize_t ended = ::write(tty, "\n", 1);
     ::close(tty);
-    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.IsEmpty() && line.View().back() == '\r') line.Resize(line.Size() - 1);
     return line;
 }
 

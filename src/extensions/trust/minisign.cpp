@@ -44,6 +44,15 @@ std::string Base64(const unsigned char* bytes, std::size_t size) {
     return text;
 }
 
+// Base64 text of a secret: the text is written straight into wiped memory.
+SecretString SecretBase64(const unsigned char* bytes, std::size_t size) {
+    SecretString text;
+    text.Resize(sodium_base64_ENCODED_LEN(size, sodium_base64_VARIANT_ORIGINAL));
+    sodium_bin2base64(text.Data(), text.Size(), bytes, size, sodium_base64_VARIANT_ORIGINAL);
+    text.Resize(text.Size() - 1);  // the terminating zero
+    return text;
+}
+
 // Exactly size bytes from base64 text, or nothing.
 bool FromBase64(std::string_view text, unsigned char* bytes, std::size_t size) {
     std::size_t length = 0;
@@ -77,8 +86,9 @@ void PutLittleEndian(std::uint64_t value, unsigned char* bytes) {
 }
 
 // The checksum of a secret key: BLAKE2b-256 of the algorithm, the key ID and the key.
-std::array<unsigned char, 32> Checksum(const SecretKey& key) {
-    std::array<unsigned char, 32> checksum{};
+using KeyChecksum = SecretBytes<32>;
+KeyChecksum Checksum(const SecretKey& key) {
+    KeyChecksum checksum{};
     crypto_generichash_state state;
     crypto_generichash_init(&state, nullptr, 0, checksum.size());
     crypto_generichash_update(&state, kEd25519, 2);
@@ -94,13 +104,12 @@ Result<void> ApplyPassword(unsigned char* keyNum, std::string_view password, con
     if (opsLimit > kMaxOpsLimit || memLimit > kMaxMemLimit) {
         return Error{u"the key file asks scrypt for more work or memory than a key file may"};
     }
-    std::array<unsigned char, kKeyNumSize> stream{};
+    SecretBytes<kKeyNumSize> stream{};
     if (crypto_pwhash_scryptsalsa208sha256(stream.data(), stream.size(), password.data(), password.size(), salt,
                                            opsLimit, static_cast<std::size_t>(memLimit)) != 0) {
         return Error{u"scrypt could not derive the key's encryption (out of memory?)"};
     }
     for (std::size_t i = 0; i < stream.size(); ++i) keyNum[i] ^= stream[i];
-    sodium_memzero(stream.data(), stream.size());
     return {};
 }
 
@@ -196,11 +205,13 @@ PublicKey PublicKeyOf(const SecretKey& key) {
 
 namespace {
 
+using SecretKeyFileBytes = SecretBytes<kSecretKeySize>;
+
 // The bytes of a secret key file, checked for length and algorithms.
-Result<std::array<unsigned char, kSecretKeySize>> SecretKeyBytes(std::string_view text) {
+Result<SecretKeyFileBytes> SecretKeyBytes(std::string_view text) {
     std::vector<std::string_view> lines = Lines(text);
     if (!lines.empty() && lines.front().starts_with(kUntrustedPrefix)) lines.erase(lines.begin());
-    std::array<unsigned char, kSecretKeySize> bytes{};
+    SecretKeyFileBytes bytes{};
     if (lines.size() != 1 || !FromBase64(lines.front(), bytes.data(), bytes.size())) {
         return Error{u"not a minisign secret key file"};
     }
@@ -218,9 +229,7 @@ Result<std::array<unsigned char, kSecretKeySize>> SecretKeyBytes(std::string_vie
 Result<bool> IsEncrypted(std::string_view secretKeyFile) {
     auto bytes = SecretKeyBytes(secretKeyFile);
     if (!bytes) return bytes.TakeError();
-    const bool encrypted = std::memcmp(bytes->data() + 2, kScrypt, 2) == 0;
-    sodium_memzero(bytes->data(), bytes->size());
-    return encrypted;
+    return std::memcmp(bytes->data() + 2, kScrypt, 2) == 0;
 }
 
 Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource& password) {
@@ -231,28 +240,25 @@ Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource
     if (encrypted) {
         auto given = password();
         if (!given) return given.TakeError();
-        auto decrypted = ApplyPassword(keyNum, *given, bytes->data() + 6, LittleEndian(bytes->data() + 38),
+        auto decrypted = ApplyPassword(keyNum, given->View(), bytes->data() + 6, LittleEndian(bytes->data() + 38),
                                        LittleEndian(bytes->data() + 46));
-        sodium_memzero(given->data(), given->size());
         if (!decrypted) return decrypted.TakeError();
     }
     SecretKey key;
     std::memcpy(key.id.data(), keyNum, 8);
     std::memcpy(key.key.data(), keyNum + 8, 64);
     const unsigned char* stored = keyNum + 72;
-    const bool checked = sodium_memcmp(Checksum(key).data(), stored, 32) == 0;
+    if (sodium_memcmp(Checksum(key).data(), stored, 32) == 0) return key;
+    if (encrypted) return Error{u"wrong password for this secret key"};
     // The stock minisign (0.11) writes zeros for the checksum of a key without a password
     // and never reads it back; such a key is taken as it does. Any other checksum must hold.
-    const bool stockPlain = !encrypted && sodium_is_zero(stored, 32);
-    sodium_memzero(bytes->data(), bytes->size());
-    if (checked || stockPlain) return key;
-    if (encrypted) return Error{u"wrong password for this secret key"};
+    if (sodium_is_zero(stored, 32)) return key;
     return Error{u"the secret key's checksum (BLAKE2b-256 of its algorithm, key ID and key) does not match: the "
                  u"key file is damaged"};
 }
 
-Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password, ScryptLimits limits) {
-    std::array<unsigned char, kSecretKeySize> bytes{};
+Result<SecretString> FormatSecretKeyFile(const SecretKey& key, std::string_view password, ScryptLimits limits) {
+    SecretKeyFileBytes bytes{};
     std::memcpy(bytes.data(), kEd25519, 2);
     std::memcpy(bytes.data() + 4, kBlake2b, 2);
     unsigned char* keyNum = bytes.data() + kSecretKeySize - kKeyNumSize;
@@ -260,7 +266,7 @@ Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view p
     std::memcpy(keyNum + 8, key.key.data(), 64);
     // Unlike the stock tool's, a key without a password gets its checksum too, so that
     // damage to it is found; the stock tool ignores it there.
-    const auto checksum = Checksum(key);
+    const KeyChecksum checksum = Checksum(key);
     std::memcpy(keyNum + 72, checksum.data(), checksum.size());
     if (!password.empty()) {
         const std::uint64_t opsLimit = limits.ops;
@@ -270,13 +276,12 @@ Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view p
         PutLittleEndian(opsLimit, bytes.data() + 38);
         PutLittleEndian(memLimit, bytes.data() + 46);
         if (auto encrypted = ApplyPassword(keyNum, password, bytes.data() + 6, opsLimit, memLimit); !encrypted) {
-            sodium_memzero(bytes.data(), bytes.size());
             return encrypted.TakeError();
         }
     }
-    std::string text = std::string(kUntrustedPrefix) + std::string(kSecretKeyComment) + "\n" +
-                       Base64(bytes.data(), bytes.size()) + "\n";
-    sodium_memzero(bytes.data(), bytes.size());
+    SecretString text(std::string(kUntrustedPrefix) + std::string(kSecretKeyComment) + "\n");
+    text.Append(SecretBase64(bytes.data(), bytes.size()).View());
+    text.Append('\n');
     return text;
 }
 

@@ -7,9 +7,11 @@
 // a global signature over the signature and that comment, so that the trusted comment
 // cannot be changed without the key. A secret key file holds the key pair, its ID and a
 // checksum, encrypted with a password through scrypt unless it was made without one.
+// Passwords, secret keys and the text of secret key files live in wiped memory.
 #pragma once
 
 #include "OvxComponent/platform/result.h"
+#include "extensions/trust/wiped_memory.h"
 
 #include <array>
 #include <cstdint>
@@ -65,7 +67,7 @@ OvxUtils::Result<bool> IsEncrypted(std::string_view secretKeyFile);
 // Reads a secret key file; password is asked for only when the file is encrypted. A key
 // whose checksum does not match is refused: under a password it was the wrong one,
 // without one the file is damaged.
-using PasswordSource = std::function<OvxUtils::Result<std::string>()>;
+using PasswordSource = std::function<OvxUtils::Result<SecretString>()>;
 OvxUtils::Result<SecretKey> ParseSecretKeyFile(std::string_view text, const PasswordSource& password);
 // The work and memory that scrypt spends on a password. minisign asks for its "sensitive"
 // limits (about 1 GiB and seconds of work), which make guessing passwords dear.
@@ -76,7 +78,7 @@ struct ScryptLimits {
 extern const ScryptLimits kMinisignScryptLimits;
 // Encrypted under password with the given scrypt limits, or plain when it is empty; with
 // its checksum either way.
-OvxUtils::Result<std::string> FormatSecretKeyFile(const SecretKey& key, std::string_view password,
+OvxUtils::Result<SecretString> FormatSecretKeyFile(const SecretKey& key, std::string_view password,
                                                   ScryptLimits limits = kMinisignScryptLimits);
 
 // Signs message (prehashed) with the trusted comment, which must be one line.

@@ -36,7 +36,7 @@ constexpr std::string_view kStockSignature =
 TEST(Minisign, ReadsAndWritesTheStockToolsFilesByteForByte) {
     ASSERT_TRUE(Minisign::StartSodium());
     const auto password = [](const char* given) {
-        return [given] { return OvxUtils::Result<std::string>(given); };
+        return [given] { return OvxUtils::Result<Minisign::SecretString>(Minisign::SecretString(given)); };
     };
     auto key = Minisign::ParseSecretKeyFile(kStockSecretKey, password(""));
     ASSERT_TRUE(key) << key.ErrorText().ToUtf8();
@@ -53,8 +53,8 @@ TEST(Minisign, ReadsAndWritesTheStockToolsFilesByteForByte) {
     // The cheapest limits scrypt takes; the stored limits decrypt it again. A checksum that
     // does not hold is refused, under a password or not; only the zeros that the stock tool
     // writes for a key without one are taken unchecked.
-    const std::string encrypted = *Minisign::FormatSecretKeyFile(*key, "pw", {32768, 16777216});
-    const std::string plain = *Minisign::FormatSecretKeyFile(*key, "");
+    const std::string encrypted(Minisign::FormatSecretKeyFile(*key, "pw", {32768, 16777216})->View());
+    const std::string plain(Minisign::FormatSecretKeyFile(*key, "")->View());
     const auto changed = [](std::string file, std::size_t digit) {  // of the base64 line
         char& at = file[file.find('\n') + 1 + digit];
         at = at == 'A' ? 'B' : 'A';
