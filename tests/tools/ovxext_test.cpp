@@ -2,6 +2,7 @@
 
 #include "json_output.h"
 #include "run_ovxext.h"
+#include "terminal.h"
 
 #include "OvxComponent/container/zip_container.h"
 #include "OvxComponent/extensions/format/extension_packing.h"
@@ -318,6 +319,14 @@ extern "C" __attribute__((visibility("default"))) int fchmod(int file, mode_t mo
     return next(file, mode);
 }
 #endif
+
+// A password is never read visibly: where the echo cannot be turned off (a plain file in
+// place of the terminal), nothing is read and the error says so.
+TEST_F(OvxextTest, APasswordIsNotReadWhereTheEchoCannotBeTurnedOff) {
+    m_temp.WriteFile(u"terminal", "visible\n");
+    const std::string error = Utf8(Ovxext::ReadHiddenLine(m_temp / u"terminal", "Password: ").ErrorText());
+    EXPECT_EQ(error.rfind("cannot turn off echo on the ", 0), 0u) << error;
+}
 
 // An author's round: a key pair, a signed pack, verification under the right and the wrong
 // key, the signer in info and check, and signing a package that was packed unsigned.

@@ -38,14 +38,17 @@ std::uint64_t SigningTime(bool reproducible) {
 }
 
 OvxUtils::Result<SecretString> KeyPassword(const std::string& path, bool confirm) {
-    if (auto typed = ReadPasswordFromTerminal("Password for " + path + ": ")) {
+    auto typed = ReadPasswordFromTerminal("Password for " + path + ": ");
+    if (typed && *typed) {
         if (confirm) {
-            const auto again = ReadPasswordFromTerminal("Password for " + path + " (again): ");
-            if (!again || !again->SameAs(*typed)) return Error{u"the two passwords differ"};
+            auto again = ReadPasswordFromTerminal("Password for " + path + " (again): ");
+            if (!again) return again.TakeError();
+            if (!*again || !(*again)->SameAs(**typed)) return Error{u"the two passwords differ"};
         }
-        return std::move(*typed);
+        return std::move(**typed);
     }
     if (const char* variable = std::getenv(kPasswordVariable)) return SecretString(variable);
+    if (!typed) return Error{typed.ErrorText() + u"; set " + FromUtf8(kPasswordVariable) + u" instead"};
     return Error{u"the key needs a password: type it on a terminal, or set " + FromUtf8(kPasswordVariable)};
 }
 

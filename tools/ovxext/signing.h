@@ -18,7 +18,8 @@ namespace Ovxext {
 inline constexpr const char* kPasswordVariable = "OVXEXT_KEY_PASSWORD";
 
 // A password for path: asked on the terminal (twice when confirm), or else taken from
-// OVXEXT_KEY_PASSWORD.
+// OVXEXT_KEY_PASSWORD. A terminal whose echo cannot be turned off gives an error that
+// says so, unless the variable is set.
 OvxUtils::Result<OvxComponent::Minisign::SecretString> KeyPassword(const std::string& path, bool confirm);
 // Reads the secret key file at path, asking for its password when it is encrypted.
 OvxUtils::Result<OvxComponent::Minisign::SecretKey> ReadSecretKey(const std::string& path);
