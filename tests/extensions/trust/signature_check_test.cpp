@@ -14,6 +14,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#ifndef _WIN32
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#endif
+
 namespace {
 
 using namespace OvxComponent;
@@ -203,16 +211,62 @@ TEST_F(SignedPackage, ARevokedKeyOrASignatureOfAnotherPackageIsRefused) {
 }
 
 TEST_F(SignedPackage, APolicyThatCannotBeUsedSaysWhy) {
+    // A key that claims the trusted key's ID: which one a signature names cannot be told.
+    Minisign::PublicKey impostor = Minisign::PublicKeyOf(Minisign::GenerateSecretKey());
+    impostor.id = key.id;
+    const std::string trustedText = Minisign::PublicKeyBase64(Minisign::PublicKeyOf(key));
     const struct {
         TrustPolicy policy;
-        const char* reason;
+        std::string reason;
     } cases[] = {
         {{TrustMode::Require, {"RWQnot a key"}, {}, {}}, "trusted key 1: not a minisign public key"},
         {{TrustMode::Require, {}, {temp / u"missing.pub"}, {}}, "trusted key file"},
         {{TrustMode::Warn, {}, {}, {"90C8B8E7"}}, "is not a key ID"},
         {{TrustMode::Require, {}, {}, {}}, "trusts no key"},
+        {{static_cast<TrustMode>(3), {trustedText}, {}, {}}, "mode 3 is not Off, Warn or Require"},
+        {{TrustMode::Warn, {trustedText, Minisign::PublicKeyBase64(impostor)}, {}, {}},
+         "trusted key 2 has the key ID " + Minisign::KeyIdText(key.id) + " of trusted key 1, but is another key"},
     };
     for (const auto& row : cases) EXPECT_THAT(TrustStore::Make(row.policy).ErrorText().ToUtf8(), HasSubstr(row.reason));
+    // The same key twice is one key.
+    EXPECT_TRUE(TrustStore::Make({TrustMode::Require, {trustedText, trustedText}, {}, {}}));
 }
+
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// A list of nothing but line feeds, validly signed, checked with the address space capped
+// a little above what the process holds: it is refused, and the process lives on. A list
+// whose signature does not hold is never parsed at all.
+TEST_F(SignedPackage, AHostileListCannotExhaustMemory) {
+    // Stored, not deflated: a list that inflates so far would be refused as a bomb first.
+    const auto storedLineFeeds = [](const Minisign::SecretKey& signer) {
+        return [&signer](zip_t* archive) {
+            SignedList(signer, [](std::string) { return std::string(kMaxDigestListSize, '\n'); })(archive);
+            zip_set_file_compression(archive, zip_name_locate(archive, kDigestListEntry.data(), 0), ZIP_CM_STORE, 0);
+        };
+    };
+    const CString path = MakeSigned(u"p.OrvexExtension", 1, key);
+    Change(path, storedLineFeeds(key));
+    const CString forged = MakeSigned(u"q.OrvexExtension", 1, otherKey);
+    Change(forged, storedLineFeeds(otherKey));
+    const pid_t child = ::fork();
+    if (child == 0) {
+        rlimit limit{};
+        ::getrlimit(RLIMIT_AS, &limit);
+        long pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        limit.rlim_cur = static_cast<rlim_t>(pages) * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE)) + (rlim_t{96} << 20);
+        ::setrlimit(RLIMIT_AS, &limit);
+        auto hostile = ExtensionContainer::Open(path, VdcContainer::ZipFile::OpenMode::ReadOnly);
+        auto unsigned_ = ExtensionContainer::Open(forged, VdcContainer::ZipFile::OpenMode::ReadOnly);
+        const bool refused =
+            CheckSignature(hostile->Container(), nullptr, trusted).problems.back().Find(u"line 1 of") >= 0;
+        const SignatureVerdict unverified = CheckSignature(unsigned_->Container(), nullptr, trusted);
+        ::_exit(refused && unverified.digests.empty() && unverified.problems.back().Find(u"line 1") < 0 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+}
+#endif
 
 }  // namespace
