@@ -6,7 +6,6 @@
 #include "platform/stream/file_stream.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace OvxComponent {
 
@@ -43,7 +42,7 @@ bool ExtensionLog::OpenOutput() {
     return true;
 }
 
-void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid) {
+void ExtensionLog::Output(const HistoryEntry& entry, const CString* shownName, const OvxUtils::Guid* guid) {
     if (!OpenOutput()) return;
     const std::int64_t second = entry.time / 10'000'000 - (entry.time % 10'000'000 < 0 ? 1 : 0);
     if (second != m_stampSecond) {
@@ -56,15 +55,15 @@ void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const 
     line.clear();
     const CString& message = TextOf(entry);
     line.reserve(static_cast<std::size_t>(m_stamp.GetLength() + message.GetLength() +
-                                          (name ? name->GetLength() : 0)) + 64);
+                                          (shownName ? shownName->GetLength() : 0)) + 64);
     AppendText(line, u"[");
     AppendCString(line, m_stamp);
     AppendText(line, u"] (");
     AppendText(line, LevelWord(entry.level));
     AppendText(line, u"): ");
-    if (name) {
+    if (shownName) {
         AppendText(line, u"\"");
-        OvxUtils::DisplayText::AppendEscaped(line, name->View());
+        AppendCString(line, *shownName);
         AppendText(line, u"\" ");
     }
     if (guid) {
@@ -77,7 +76,9 @@ void ExtensionLog::Output(const HistoryEntry& entry, const CString* name, const 
 }
 
 std::uint32_t ExtensionLog::Keep(const CString& text) {
-    // Most texts need no escape, and then no copy is made.
+    // A text kept already is found as it is: a kept text has nothing left to escape. Most
+    // texts repeat, and most need no escape, so that no copy is made.
+    if (const auto found = m_textNumbers.find(text); found != m_textNumbers.end()) return found->second;
     std::optional<CString> escaped;
     if (OvxUtils::DisplayText::FindEscaped(text.View()) != OvxUtils::DisplayText::kNone) {
         escaped = OvxUtils::DisplayText::Escaped(text);
@@ -89,14 +90,18 @@ std::uint32_t ExtensionLog::Keep(const CString& text) {
 }
 
 const CString& ExtensionLog::WriteByName(ExtensionLogLevel level, const CString& name, const CString& message) {
-    auto& history = m_byName[name];
-    history.push_back({LogClockNow(), Keep(message), level});
-    Output(history.back(), &name, nullptr);
+    const auto [found, added] = m_byName.try_emplace(name);
+    NameHistory& history = found->second;
+    if (added && OvxUtils::DisplayText::FindEscaped(name.View()) != OvxUtils::DisplayText::kNone) {
+        history.shownName = OvxUtils::DisplayText::Escaped(name);
+    }
+    history.entries.push_back({LogClockNow(), Keep(message), level});
+    Output(history.entries.back(), history.shownName ? &*history.shownName : &name, nullptr);
     if (level == ExtensionLogLevel::Error && !m_acknowledgedNames.contains(name)) {
         m_failedNames.insert(name);
         UpdateHasFailures();
     }
-    return TextOf(history.back());
+    return TextOf(history.entries.back());
 }
 
 const CString& ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message) {
@@ -158,8 +163,8 @@ void ExtensionLog::Associate(const CString& name, const OvxUtils::Guid& guid) {
 std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const CString& name) const {
     std::vector<ExtensionLogEntry> entries;
     if (const auto found = m_byName.find(name); found != m_byName.end()) {
-        entries.reserve(found->second.size());
-        for (const HistoryEntry& entry : found->second) {
+        entries.reserve(found->second.entries.size());
+        for (const HistoryEntry& entry : found->second.entries) {
             entries.push_back({entry.level, entry.time, name, std::nullopt, TextOf(entry)});
         }
     }

@@ -23,6 +23,7 @@
 #include <atomic>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <unordered_map>
 #include <vector>
@@ -87,10 +88,17 @@ private:
         ExtensionLogLevel level;
     };
     static_assert(sizeof(HistoryEntry) == 16);
+    // A name's history, and the name as lines show it when that differs: escaped once, when
+    // the name is first written, not at every line.
+    struct NameHistory {
+        std::deque<HistoryEntry> entries;
+        std::optional<CString> shownName;
+    };
     // The number under which the histories keep text, escaped.
     std::uint32_t Keep(const CString& text);
     const CString& TextOf(const HistoryEntry& entry) const { return *m_texts[entry.message]; }
-    void Output(const HistoryEntry& entry, const CString* name, const OvxUtils::Guid* guid);
+    // shownName is the subject name as it is shown.
+    void Output(const HistoryEntry& entry, const CString* shownName, const OvxUtils::Guid* guid);
     void UpdateHasFailures();
 
     OvxUtils::NamedOutStream m_output;
@@ -99,7 +107,7 @@ private:
     std::unordered_map<CString, std::uint32_t> m_textNumbers;
     std::vector<const CString*> m_texts;
     // A deque grows without moving what it holds.
-    std::unordered_map<CString, std::deque<HistoryEntry>> m_byName;
+    std::unordered_map<CString, NameHistory> m_byName;
     std::unordered_map<OvxUtils::Guid, std::deque<HistoryEntry>> m_byGuid;
     std::unordered_map<CString, std::set<OvxUtils::Guid>> m_guidsOfName;
     std::unordered_map<OvxUtils::Guid, std::set<CString>> m_namesOfGuid;
