@@ -3,6 +3,8 @@
 
 #include "platform/system_io/file.h"
 
+#include <sodium.h>
+
 #include <algorithm>
 
 namespace OvxComponent::Trust {
