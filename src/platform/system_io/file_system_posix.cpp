@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <memory>
 
 namespace OvxUtils::SystemIO {
@@ -157,6 +158,35 @@ bool RemoveEntry(const CString& path) {
 
 }  // namespace Detail
 
+namespace {
+
+// Writes a fresh file under a temporary name beside to, created with mode (exactly mode
+// when exactMode, whatever the umask), through write; flushes it, renames it over to and
+// flushes the folder, so that the rename is durable too. The temporary file goes when any
+// step fails, and to is then as it was.
+Result<void> ReplaceThroughTemporary(const CString& to, mode_t mode, bool exactMode,
+                                     const std::function<bool(int fd)>& write) {
+    const CString temporary = TemporaryName::Beside(to, TemporaryName::kWriting);
+    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
+    if (!target.IsValid()) return SystemError(u"cannot create " + temporary);
+    const auto fail = [&](const CString& what) {
+        const Error error = SystemError(what);
+        ::unlink(temporary.ToUtf8().c_str());
+        return error;
+    };
+    // The umask can only have narrowed the mode; set again, it is exactly the one asked for.
+    if (exactMode && ::fchmod(target.Get(), mode) != 0) return fail(u"cannot set the access of " + temporary);
+    if (!write(target.Get())) return fail(u"cannot write " + temporary);
+    if (::fsync(target.Get()) != 0) return fail(u"cannot flush " + temporary);
+    if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);
+    if (::rename(temporary.ToUtf8().c_str(), to.ToUtf8().c_str()) != 0) return fail(u"cannot rename " + temporary + u" to " + to);
+    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetParentFolder(to), O_RDONLY | O_DIRECTORY);
+    if (folder.IsValid()) ::fsync(folder.Get());
+    return {};
+}
+
+}  // namespace
+
 namespace File {
 
 Result<void> CopyAtomically(const CString& from, const CString& to) {
@@ -164,22 +194,7 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
     const Detail::UniqueFd source = OpenForReading(from, sourceStat);
     if (!source.IsValid()) return SystemError(u"cannot read " + from);
     if (!S_ISREG(sourceStat.st_mode)) return Error{from + u" is not a regular file"};
-    const CString temporary = TemporaryName::Beside(to, TemporaryName::kWriting);
-    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, 0600);
-    if (!target.IsValid()) return SystemError(u"cannot create " + temporary);
-    const auto fail = [&](const CString& what) {
-        const Error error = SystemError(what);
-        ::unlink(temporary.ToUtf8().c_str());
-        return error;
-    };
-    if (!CopyContent(source.Get(), target.Get(), sourceStat)) return fail(u"cannot write " + temporary);
-    if (::fsync(target.Get()) != 0) return fail(u"cannot flush " + temporary);
-    if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);
-    if (::rename(temporary.ToUtf8().c_str(), to.ToUtf8().c_str()) != 0) return fail(u"cannot rename the copy to " + to);
-    // The rename itself is durable once the folder is flushed.
-    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetParentFolder(to), O_RDONLY | O_DIRECTORY);
-    if (folder.IsValid()) ::fsync(folder.Get());
-    return {};
+    return ReplaceThroughTemporary(to, 0600, false, [&](int target) { return CopyContent(source.Get(), target, sourceStat); });
 }
 
 std::optional<FileIdentity> GetIdentity(const CString& path) {
@@ -242,27 +257,9 @@ Result<void> WriteAllBytes(const CString& path, std::string_view bytes) {
 }
 
 Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access access) {
-    const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
-    const mode_t mode = access == Access::OwnerOnly ? S_IRUSR | S_IWUSR : 0644;
-    Detail::UniqueFd target = Detail::OpenFd(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
-    if (!target.IsValid()) return SystemError(u"cannot create " + temporary);
-    const auto fail = [&](const CString& what) {
-        const Error error = SystemError(what);
-        ::unlink(temporary.ToUtf8().c_str());
-        return error;
-    };
-    // The umask can only have narrowed the mode of an owner-only file; set again, it is
-    // exactly the owner's.
-    if (access == Access::OwnerOnly && ::fchmod(target.Get(), mode) != 0) {
-        return fail(u"cannot make " + temporary + u" its owner's only");
-    }
-    if (!Detail::WriteAll(target.Get(), bytes.data(), bytes.size())) return fail(u"cannot write " + temporary);
-    if (::fsync(target.Get()) != 0) return fail(u"cannot flush " + temporary);
-    if (::close(std::exchange(target, Detail::UniqueFd()).Release()) != 0) return fail(u"cannot write " + temporary);
-    if (::rename(temporary.ToUtf8().c_str(), path.ToUtf8().c_str()) != 0) return fail(u"cannot rename to " + path);
-    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetParentFolder(path), O_RDONLY | O_DIRECTORY);
-    if (folder.IsValid()) ::fsync(folder.Get());
-    return {};
+    const bool ownerOnly = access == Access::OwnerOnly;
+    return ReplaceThroughTemporary(path, ownerOnly ? S_IRUSR | S_IWUSR : 0644, ownerOnly,
+                                   [&](int target) { return Detail::WriteAll(target, bytes.data(), bytes.size()); });
 }
 
 Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink) {

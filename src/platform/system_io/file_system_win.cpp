@@ -198,6 +198,26 @@ Result<LocalSecurityDescriptor> OwnerOnlyDescriptor() {
 
 }  // namespace Detail
 
+namespace {
+
+// Renames a flushed temporary file over to, written through to the disk, waiting out a
+// brief hold of to; the temporary file goes when the rename fails.
+Result<void> MoveIntoPlace(const CString& temporary, const CString& to) {
+    const CString nativeTemporary = Detail::ToWin32Path(temporary);
+    const CString nativeTarget = Detail::ToWin32Path(to);
+    if (Detail::RetryWhileHeld([&] {
+            return ::MoveFileExW(nativeTemporary.GetString(), nativeTarget.GetString(),
+                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+        })) {
+        return {};
+    }
+    const Error error = SystemError(u"cannot rename " + temporary + u" to " + to);
+    Detail::RemoveEntry(temporary);
+    return error;
+}
+
+}  // namespace
+
 namespace File {
 
 Result<void> CopyAtomically(const CString& from, const CString& to) {
@@ -217,15 +237,7 @@ Result<void> CopyAtomically(const CString& from, const CString& to) {
         const UniqueFileHandle copy = Open(temporary, GENERIC_WRITE, 0, OPEN_EXISTING, 0);
         if (!copy.IsValid() || !::FlushFileBuffers(copy.Get())) return fail(u"cannot flush " + temporary);
     }
-    const CString nativeTemporary = Detail::ToWin32Path(temporary);
-    const CString nativeTarget = Detail::ToWin32Path(to);
-    if (!Detail::RetryWhileHeld([&] {
-            return ::MoveFileExW(nativeTemporary.GetString(), nativeTarget.GetString(),
-                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
-        })) {
-        return fail(u"cannot rename the copy to " + to);
-    }
-    return {};
+    return MoveIntoPlace(temporary, to);
 }
 
 std::optional<FileIdentity> GetIdentity(const CString& path) {
@@ -320,15 +332,7 @@ Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access
         if (!::FlushFileBuffers(file.Get())) return fail(u"cannot flush " + temporary);
     }
     // A rename on one volume keeps the file's own access list.
-    const CString nativeTemporary = Detail::ToWin32Path(temporary);
-    const CString nativeTarget = Detail::ToWin32Path(path);
-    if (!Detail::RetryWhileHeld([&] {
-            return ::MoveFileExW(nativeTemporary.GetString(), nativeTarget.GetString(),
-                                 MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
-        })) {
-        return fail(u"cannot rename to " + path);
-    }
-    return {};
+    return MoveIntoPlace(temporary, path);
 }
 
 Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink) {
