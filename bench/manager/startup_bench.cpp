@@ -66,6 +66,33 @@ const fs::path& DataFolder(int count) {
     return made[count] = root;
 }
 
+// Starts a manager over root under trust, with count extensions to load, once per
+// iteration. afterACrash: each start finds the marker of a session that did not end
+// cleanly, and repairs thoroughly (every unpacked file is looked at).
+void TimeStartups(benchmark::State& state, const fs::path& root, int count, bool afterACrash,
+                  const Trust::TrustStore& trust = {}) {
+    const auto installer = std::make_shared<BenchInstaller>();
+    for (auto _ : state) {
+        if (afterACrash) {
+            state.PauseTiming();
+            std::ofstream(root / "x64" / "orvex_extensions.session");
+            state.ResumeTiming();
+        }
+        auto manager = OvxBench::MakeBenchManager(root, trust);
+        auto registration = manager->RegisterInstaller({kBenchType}, installer);
+        manager->StartLoading();
+        state.PauseTiming();
+        if (!manager->FindExtension(GuidOf(count - 1))) state.SkipWithError("an extension did not load");
+        manager->UnloadAll();
+        registration.reset();
+        manager.reset();
+        state.ResumeTiming();
+    }
+    if (installer->loads != count * static_cast<int>(state.iterations())) state.SkipWithError("loads went missing");
+    state.counters["per_extension"] = benchmark::Counter(static_cast<double>(state.iterations()) * count,
+                                                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
 const Minisign::SecretKey& SigningKey() {
     static const Minisign::SecretKey key = [] {
         if (!Minisign::StartSodium()) std::abort();
@@ -95,50 +122,13 @@ const fs::path& SignedDataFolder(int count) {
 
 void BM_StartupUnderPolicy(benchmark::State& state) {
     constexpr int kCount = 1000;
-    const bool require = state.range(0) == 1;
-    const fs::path& root = SignedDataFolder(kCount);
-    const auto installer = std::make_shared<BenchInstaller>();
-    for (auto _ : state) {
-        auto manager = OvxBench::MakeBenchManager(root, require ? Require() : Trust::TrustStore());
-        auto registration = manager->RegisterInstaller({kBenchType}, installer);
-        manager->StartLoading();
-        state.PauseTiming();
-        if (!manager->FindExtension(GuidOf(kCount - 1))) state.SkipWithError("an extension did not load");
-        manager->UnloadAll();
-        registration.reset();
-        manager.reset();
-        state.ResumeTiming();
-    }
-    state.counters["per_extension"] = benchmark::Counter(static_cast<double>(state.iterations()) * kCount,
-                                                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    TimeStartups(state, SignedDataFolder(kCount), kCount, false, state.range(0) == 1 ? Require() : Trust::TrustStore());
 }
 BENCHMARK(BM_StartupUnderPolicy)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// afterACrash: each start finds the marker of a session that did not end cleanly, and
-// repairs thoroughly (every unpacked file is looked at).
 void RunStartup(benchmark::State& state, bool afterACrash) {
     const int count = static_cast<int>(state.range(0));
-    const fs::path& root = DataFolder(count);
-    const auto installer = std::make_shared<BenchInstaller>();
-    for (auto _ : state) {
-        if (afterACrash) {
-            state.PauseTiming();
-            std::ofstream(root / "x64" / "orvex_extensions.session");
-            state.ResumeTiming();
-        }
-        auto manager = OvxBench::MakeBenchManager(root);
-        auto registration = manager->RegisterInstaller({kBenchType}, installer);
-        manager->StartLoading();
-        state.PauseTiming();
-        if (!manager->FindExtension(GuidOf(count - 1))) state.SkipWithError("an extension did not load");
-        manager->UnloadAll();
-        registration.reset();
-        manager.reset();
-        state.ResumeTiming();
-    }
-    if (installer->loads != count * static_cast<int>(state.iterations())) state.SkipWithError("loads went missing");
-    state.counters["per_extension"] = benchmark::Counter(static_cast<double>(state.iterations()) * count,
-                                                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    TimeStartups(state, DataFolder(count), count, afterACrash);
 }
 void BM_Startup(benchmark::State& state) { RunStartup(state, false); }
 void BM_StartupAfterACrash(benchmark::State& state) { RunStartup(state, true); }
