@@ -81,7 +81,7 @@ int RunKeygen(const CommandContext& context) {
         WriteJson(context, {{"keyId", id}, {"publicKey", Minisign::PublicKeyBase64(publicKey)},
                             {"secretKeyFile", *secretPath}, {"publicKeyFile", *publicPath}});
     } else {
-        context.out << "key ID " << id << ": secret key in " << *secretPath << ", public key in " << *publicPath
+        context.out << "key ID " << id << ": secret key in " << Shown(*secretPath) << ", public key in " << Shown(*publicPath)
                     << "\n";
     }
     return kExitOk;

@@ -38,10 +38,10 @@ std::uint64_t SigningTime(bool reproducible) {
 }
 
 OvxUtils::Result<SecretString> KeyPassword(const std::string& path, bool confirm) {
-    auto typed = ReadPasswordFromTerminal("Password for " + path + ": ");
+    auto typed = ReadPasswordFromTerminal("Password for " + Shown(path) + ": ");
     if (typed && *typed) {
         if (confirm) {
-            auto again = ReadPasswordFromTerminal("Password for " + path + " (again): ");
+            auto again = ReadPasswordFromTerminal("Password for " + Shown(path) + " (again): ");
             if (!again) return again.TakeError();
             if (!*again || !(*again)->SameAs(**typed)) return Error{u"the two passwords differ"};
         }
@@ -74,14 +74,6 @@ OvxUtils::Result<Trust::Signer> CheckSigned(const CString& path, const Minisign:
     const Trust::SignatureVerdict verdict = Trust::CheckSignature(written->Container(), written->GetInfo(), store);
     if (!verdict.Holds()) return Error{u"the signed package does not verify: " + verdict.problems.front()};
     return *verdict.signer;
-}
-
-std::string SignerText(const OvxComponent::ExtensionContainer& package) {
-    const Trust::SignatureVerdict verdict = ReadSigner(package);
-    if (!verdict.isSigned) return "unsigned";
-    if (!verdict.signer) return "signed, but the signature cannot be read: " + Utf8(verdict.problems.front());
-    return "key ID " + Minisign::KeyIdText(verdict.signer->keyId) + ", trusted comment: " +
-           verdict.signer->trustedComment;
 }
 
 Json SignerJson(const OvxComponent::ExtensionContainer& package) {

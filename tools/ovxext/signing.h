@@ -37,8 +37,7 @@ OvxUtils::Result<OvxComponent::Trust::Signer> SignAndCheck(const CString& source
 OvxUtils::Result<OvxComponent::Trust::Signer> CheckSigned(const CString& path,
                                                           const OvxComponent::Minisign::SecretKey& key);
 
-// The signer of an open package: "key ID <ID>, trusted comment: <comment>", or "unsigned".
-std::string SignerText(const OvxComponent::ExtensionContainer& package);
+// The signer an open package's signature claims, as JSON: null when unsigned.
 Json SignerJson(const OvxComponent::ExtensionContainer& package);
 
 }  // namespace Ovxext
