@@ -54,7 +54,9 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
 
     // The copy is made first and checked itself: a file put in the package's place after it
     // was opened is checked as what it is, and only the bytes checked are installed.
-    auto clone = package.container->Clone(stagedCopy);
+    auto platform = SystemIO::Folder::EnsureExists(m_platformFolder);
+    auto clone = platform ? package.container->Clone(stagedCopy)
+                          : OvxUtils::Result<VdcContainer::ZipContainer>(platform.TakeError());
     if (!clone) {
         const CString text = m_log.Write(kCloneFailed, documentId);
         m_log.Reason(kCloneFailed.level, documentId, clone.ErrorText());
