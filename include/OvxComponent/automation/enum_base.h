@@ -8,6 +8,8 @@
 /// creatable object (CComObjectAppLock) made of the concrete class.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/comsupport/com_object_root.h"
 #include "OvxComponent/platform/ovx_export.h"
 

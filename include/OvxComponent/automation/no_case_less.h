@@ -4,6 +4,8 @@
 /// searched with a caller's wchar_t* without building a CString (and allocating) for it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/ovx_export.h"
 

@@ -9,6 +9,8 @@
 /// built once, under the object's write lock, and read without a lock afterwards.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/automation/no_case_less.h"
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/guid.h"

@@ -8,6 +8,8 @@
 /// returned and tried again on the next call. Calls may come on any thread.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 #include "OvxComponent/platform/thread_lock.h"
 

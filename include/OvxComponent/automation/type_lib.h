@@ -10,6 +10,8 @@
 /// is its own reader/writer lock.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/automation/no_case_less.h"
 #include "OvxComponent/comsupport/com_ptr.h"
 #include "OvxComponent/platform/cstring.h"

@@ -11,6 +11,8 @@
 /// copied.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/automation/type_lib_res_loader.h"
 #include "OvxComponent/platform/ovx_export.h"
 

@@ -2,6 +2,8 @@
 /// ITypeLibLoader: whatever hands out a shared CTypeLib, for CTypeInfoHolder.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <windows.h>
 
 namespace OvxComponent {

@@ -7,6 +7,8 @@
 /// Release, which removes it. Any thread may call it; it uses its write lock only.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 #include "OvxComponent/platform/singleton.h"
 #include "OvxComponent/platform/thread_lock.h"

@@ -11,6 +11,8 @@
 /// loaded libraries is not to be copied.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <windows.h>

@@ -7,6 +7,8 @@
 /// so repeated requests normally give the same ITypeLib and thus the same CTypeLib.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/automation/type_lib_loader.h"
 #include "OvxComponent/automation/type_lib_resource_locator.h"
 #include "OvxComponent/platform/ovx_export.h"

@@ -3,6 +3,8 @@
 /// implements it, because only the host knows which of its modules that is.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <windows.h>
 
 namespace OvxComponent {

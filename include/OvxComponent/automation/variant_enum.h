@@ -9,6 +9,8 @@
 /// position of the enumerator it was cloned from.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/automation/enum_base.h"
 #include "OvxComponent/comsupport/scoped_variant.h"
 #include "OvxComponent/platform/ovx_export.h"

@@ -3,6 +3,8 @@
 /// Implemented by the host and owned by it; the library never frees it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 namespace OvxComponent {
 
 /// How a host runs its user interface.

@@ -7,6 +7,8 @@
 /// releases it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <windows.h>
 
 namespace OvxComponent {

@@ -7,6 +7,8 @@
 /// asks IsOnMainThread. The values are never cleared; calling a setter again replaces them.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 namespace OvxComponent {

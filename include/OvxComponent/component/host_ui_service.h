@@ -2,6 +2,8 @@
 /// Finding the host's user-interface service. Internal to the host services.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/component/app_ui_service.h"
 #include "OvxComponent/component/orvex_cmn_app.h"
 

@@ -6,6 +6,8 @@
 /// caller that wants the chosen command back passes TPM_RETURNCMD itself.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <windows.h>

@@ -12,6 +12,8 @@
 /// IsOnMainThread first.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 namespace OvxComponent::MessageMgr {

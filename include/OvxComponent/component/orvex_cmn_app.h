@@ -7,6 +7,8 @@
 /// long as the library may use it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <windows.h>

@@ -7,6 +7,8 @@
 /// AddRef and Release on top of it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <windows.h>
 #include <unknwn.h>
 

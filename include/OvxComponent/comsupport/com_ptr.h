@@ -7,6 +7,8 @@
 /// out-parameter again and again without leaking.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <windows.h>
 #include <unknwn.h>
 

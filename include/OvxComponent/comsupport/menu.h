@@ -3,6 +3,8 @@
 /// through MenuMgr. The menu is destroyed with the object unless it was detached.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <windows.h>

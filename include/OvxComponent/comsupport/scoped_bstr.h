@@ -2,6 +2,8 @@
 /// ScopedBstr: owns one BSTR and frees it with SysFreeString.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <windows.h>

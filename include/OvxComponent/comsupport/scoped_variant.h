@@ -5,6 +5,8 @@
 /// ScopedVariant can grow without copying what its elements point to.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <windows.h>

@@ -6,6 +6,8 @@
 /// GetWinApp answers with the library's own, which is made when the library is loaded.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/ovx_export.h"
 

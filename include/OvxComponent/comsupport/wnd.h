@@ -3,6 +3,8 @@
 /// box or a popup menu. It does not own the window.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <windows.h>
 
 namespace OvxComponent {

@@ -6,6 +6,8 @@
 /// archive can fake.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <cstdint>
 
 namespace VdcContainer {

@@ -6,6 +6,8 @@
 /// SubtypeInfo::Serialize and read it in Deserialize. Setters never touch the disk.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/metadata_property.h"
 #include "OvxComponent/container/result.h"
 #include "OvxComponent/platform/any.h"

@@ -3,6 +3,8 @@
 /// value a property may hold.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/xml_names.h"
 
 #include <string>

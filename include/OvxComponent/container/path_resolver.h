@@ -2,6 +2,8 @@
 /// PathResolver: turns the paths given to container operations into the paths used.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 namespace VdcContainer {

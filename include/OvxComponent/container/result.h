@@ -2,6 +2,8 @@
 /// The container library reports its failures with the component's one result type.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/result.h"
 
 namespace VdcContainer {

@@ -3,6 +3,8 @@
 /// document of the package that the manifest lists.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/xml_names.h"
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/multi_language_string.h"

@@ -3,6 +3,8 @@
 /// SubtypeInfo. A plain value, copied freely.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/metadata_container.h"
 #include "OvxComponent/container/root_file_info.h"
 #include "OvxComponent/container/subtype_info.h"

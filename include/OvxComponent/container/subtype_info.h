@@ -7,6 +7,8 @@
 /// record. The container owns the record.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/metadata_container.h"
 #include "OvxComponent/container/xml_node.h"
 #include "OvxComponent/container/zip_file_location.h"

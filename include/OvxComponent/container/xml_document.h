@@ -8,6 +8,8 @@
 /// nothing is ever loaded from outside the bytes given.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/result.h"
 #include "OvxComponent/container/xml_node.h"
 

@@ -7,6 +7,8 @@
 /// namespace, matches just the same.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <string>
 #include <tuple>
 

@@ -9,6 +9,8 @@
 /// one thread at a time.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/xml_names.h"
 #include "OvxComponent/platform/optional.h"
 #include "OvxComponent/platform/ovx_export.h"

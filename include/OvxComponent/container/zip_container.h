@@ -10,6 +10,8 @@
 /// one thread at a time.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/container_limits.h"
 #include "OvxComponent/container/metadata_container.h"
 #include "OvxComponent/container/path_resolver.h"

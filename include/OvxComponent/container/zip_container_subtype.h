@@ -4,6 +4,8 @@
 /// factory makes. A handle that is not open (the default) stands for failure.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/zip_container_subtype_base.h"
 
 #include <memory>

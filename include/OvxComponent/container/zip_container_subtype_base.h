@@ -11,6 +11,8 @@
 /// destruction when it holds changes; it is used by one thread at a time.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/subtype_class.h"
 #include "OvxComponent/container/subtype_info.h"
 #include "OvxComponent/container/zip_container.h"

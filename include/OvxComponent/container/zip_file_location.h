@@ -3,6 +3,8 @@
 /// when a package is saved, and to read them when it is opened.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/xml_names.h"
 #include "OvxComponent/container/xml_node.h"
 #include "OvxComponent/platform/cstring.h"

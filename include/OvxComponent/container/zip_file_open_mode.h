@@ -2,6 +2,8 @@
 /// ZipFile::OpenMode: how a container file is opened.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 namespace VdcContainer::ZipFile {
 
 /// How a package is opened.

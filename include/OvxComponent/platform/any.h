@@ -3,6 +3,8 @@
 /// as typed metadata properties need it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <memory>
 #include <type_traits>
 #include <typeinfo>

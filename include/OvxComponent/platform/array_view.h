@@ -2,6 +2,8 @@
 /// OvxUtils::array_view: a non-owning view of a contiguous sequence.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <span>
 
 namespace OvxUtils {

@@ -7,6 +7,8 @@
 /// without conversion; elsewhere it is char16_t.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <compare>

@@ -2,6 +2,8 @@
 /// OvxUtils::Delegate: a callable that may be stored and run later, possibly empty.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <functional>
 
 namespace OvxUtils {

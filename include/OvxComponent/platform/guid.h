@@ -2,6 +2,8 @@
 /// OvxUtils::Guid: a 16-byte identifier laid out as a Windows GUID.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <array>

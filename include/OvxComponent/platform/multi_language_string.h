@@ -2,6 +2,8 @@
 /// MultiLanguageString: a default text with optional variants per language.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <map>

@@ -2,6 +2,8 @@
 /// OvxUtils::optional: an optional value.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <optional>
 
 namespace OvxUtils {

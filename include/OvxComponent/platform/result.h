@@ -9,6 +9,8 @@
 /// the words.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>

@@ -7,6 +7,8 @@
 /// it extern in T's header, so that every module of the process sees the same instance.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/thread_lock.h"
 
 #include <atomic>

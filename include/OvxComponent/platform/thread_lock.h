@@ -3,6 +3,8 @@
 /// its own lock; ReadLock and WriteLock hold it for a scope.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #if !defined(_WIN32)

@@ -2,6 +2,8 @@
 /// OvxUtils::Version and OvxUtils::VersionRange: dotted sequences of 32-bit numbers.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <compare>

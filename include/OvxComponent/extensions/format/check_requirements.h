@@ -2,6 +2,8 @@
 /// CheckRequirements: whether an extension's requirements fit the running host.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_requirements.h"
 #include "OvxComponent/platform/delegate.h"
 

@@ -2,6 +2,8 @@
 /// ExtensionAppSupport: the host applications that an extension may require.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>

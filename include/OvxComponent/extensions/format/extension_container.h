@@ -3,6 +3,8 @@
 /// open) stands for failure.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/zip_container_subtype.h"
 #include "OvxComponent/extensions/format/extension_container_class.h"
 #include "OvxComponent/extensions/format/extension_container_info.h"

@@ -3,6 +3,8 @@
 /// package and how to make its ExtensionContainerInfo. Stateless; copy it freely.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/subtype_class.h"
 #include "OvxComponent/platform/ovx_export.h"
 

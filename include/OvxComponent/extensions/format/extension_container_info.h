@@ -13,6 +13,8 @@
 /// package. Neither reports a message: false is the whole answer.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/subtype_info.h"
 #include "OvxComponent/extensions/format/extension_data.h"
 #include "OvxComponent/platform/array_view.h"

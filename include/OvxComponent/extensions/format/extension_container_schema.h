@@ -5,6 +5,8 @@
 /// extension's own metadata properties.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/container/xml_names.h"
 
 namespace OvxComponent {

@@ -2,6 +2,8 @@
 /// ExtensionData: everything that an extension package says about its extension.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_entry_point.h"
 #include "OvxComponent/extensions/format/extension_requirements.h"
 #include "OvxComponent/platform/guid.h"

@@ -2,6 +2,8 @@
 /// ExtensionEntryPoint: one way in which a host reaches into an extension.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_entry_point_type.h"
 #include "OvxComponent/platform/multi_language_string.h"
 

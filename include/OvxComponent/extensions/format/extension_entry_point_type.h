@@ -2,6 +2,8 @@
 /// ExtensionEntryPointType: how a host reaches an entry point of an extension.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>

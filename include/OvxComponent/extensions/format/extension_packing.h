@@ -3,6 +3,8 @@
 /// extension. Both packing functions report failure only through an empty handle.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_container.h"
 #include "OvxComponent/extensions/format/extension_data.h"
 #include "OvxComponent/platform/array_view.h"

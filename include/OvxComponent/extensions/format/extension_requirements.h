@@ -2,6 +2,8 @@
 /// ExtensionRequirements: what a host must offer before an extension may load.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_app_support.h"
 #include "OvxComponent/extensions/format/runtime_bits.h"
 #include "OvxComponent/platform/version.h"

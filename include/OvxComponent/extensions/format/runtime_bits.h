@@ -2,6 +2,8 @@
 /// OvxUtils::runtime_bits: the word size of a process, as platform requirements name it.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <cstdint>

@@ -4,6 +4,8 @@
 /// manager, which holds it only weakly, and called on the host's main thread.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/loading/extension_state.h"
 #include "OvxComponent/extensions/loading/unload_result.h"
 #include "OvxComponent/platform/guid.h"

@@ -4,6 +4,8 @@
 /// std::shared_ptr<IExtensionState>, on the host's main thread.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_data.h"
 
 namespace OvxComponent {

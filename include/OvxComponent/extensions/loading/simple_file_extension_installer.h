@@ -8,6 +8,8 @@
 /// request to a loaded extension. Nothing is logged here; the manager logs.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/loading/extension_installer.h"
 
 #include <functional>

@@ -8,6 +8,8 @@
 /// add-on names, nothing counts.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/array_view.h"
 #include "OvxComponent/platform/cstring.h"
 

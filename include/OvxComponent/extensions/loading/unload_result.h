@@ -2,6 +2,8 @@
 /// UnloadResult: an installer's answer to an unload.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include <cstdint>
 
 namespace OvxComponent {

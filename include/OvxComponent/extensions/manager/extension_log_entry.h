@@ -2,6 +2,8 @@
 /// ExtensionLogLevel and ExtensionLogEntry: one line of the extension manager's log.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/guid.h"
 

@@ -8,6 +8,8 @@
 /// log lines, never exceptions.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/extensions/format/extension_app_support.h"
 #include "OvxComponent/extensions/loading/extension_installer.h"
 #include "OvxComponent/extensions/loading/ui_resource_files.h"

@@ -8,6 +8,8 @@
 /// the format and the trust model.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 
 #include <string>

@@ -2,6 +2,8 @@
 /// NamedOutStream: an output stream together with what to call it in messages.
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/stream/stream.h"
 

@@ -3,6 +3,8 @@
 /// and hand it over as std::shared_ptr<Stream>; a null pointer means "no stream".
 #pragma once
 
+#include "OvxComponent/platform/cxx_standard.h"
+
 #include "OvxComponent/platform/ovx_export.h"
 
 #include <cstddef>
