@@ -10,12 +10,14 @@
 #   runtime        the shared library                                   libovxcomponent18
 #   development    headers, link, CMake and pkg-config files, reference libovxcomponent-dev
 #   tool           ovxext with its manual page and bash completion      ovxext
+#   documentation  the API reference (Linux; with doc-base registration) libovxcomponent-doc
 #   *-debug        the debug information of the runtime and the tool    <package>-dbgsym
 # On Windows every component goes into the one .zip.
 
 set(OVX_RUNTIME_PACKAGE libovxcomponent${PROJECT_VERSION_MAJOR})
 set(OVX_DEVELOPMENT_PACKAGE libovxcomponent-dev)
 set(OVX_TOOL_PACKAGE ovxext)
+set(OVX_DOCUMENTATION_PACKAGE libovxcomponent-doc)
 
 include(CMakePackageConfigHelpers)
 
@@ -46,12 +48,30 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/OvxComponentConfigVersion
 install(FILES ${PROJECT_BINARY_DIR}/OvxComponentConfig.cmake ${PROJECT_BINARY_DIR}/OvxComponentConfigVersion.cmake
   DESTINATION ${OVX_INSTALL_CMAKEDIR} COMPONENT development)
 
-# Relocatable: the prefix is found from where the .pc file lies. The C++ headers need
-# -std=c++20 (or later), which a .pc file cannot ask of C++ only.
-file(RELATIVE_PATH OVX_PC_PREFIX_FROM_PCDIR /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(${PROJECT_SOURCE_DIR}/cmake/OvxComponent.pc.in ${PROJECT_BINARY_DIR}/OvxComponent.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/OvxComponent.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+# The pkg-config file. The C++ headers need -std=c++20 (or later), which a .pc file cannot
+# ask of C++ only; the headers say so themselves. On Linux it names the prefix the files
+# are installed to (written at install time, so "cmake --install --prefix" and the
+# packages get their own), and pkg-config recognises /usr's folders as the system's; an
+# SDK unpacked elsewhere asks "pkg-config --define-prefix". The Windows .zip is always
+# unpacked elsewhere: its prefix is found from where the .pc file lies.
+set(pc_file ${PROJECT_BINARY_DIR}/OvxComponent.pc)
+set(pc_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+if(WIN32)
+  set(OVX_PC_DESCRIPTION "${PROJECT_DESCRIPTION}")
+  file(RELATIVE_PATH prefix_from_pc_folder /prefix/${pc_folder} /prefix)
+  set(OVX_PC_PREFIX "\${pcfiledir}/${prefix_from_pc_folder}")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/OvxComponent.pc.in ${pc_file} @ONLY)
+  install(FILES ${pc_file} DESTINATION ${pc_folder} COMPONENT development)
+else()
+  set(OVX_PC_DESCRIPTION "Extension manager and package format for desktop hosts")
+  set(OVX_PC_PREFIX "@OVX_INSTALLED_PREFIX@")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/OvxComponent.pc.in ${pc_file}.in @ONLY)
+  install(CODE "
+    set(OVX_INSTALLED_PREFIX \"\${CMAKE_INSTALL_PREFIX}\")
+    set(pc_file \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${pc_folder}/OvxComponent.pc\")
+    message(STATUS \"Installing: \${pc_file}\")
+    configure_file(\"${pc_file}.in\" \"\${pc_file}\" @ONLY)" COMPONENT development)
+endif()
 
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/OvxComponent.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
@@ -71,22 +91,25 @@ if(OVX_MINGW_RUNTIME_DLLS)
   install(FILES ${OVX_MINGW_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()
 
-# Licence, notices and changes. The copyright file holds the licence, the third-party
-# notices and the full copyright file of each library that the binaries contain, as its
-# Debian package states it. On Linux each package has its own documentation folder, as
-# Debian wants it, with the changelog in Debian's format; on Windows there is one.
+# Licence, notices and changes. On Linux each package has its own documentation folder, as
+# Debian wants it: the copyright file in Debian's machine-readable format, the Debian
+# changelog and the upstream one. On Windows there is one folder, with the licence, the
+# notices and the copyright files of the libraries the .zip contains.
 include(OvxReleaseNotes)
+set(documented_components runtime development)
+if(TARGET ovxext)
+  list(APPEND documented_components tool)
+endif()
+if(OVX_BUILD_DOCS)
+  list(APPEND documented_components documentation)
+endif()
 if(WIN32)
   install(FILES ${OVX_COPYRIGHT_FILE} ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
     ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 else()
-  set(documented_components runtime development)
-  if(TARGET ovxext)
-    list(APPEND documented_components tool)
-  endif()
   foreach(component IN LISTS documented_components)
     string(TOUPPER ${component} upper)
-    install(FILES ${OVX_COPYRIGHT_FILE} ${OVX_DEBIAN_CHANGELOG}
+    install(FILES ${OVX_COPYRIGHT_FILE} ${OVX_DEBIAN_CHANGELOG} ${OVX_UPSTREAM_CHANGELOG}
       DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_${upper}_PACKAGE} COMPONENT ${component})
     set(overrides ${PROJECT_SOURCE_DIR}/packaging/debian/${OVX_${upper}_PACKAGE}.lintian-overrides)
     if(EXISTS ${overrides})
@@ -96,13 +119,25 @@ else()
   endforeach()
 endif()
 
-# The API reference (target docs), with the development files.
+# The API reference (target docs). On Windows it goes into the .zip. On Linux it is the
+# architecture-independent documentation package: its jquery.js is a link to Debian's
+# libjs-jquery, and doc-base registers it with the system's documentation browsers.
 if(OVX_BUILD_DOCS)
-  set(reference_folder ${CMAKE_INSTALL_DOCDIR})
-  if(NOT WIN32)
-    set(reference_folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_DEVELOPMENT_PACKAGE})
+  if(WIN32)
+    install(DIRECTORY ${OVX_API_REFERENCE_HTML} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+  else()
+    set(reference_folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_DOCUMENTATION_PACKAGE}/html)
+    install(DIRECTORY ${OVX_API_REFERENCE_HTML}/ DESTINATION ${reference_folder} COMPONENT documentation
+      PATTERN jquery.js EXCLUDE)
+    install(CODE "
+      set(link \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${reference_folder}/jquery.js\")
+      message(STATUS \"Installing: \${link} -> Debian's libjs-jquery\")
+      file(CREATE_LINK ../../../javascript/jquery/jquery.js \"\${link}\" SYMBOLIC)" COMPONENT documentation)
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/debian/doc-base.in
+      ${PROJECT_BINARY_DIR}/doc-base/${OVX_DOCUMENTATION_PACKAGE} @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/doc-base/${OVX_DOCUMENTATION_PACKAGE}
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc-base COMPONENT documentation)
   endif()
-  install(DIRECTORY ${OVX_API_REFERENCE_HTML} DESTINATION ${reference_folder} COMPONENT development)
 endif()
 
 # Installed binaries are stripped. On Windows their debug information goes into a .debug
@@ -140,9 +175,19 @@ if(CMAKE_BUILD_TYPE MATCHES "Deb" AND CMAKE_OBJCOPY AND CMAKE_STRIP)
         set(OVX_DEBUG_STEP extract-by-build-id)
         set(OVX_DEBUG_FOLDER \"lib/debug\")
         include(\"${PROJECT_SOURCE_DIR}/cmake/OvxSplitDebugInfo.cmake\")" COMPONENT ${component}-debug)
+      # As in Debian's debug packages, whose only other file is their documentation
+      # folder: a link to that of the package they describe, on which they depend.
       string(TOUPPER ${component} upper)
-      install(FILES ${OVX_COPYRIGHT_FILE} ${OVX_DEBIAN_CHANGELOG}
-        DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_${upper}_PACKAGE}-dbgsym COMPONENT ${component}-debug)
+      set(package ${OVX_${upper}_PACKAGE})
+      install(CODE "
+        set(link \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}-dbgsym\")
+        message(STATUS \"Installing: \${link} -> ${package}\")
+        if(IS_DIRECTORY \"\${link}\" AND NOT IS_SYMLINK \"\${link}\")
+          file(REMOVE_RECURSE \"\${link}\")  # the folder that earlier releases installed
+        endif()
+        get_filename_component(folder \"\${link}\" DIRECTORY)
+        file(MAKE_DIRECTORY \"\${folder}\")
+        file(CREATE_LINK ${package} \"\${link}\" SYMBOLIC)" COMPONENT ${component}-debug)
       list(APPEND OVX_DEBUG_COMPONENTS ${component}-debug)
     endif()
   endforeach()

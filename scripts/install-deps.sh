@@ -9,7 +9,7 @@ linux_packages=(
   cmake ninja-build g++ clang-14 libclang-rt-14-dev llvm-14 pkg-config git ca-certificates
   libzip-dev zipcmp zipmerge ziptool zlib1g-dev libpugixml-dev googletest libbenchmark-dev unicode-data
   zip unzip libarchive-tools python3 nlohmann-json3-dev abigail-tools dpkg-dev file
-  libsodium-dev minisign lintian doxygen man-db
+  libsodium-dev minisign lintian doxygen man-db libjs-jquery python3-debian
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev dpkg-dev

@@ -1,11 +1,14 @@
 #!/usr/bin/env python3
 """Writes CHANGELOG.md as a Debian changelog, compressed as Debian packages carry it.
 
-Each "## VERSION (...)" section becomes one entry; each bullet of it one "*" item, with
-its subsection ("### Added") in front, wrapped at 78 columns. Every entry carries the
-same trailer date (the release's), since CHANGELOG.md keeps none that Debian could read.
+Each "## VERSION (...)" section becomes one entry, versioned VERSION-REVISION; each bullet
+of it one "*" item, with its subsection ("### Added") in front, wrapped at 78 columns.
+Every entry carries the same trailer date (the release's), since CHANGELOG.md keeps none
+that Debian could read. With --upstream, CHANGELOG.md itself is written compressed too,
+as the upstream changelog that Debian keeps beside its own.
 
-Usage: changelog.py CHANGELOG.md OUTPUT.gz --source NAME --date RFC2822 --maintainer WHO
+Usage: changelog.py CHANGELOG.md OUTPUT.gz [--upstream UPSTREAM.gz] --source NAME
+                    --revision N --date RFC2822 --maintainer WHO
 """
 
 import argparse
@@ -37,27 +40,36 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("changelog")
     parser.add_argument("output")
+    parser.add_argument("--upstream")
+    parser.add_argument("--revision", default="1")
     parser.add_argument("--source", required=True)
     parser.add_argument("--date", required=True)
     parser.add_argument("--maintainer", required=True)
     arguments = parser.parse_args()
 
     with open(arguments.changelog, encoding="utf-8") as source:
-        sections = list(entries(source.read()))
+        markdown = source.read()
+    sections = list(entries(markdown))
     if not sections:
         sys.exit(f"changelog.py: {arguments.changelog} has no '## VERSION' section")
 
     out = []
     for version, items in sections:
-        out.append(f"{arguments.source} ({version}) unstable; urgency=medium\n\n")
+        out.append(f"{arguments.source} ({version}-{arguments.revision}) unstable; urgency=medium\n\n")
         for subsection, text in items or [("", "Release " + version + ".")]:
             text = f"{subsection}: {text}" if subsection else text
             out.append(textwrap.fill(text, width=78, initial_indent="  * ", subsequent_indent="    ",
                                      break_on_hyphens=False) + "\n")
         out.append(f"\n -- {arguments.maintainer}  {arguments.date}\n\n")
-    data = "".join(out).rstrip("\n").encode("utf-8") + b"\n"
-    with open(arguments.output, "wb") as output:
-        output.write(gzip.compress(data, compresslevel=9, mtime=0))
+    write_compressed(arguments.output, "".join(out).rstrip("\n") + "\n")
+    if arguments.upstream:
+        write_compressed(arguments.upstream, markdown)
+
+
+def write_compressed(path, text):
+    """Writes text gzip-compressed as Debian wants it: best compression, no name or time."""
+    with open(path, "wb") as output:
+        output.write(gzip.compress(text.encode("utf-8"), compresslevel=9, mtime=0))
 
 
 if __name__ == "__main__":
