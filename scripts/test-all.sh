@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and tests everything on both platforms: natively on Linux, and as the Windows
 # x64 DLL under Wine; then checks each platform's SDK as hosts use it
-# (scripts/sdk-check.sh). Installs what the machine lacks first. Exits non-zero when any
+# (scripts/sdk-check.sh), and that its release packages are reproducible
+# (scripts/reproducible-check.sh). Installs what the machine lacks first. Exits non-zero when any
 # step of either platform (or the fuzz smoke run) fails; both platforms run either way.
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -20,7 +21,8 @@ linux() {
   run linux cmake --preset linux &&
     run linux cmake --build --preset linux &&
     run linux ctest --preset linux &&
-    run linux scripts/sdk-check.sh linux
+    run linux scripts/sdk-check.sh linux &&
+    run linux scripts/reproducible-check.sh linux
 }
 
 # A short run of every fuzzer (about a minute in all), after the Linux tests.
@@ -33,7 +35,8 @@ windows() {
     run windows cmake --preset windows &&
     run windows cmake --build --preset windows &&
     run windows ctest --preset windows &&
-    run windows scripts/sdk-check.sh windows
+    run windows scripts/sdk-check.sh windows &&
+    run windows scripts/reproducible-check.sh windows
   # The wine.stop fixture ends the wineserver; make sure of it even after a failure.
   WINEPREFIX="$PWD/build/windows/wineprefix" wineserver -k 2>/dev/null || true
 }

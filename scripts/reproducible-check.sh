@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# Checks that the release packages are reproducible: the same sources, built again in
+# another folder, give byte-identical packages. Needs the packages of the first build:
+#   linux    build/linux-sdk/packages (*.deb, *.tar.gz), as scripts/sdk-check.sh linux makes them
+#   windows  build/windows/packages (*.zip), as scripts/sdk-check.sh windows makes them
+# The second build is of a copy of this tree (the files Git knows or would add, and its
+# history, so that the date of the last commit is the same) in a folder of another name;
+# SOURCE_DATE_EPOCH is left to the build, as a user's build leaves it. On a difference,
+# the differing members are named.
+#
+# Usage: scripts/reproducible-check.sh linux|windows
+set -euo pipefail
+cd "$(dirname "$0")/.."
+source_dir=$PWD
+platform=${1:?usage: scripts/reproducible-check.sh linux|windows}
+fail() { echo "FAILED: $*" >&2; exit 1; }
+unset SOURCE_DATE_EPOCH
+
+case $platform in
+linux)
+  first=build/linux-sdk
+  preset=linux-sdk
+  patterns=('*.deb' '*.tar.gz')
+  settings=()
+  ;;
+windows)
+  first=build/windows
+  preset=windows
+  patterns=('*.zip')
+  # The .zip holds no test: the second build makes only what it holds.
+  settings=(-DOVX_BUILD_TESTS=OFF -DOVX_BUILD_BENCHMARKS=OFF -DCMAKE_PREFIX_PATH="$source_dir/build/windows-deps/prefix")
+  ;;
+*) fail "unknown platform $platform" ;;
+esac
+mapfile -t firsts < <(for pattern in "${patterns[@]}"; do find "$first/packages" -maxdepth 1 -name "$pattern"; done | sort)
+((${#firsts[@]})) || fail "no package in $first/packages: run scripts/sdk-check.sh $platform first"
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/ovx-again.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+copy=$work/another-folder
+mkdir -p "$copy"
+git ls-files -z --cached --others --exclude-standard | tar --null -T - -cf - | tar -xf - -C "$copy"
+cp -a .git "$copy/.git"
+
+echo "== $platform: the same sources built again in $copy"
+(cd "$copy" && cmake --preset $preset "${settings[@]}" && cmake --build --preset $preset &&
+  cd build/$preset && cpack) >"$work/build.log" 2>&1 || { tail -40 "$work/build.log"; fail "the second build"; }
+
+different=0
+for package in "${firsts[@]}"; do
+  name=$(basename "$package")
+  again=$copy/build/$preset/packages/$name
+  [[ -f $again ]] || fail "the second build made no $name"
+  if cmp -s "$package" "$again"; then
+    echo "   $name: identical ($(sha256sum <"$package" | cut -c1-16))"
+    continue
+  fi
+  different=1
+  echo "   $name: DIFFERENT" >&2
+  case $name in
+  *.deb)
+    dpkg-deb --raw-extract "$package" "$work/first" && dpkg-deb --raw-extract "$again" "$work/again"
+    diff -rq --no-dereference "$work/first" "$work/again" >&2 || true
+    diff <(dpkg-deb -c "$package") <(dpkg-deb -c "$again") >&2 || true
+    rm -rf "$work/first" "$work/again"
+    ;;
+  *) diff <(unzip -lv "$package" 2>/dev/null || tar -tvzf "$package") <(unzip -lv "$again" 2>/dev/null || tar -tvzf "$again") >&2 || true ;;
+  esac
+done
+((different == 0)) || fail "the packages of two builds of the same sources differ"
+echo "The $platform packages are reproducible."
