@@ -108,7 +108,7 @@ PY
 # The build used Debian's build flags.
 if [[ -f $build/build.ninja ]]; then
   commands=$(ninja -C "$build" -t commands OvxComponent)
-  for flag in $(cd . && dpkg-buildflags --get CPPFLAGS) $(dpkg-buildflags --get CXXFLAGS) $(dpkg-buildflags --get LDFLAGS); do
+  for flag in $(dpkg-buildflags --get CPPFLAGS) $(dpkg-buildflags --get CXXFLAGS) $(dpkg-buildflags --get LDFLAGS); do
     grep -qF -- "$flag" <<<"$commands" || fail "the build did not use Debian's build flag $flag"
   done
   echo "   built with Debian's build flags"
