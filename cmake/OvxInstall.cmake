@@ -96,18 +96,19 @@ endif()
 # changelog and the upstream one. On Windows there is one folder, with the licence, the
 # notices and the copyright files of the libraries the .zip contains.
 include(OvxReleaseNotes)
-set(documented_components runtime development)
+# The components that become packages of their own (the debug components follow below).
+set(OVX_PACKAGE_COMPONENTS runtime development)
 if(TARGET ovxext)
-  list(APPEND documented_components tool)
+  list(APPEND OVX_PACKAGE_COMPONENTS tool)
 endif()
 if(OVX_BUILD_DOCS)
-  list(APPEND documented_components documentation)
+  list(APPEND OVX_PACKAGE_COMPONENTS documentation)
 endif()
 if(WIN32)
   install(FILES ${OVX_COPYRIGHT_FILE} ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
     ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 else()
-  foreach(component IN LISTS documented_components)
+  foreach(component IN LISTS OVX_PACKAGE_COMPONENTS)
     string(TOUPPER ${component} upper)
     install(FILES ${OVX_COPYRIGHT_FILE} ${OVX_DEBIAN_CHANGELOG} ${OVX_UPSTREAM_CHANGELOG}
       DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${OVX_${upper}_PACKAGE} COMPONENT ${component})

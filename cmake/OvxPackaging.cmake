@@ -42,14 +42,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL OFF)  # the .tar.gz holds every component
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development)
-if(TARGET ovxext)
-  list(APPEND CPACK_COMPONENTS_ALL tool)
-endif()
-if(OVX_BUILD_DOCS)
-  list(APPEND CPACK_COMPONENTS_ALL documentation)
-endif()
-list(APPEND CPACK_COMPONENTS_ALL ${OVX_DEBUG_COMPONENTS})
+set(CPACK_COMPONENTS_ALL ${OVX_PACKAGE_COMPONENTS} ${OVX_DEBUG_COMPONENTS})
 
 if(NOT CMAKE_INSTALL_LIBDIR MATCHES "^lib/.+-linux-gnu")
   message(WARNING "The Debian packages want the multiarch library folder; configure with "
