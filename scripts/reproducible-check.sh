@@ -11,7 +11,6 @@
 # Usage: scripts/reproducible-check.sh linux|windows
 set -euo pipefail
 cd "$(dirname "$0")/.."
-source_dir=$PWD
 platform=${1:?usage: scripts/reproducible-check.sh linux|windows}
 fail() { echo "FAILED: $*" >&2; exit 1; }
 unset SOURCE_DATE_EPOCH
@@ -27,8 +26,10 @@ windows)
   first=build/windows
   preset=windows
   patterns=('*.zip')
-  # The .zip holds no test: the second build makes only what it holds.
-  settings=(-DOVX_BUILD_TESTS=OFF -DOVX_BUILD_BENCHMARKS=OFF -DCMAKE_PREFIX_PATH="$source_dir/build/windows-deps/prefix")
+  # The .zip holds no test: the second build makes only what it holds. It takes the
+  # same cross-built libraries, copied to where its preset looks for them (a path
+  # outside its tree would reach the debug information unmapped).
+  settings=(-DOVX_BUILD_TESTS=OFF -DOVX_BUILD_BENCHMARKS=OFF)
   ;;
 *) fail "unknown platform $platform" ;;
 esac
@@ -41,6 +42,10 @@ copy=$work/another-folder
 mkdir -p "$copy"
 git ls-files -z --cached --others --exclude-standard | tar --null -T - -cf - | tar -xf - -C "$copy"
 cp -a .git "$copy/.git"
+if [[ $platform == windows ]]; then
+  mkdir -p "$copy/build/windows-deps"
+  cp -a build/windows-deps/prefix "$copy/build/windows-deps/prefix"
+fi
 
 echo "== $platform: the same sources built again in $copy"
 (cd "$copy" && cmake --preset $preset "${settings[@]}" && cmake --build --preset $preset &&
