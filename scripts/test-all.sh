@@ -5,7 +5,7 @@
 # (scripts/reproducible-check.sh). Installs what the machine lacks first. Exits non-zero when any
 # step of either platform (or the fuzz smoke run) fails; both platforms run either way.
 set -uo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "$0")/.." || exit 1
 
 scripts/install-deps.sh || exit 1
 
