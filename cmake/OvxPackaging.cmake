@@ -18,12 +18,10 @@ set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_OUTPUT_FILE_PREFIX "${PROJECT_BINARY_DIR}/packages")
 set(CPACK_STRIP_FILES OFF)  # the install rules strip, and keep the debug information
-if(DEFINED OVX_SOURCE_DATE_EPOCH)
-  set(CPACK_OVX_SOURCE_DATE_EPOCH ${OVX_SOURCE_DATE_EPOCH})
-  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/CPackSourceDate.cmake
-    CONTENT "set(ENV{SOURCE_DATE_EPOCH} \"\${CPACK_OVX_SOURCE_DATE_EPOCH}\")\n")
-  set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/CPackSourceDate.cmake)
-endif()
+set(CPACK_OVX_SOURCE_DATE_EPOCH ${OVX_SOURCE_DATE_EPOCH})
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/CPackSourceDate.cmake
+  CONTENT "set(ENV{SOURCE_DATE_EPOCH} \"\${CPACK_OVX_SOURCE_DATE_EPOCH}\")\n")
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/CPackSourceDate.cmake)
 
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
@@ -132,8 +130,10 @@ foreach(component IN LISTS OVX_DEBUG_COMPONENTS)
     "debuggers find by their build IDs below /usr/lib/debug/.build-id.")
 endforeach()
 
-# Multi-Arch: the library and its development files install beside those of other
-# architectures; the tool and the reference serve any architecture.
+# What CPack cannot write, finish_packages.py does after it: Multi-Arch (the library and
+# its development files install beside those of other architectures; the tool and the
+# reference serve any architecture), the debug packages' fields, the symbols file, and
+# every file time at the source date.
 set(CPACK_OVX_FINISH_COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/packaging/debian/finish_packages.py
   --epoch ${OVX_SOURCE_DATE_EPOCH}
   --multi-arch ${OVX_RUNTIME_PACKAGE}=same --multi-arch ${OVX_DEVELOPMENT_PACKAGE}=same

@@ -2,11 +2,12 @@
 # are built: the release packages of two builds of one commit are identical.
 #
 # OVX_SOURCE_DATE_EPOCH is the one date that generated files carry (the manual page, the
-# changelog, the API reference, the times inside the archives): SOURCE_DATE_EPOCH when the
-# builder sets it, as distributions do; otherwise the time of the last commit; in a source
-# tree without Git, the modification time of CHANGELOG.md. It is put back into this
-# process's environment, so that everything run at configure time sees it; the build
-# steps and CPack are handed it explicitly (OvxApiReference.cmake, OvxPackaging.cmake).
+# changelog, the times inside the archives and the time stamps of the Windows binaries):
+# SOURCE_DATE_EPOCH when the builder sets it, as distributions do; otherwise the time of
+# the last commit; in a source tree without Git, the modification time of CHANGELOG.md.
+# It is put back into this process's environment, so that everything run at configure
+# time sees it; CPack, and the install steps it runs, are handed it (OvxPackaging.cmake).
+# The API reference carries no date at all (HTML_TIMESTAMP is off).
 
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   set(OVX_SOURCE_DATE_EPOCH "$ENV{SOURCE_DATE_EPOCH}")
