@@ -2,9 +2,12 @@
 #include "bench_extensions.h"
 
 #include "OvxComponent/extensions/format/extension_packing.h"
+#include "platform/stream/file_stream.h"
 #include "platform/stream/memory_stream.h"
 
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <unistd.h>
 
 namespace OvxBench {
@@ -20,12 +23,45 @@ ScratchFolder::~ScratchFolder() {
     fs::remove_all(m_path, ignored);
 }
 
-std::shared_ptr<ExtensionManagerImpl> MakeBenchManager(const fs::path& root, Trust::TrustStore trust) {
+std::shared_ptr<ExtensionManagerImpl> MakeBenchManager(const fs::path& root, Trust::TrustStore trust, bool fileLog) {
     fs::create_directories(root);
     auto apps = [](ExtensionAppSupport) { return true; };
-    return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {},
-                                      {u"bench", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()},
+    OvxUtils::NamedOutStream log{u"bench", std::nullopt, nullptr};
+    if (!fileLog) log.stream = std::make_shared<OvxUtils::MemoryStream>();
+    return ExtensionManagerImpl::Make(CString::FromUtf8(root.string()), {}, nullptr, nullptr, apps, {}, std::move(log),
                                       std::move(trust));
+}
+
+std::vector<std::string> LogLinesOf(const fs::path& log, std::uintmax_t from) {
+    std::ifstream file(log, std::ios::binary);
+    file.seekg(static_cast<std::streamoff>(from));
+    const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    constexpr std::string_view kLineEnd("\r\0\n\0", 4);
+    std::vector<std::string> lines;
+    for (std::size_t start = 0; start < bytes.size();) {
+        std::size_t end = bytes.find(kLineEnd, start);
+        while (end != std::string::npos && end % 2 != start % 2) end = bytes.find(kLineEnd, end + 1);
+        end = end == std::string::npos ? bytes.size() : end + kLineEnd.size();
+        lines.push_back(bytes.substr(start, end - start));
+        start = end;
+    }
+    return lines;
+}
+
+void TimeLogFloor(benchmark::State& state, const std::vector<std::string>& lines, const fs::path& folder) {
+    fs::create_directories(folder);
+    const CString managerLog = CString::FromUtf8((folder / "manager.log").string());
+    const CString hostLog = CString::FromUtf8((folder / "host.log").string());
+    for (auto _ : state) {
+        const auto manager = OvxUtils::FileStream::Make(managerLog);
+        const auto host = OvxUtils::FileStream::Make(hostLog);
+        if (!manager || !host) std::abort();
+        for (const std::string& line : lines) {
+            manager->Write(line.data(), line.size());
+            host->Write(line.data(), line.size());
+        }
+    }
+    state.counters["lines"] = static_cast<double>(lines.size());
 }
 
 CString PackBenchExtension(const fs::path& package, const OvxUtils::Guid& id, const CString& type,

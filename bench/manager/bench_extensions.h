@@ -4,6 +4,8 @@
 
 #include "extensions/manager/extension_manager_impl.h"
 
+#include <benchmark/benchmark.h>
+
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -24,9 +26,19 @@ private:
     std::filesystem::path m_path;
 };
 
-// A manager over root (made if missing) that accepts every application, under trust.
+// A manager over root (made if missing) that accepts every application, under trust. Its
+// log goes to memory, or with fileLog to its own file, as in a host.
 std::shared_ptr<OvxComponent::ExtensionManagerImpl> MakeBenchManager(const std::filesystem::path& root,
-                                                                     OvxComponent::Trust::TrustStore trust = {});
+                                                                     OvxComponent::Trust::TrustStore trust = {},
+                                                                     bool fileLog = false);
+
+// The lines of a UTF-16 log file from byte offset from on, each with its line end.
+std::vector<std::string> LogLinesOf(const std::filesystem::path& log, std::uintmax_t from = 0);
+
+// The floor of what a log costs: each line written at once, with one write call, to the
+// manager's log file and once more to a host's log file. Times one writing of lines per
+// iteration.
+void TimeLogFloor(benchmark::State& state, const std::vector<std::string>& lines, const std::filesystem::path& folder);
 
 // Packs files, relative to content, as version 1.0 of the extension id of type into
 // package (its folder is made). Aborts when packing fails.
