@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Puts twelve deliberate faults into the library, one at a time, and lists the tests that
+# Puts sixteen deliberate faults into the library, one at a time, and lists the tests that
 # fail for each: a check that the tests still catch real faults after they were cut or
 # merged. Runs in a temporary worktree of HEAD, so the work tree stays as it is. The faults
 # of the Windows-only COM helpers are built with the windows preset and run under Wine
@@ -59,6 +59,15 @@ mutate "entry names with .. accepted" src/container/entry_name.cpp 's/if (segmen
 mutate "UnloadAll keeps its records" src/extensions/loading/extension_loader.cpp '/m_loadedExtensions.clear();/d'
 mutate "FinishLoading does not end the loading phase" src/extensions/manager/loading_and_tracking.cpp \
   's/    initialLoadDone = true;/    initialLoadDone = false;/'
+# The verification record's keys: each input left out must be caught.
+mutate "the verification record answers for a rewritten installed copy" src/extensions/manager/verification_record.cpp \
+  's/    if (read == m_read.end() || !(read->second.copy == identity)) return nullptr;/    if (read == m_read.end()) return nullptr;/'
+mutate "a verification record of another library version is read" src/extensions/manager/verification_record.cpp \
+  's/if (in.U32() != kLayout || in.Bytes() != libraryVersion) return std::nullopt;/if (in.U32() != kLayout || (in.Bytes(), false)) return std::nullopt;/'
+mutate "files verified before count without asking today's trust policy" src/extensions/manager/verified_install.cpp \
+  '/    if (!Trust::Vouches(\*recorded->filesVerifiedBy, m_trust)) return std::nullopt;/d'
+mutate "the host's requirements are not asked again of a recorded copy" src/extensions/manager/package_unpacker.cpp \
+  's/        info != nullptr \&\& !CheckRequirements(/        info != nullptr \&\& package.container->IsOpen() \&\& !CheckRequirements(/'
 mutate "the variant enumerator's Next skips elements" src/automation/enum_base.cpp \
   '0,/        ++m_position;/s//        m_position += 2;/' windows
 mutate "the dispatch holder's name lookup answers the wrong DISPID" src/automation/type_info.cpp \

@@ -105,8 +105,7 @@ UnloadOutcome ExtensionLoader::Unload(std::shared_ptr<IExtensionState> state, bo
 
 std::optional<std::shared_ptr<IExtensionState>> ExtensionLoader::Find(const OvxUtils::Guid& documentId) const {
     const auto found = m_loadedExtensions.find(documentId);
-    if (found == m_loadedExtensions.end() || !found->second.state || !found->second.container ||
-        !found->second.container->IsOpen()) {
+    if (found == m_loadedExtensions.end() || !found->second.state || !IsHeld(found->second)) {
         return std::nullopt;
     }
     return found->second.state;
@@ -118,7 +117,7 @@ std::vector<UnloadOutcome> ExtensionLoader::UnloadAll() {
     std::vector<UnloadOutcome> outcomes;
     const LoadedExtensions records = m_loadedExtensions;
     for (const auto& [documentId, record] : records) {
-        if (record.state && record.container && record.container->IsOpen()) {
+        if (record.state && IsHeld(record)) {
             outcomes.push_back(Unload(record.state, true));
         }
     }

@@ -43,9 +43,14 @@ inline OvxUtils::Result<const ExtensionContainerInfo*> MetadataOf(const OpenedPa
 
 struct LoadedExtension {
     std::shared_ptr<IExtensionState> state;  // null once the extension is unloaded
+    // The package the extension was loaded from: its installed copy, with the archive open
+    // or, when the verification record answered for the copy, with the record read from it.
     std::shared_ptr<ExtensionContainer> container;
     CString path;
 };
+
+// Whether the record still holds the package it was loaded from.
+inline bool IsHeld(const LoadedExtension& loaded) { return loaded.container && loaded.container->GetInfo() != nullptr; }
 
 // The manager's records of loaded extensions, by document ID. A record is never erased on
 // its own: unloading nulls its state.

@@ -42,7 +42,7 @@ bool ExtensionLog::OpenOutput() {
     return true;
 }
 
-void ExtensionLog::Output(const HistoryEntry& entry, const CString* shownName, const OvxUtils::Guid* guid) {
+void ExtensionLog::Output(const HistoryEntry& entry, const CString* shownName, const CString* shownGuid) {
     if (!OpenOutput()) return;
     const std::int64_t second = entry.time / 10'000'000 - (entry.time % 10'000'000 < 0 ? 1 : 0);
     if (second != m_stampSecond) {
@@ -66,8 +66,8 @@ void ExtensionLog::Output(const HistoryEntry& entry, const CString* shownName, c
         AppendCString(line, *shownName);
         AppendText(line, u"\" ");
     }
-    if (guid) {
-        AppendCString(line, guid->ToString());
+    if (shownGuid) {
+        AppendCString(line, *shownGuid);
         AppendText(line, u" ");
     }
     AppendCString(line, message);  // kept escaped
@@ -105,14 +105,16 @@ const CString& ExtensionLog::WriteByName(ExtensionLogLevel level, const CString&
 }
 
 const CString& ExtensionLog::WriteByGuid(ExtensionLogLevel level, const OvxUtils::Guid& guid, const CString& message) {
-    auto& history = m_byGuid[guid];
-    history.push_back({LogClockNow(), Keep(message), level});
-    Output(history.back(), nullptr, &guid);
+    const auto [found, added] = m_byGuid.try_emplace(guid);
+    GuidHistory& history = found->second;
+    if (added) history.shownGuid = guid.ToString();
+    history.entries.push_back({LogClockNow(), Keep(message), level});
+    Output(history.entries.back(), nullptr, &history.shownGuid);
     if (level == ExtensionLogLevel::Error && !m_acknowledgedGuids.contains(guid)) {
         m_failedGuids.insert(guid);
         UpdateHasFailures();
     }
-    return TextOf(history.back());
+    return TextOf(history.entries.back());
 }
 
 CString ExtensionLog::Write(const NameMessage& message, const CString& name) {
@@ -174,8 +176,8 @@ std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const CString& name) con
 std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const OvxUtils::Guid& guid) const {
     std::vector<ExtensionLogEntry> entries;
     if (const auto found = m_byGuid.find(guid); found != m_byGuid.end()) {
-        entries.reserve(found->second.size());
-        for (const HistoryEntry& entry : found->second) {
+        entries.reserve(found->second.entries.size());
+        for (const HistoryEntry& entry : found->second.entries) {
             entries.push_back({entry.level, entry.time, std::nullopt, guid, TextOf(entry)});
         }
     }

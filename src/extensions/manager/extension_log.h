@@ -97,8 +97,13 @@ private:
     // The number under which the histories keep text, escaped.
     std::uint32_t Keep(const CString& text);
     const CString& TextOf(const HistoryEntry& entry) const { return *m_texts[entry.message]; }
-    // shownName is the subject name as it is shown.
-    void Output(const HistoryEntry& entry, const CString* shownName, const OvxUtils::Guid* guid);
+    // A document ID's history, with the ID in the text form its lines show, made once.
+    struct GuidHistory {
+        std::deque<HistoryEntry> entries;
+        CString shownGuid;
+    };
+    // shownName is the subject name as it is shown, shownGuid the document ID's text.
+    void Output(const HistoryEntry& entry, const CString* shownName, const CString* shownGuid);
     void UpdateHasFailures();
 
     OvxUtils::NamedOutStream m_output;
@@ -108,7 +113,7 @@ private:
     std::vector<const CString*> m_texts;
     // A deque grows without moving what it holds.
     std::unordered_map<CString, NameHistory> m_byName;
-    std::unordered_map<OvxUtils::Guid, std::deque<HistoryEntry>> m_byGuid;
+    std::unordered_map<OvxUtils::Guid, GuidHistory> m_byGuid;
     std::unordered_map<CString, std::set<OvxUtils::Guid>> m_guidsOfName;
     std::unordered_map<OvxUtils::Guid, std::set<CString>> m_namesOfGuid;
     std::set<CString> m_failedNames;

@@ -37,7 +37,8 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       addonNames(addons.begin(), addons.end()),
       log(LogOutput(platformFolder, std::move(logStream))),
       trust(std::move(trustStore)),
-      refusedPackages(InstallLayout::RefusedPackagesFile(platformFolder)) {
+      refusedPackages(InstallLayout::RefusedPackagesFile(platformFolder)),
+      verified(platformFolder) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
     // that the log file can be written from the start. A missing data folder is left
     // alone, and a platform folder that cannot be made too: the log then lives in memory
@@ -47,6 +48,7 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
 }
 
 ExtensionManagerImpl::~ExtensionManagerImpl() {
+    verified.Save();
     if (!leftWorkBehind) sessionMarker.Delete();
 }
 
@@ -144,7 +146,7 @@ UiResourceVisitor ExtensionManagerImpl::UiResources() {
 
 PackageUnpacker ExtensionManagerImpl::Unpacker() {
     return {log,   platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind,
-            trust, refusedPackages};
+            trust, refusedPackages, verified};
 }
 
 ExtensionScanner ExtensionManagerImpl::Scanner() {
@@ -191,9 +193,15 @@ std::vector<UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoa
 
 std::vector<OpenedPackage> ExtensionManagerImpl::ScanSourceFolders() { return Scanner().ScanSourceFolders(); }
 
-void ExtensionManagerImpl::Rescan(const CString& folder) { Rescanner().Rescan(folder); }
+void ExtensionManagerImpl::Rescan(const CString& folder) {
+    Rescanner().Rescan(folder);
+    verified.Save();
+}
 
-void ExtensionManagerImpl::AutoLoad(const CString& path) { Rescanner().AutoLoad(path); }
+void ExtensionManagerImpl::AutoLoad(const CString& path) {
+    Rescanner().AutoLoad(path);
+    verified.Save();
+}
 
 UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& documentId) {
     return Rescanner().RemoveExtension(documentId);

@@ -152,6 +152,7 @@ private:
     PackageCache packageCache;
     Trust::TrustStore trust;  // off unless the host gave a policy
     RefusedPackages refusedPackages;
+    VerificationRecord verified;
 };
 
 }  // namespace OvxComponent

@@ -50,13 +50,15 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
             if (!OvxUtils::Version::TryParse(versionName)) continue;
             if (sweep && !InstallRepair::SweepFolder(m_log, versionFolder)) m_repair.leftWorkBehind = true;
             const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
-            if (!SystemIO::File::Exists(copy.installedCopy)) {
+            const auto identity = SystemIO::File::GetIdentity(copy.installedCopy);
+            if (!identity) {
                 m_log.Warning(unpackedFolder, u"File does not exist: " + copy.installedCopy);
                 verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}});
                 continue;
             }
-            // The repair needs the archive; after it, a record answers what is asked here.
-            auto installed = m_unpacker.OpenInstalled(copy.installedCopy, repair ? PackageUse::Readable : use);
+            // The thorough repair looks at every file of the archive; otherwise a record
+            // answers what is asked here.
+            auto installed = m_unpacker.OpenInstalled(copy.installedCopy, sweep ? PackageUse::Readable : use, identity);
             if (!installed) {
                 verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
                 continue;
@@ -80,8 +82,10 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
                 continue;
             }
             if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, depth)) {
+                auto extracted = InstallRepair::ReadArchive(*installed);
                 PackageExtraction extraction(*installed, m_unpacker.Mode());
-                if (auto extracted = InstallRepair::ExtractAgain(extraction, unpackedFolder); !extracted) {
+                if (extracted) extracted = InstallRepair::ExtractAgain(extraction, unpackedFolder);
+                if (!extracted) {
                     m_log.Write(kCannotExtractAgain, unpackedFolder);
                     m_log.Reason(extraction.ReasonLevel(kCannotExtractAgain.level), unpackedFolder,
                                  extracted.ErrorText());

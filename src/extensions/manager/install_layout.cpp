@@ -22,6 +22,10 @@ CString LogFile(const CString& platformFolder) { return Path::Combine(platformFo
 
 CString InstallLock(const CString& platformFolder) { return Path::Combine(platformFolder, u"orvex_extensions.lock"); }
 
+CString VerificationRecordFile(const CString& platformFolder) {
+    return Path::Combine(platformFolder, u"orvex_extensions.verified");
+}
+
 CString RefusedPackagesFile(const CString& platformFolder) {
     return Path::Combine(platformFolder, u"orvex_extensions.refused");
 }
@@ -46,7 +50,6 @@ CString InstalledCopy(const CString& versionFolder) {
 
 CString UnpackedFolder(const CString& versionFolder) { return Path::Combine(versionFolder, u"unpacked"); }
 
-CString InstallRecord(const CString& versionFolder) { return Path::Combine(versionFolder, u"install_record.txt"); }
 
 std::vector<ExistingCopy> ExistingCopies(const CString& extensionFolder) {
     std::vector<ExistingCopy> copies;

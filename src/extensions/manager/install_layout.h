@@ -6,8 +6,8 @@
 //   <platform folder>/orvex_extensions.XXXXXXXX.session   a session's marker
 //   <platform folder>/{DOCUMENT-ID}/<version>/installed_copy.OrvexExtension
 //   <platform folder>/{DOCUMENT-ID}/<version>/unpacked/...
-//   <platform folder>/{DOCUMENT-ID}/<version>/install_record.txt   what the trust policy verified
 //   <platform folder>/orvex_extensions.refused   packages the trust policy refused
+//   <platform folder>/orvex_extensions.verified  what was verified of each installed copy
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
@@ -23,11 +23,11 @@ CString PlatformFolder(const CString& dataFolder);
 CString LogFile(const CString& platformFolder);
 CString InstallLock(const CString& platformFolder);
 CString RefusedPackagesFile(const CString& platformFolder);
+CString VerificationRecordFile(const CString& platformFolder);
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
 CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
 CString InstalledCopy(const CString& versionFolder);
 CString UnpackedFolder(const CString& versionFolder);
-CString InstallRecord(const CString& versionFolder);
 
 // One version folder of an extension.
 struct ExistingCopy {

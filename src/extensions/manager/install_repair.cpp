@@ -74,6 +74,14 @@ bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& 
     return VdcContainer::HoldsExtractedFiles(installedCopy, unpackedFolder);
 }
 
+OvxUtils::Result<void> ReadArchive(OpenedPackage& installedCopy) {
+    if (installedCopy.container->IsOpen()) return {};
+    auto archive = ExtensionContainer::Open(*installedCopy.path, VdcContainer::ZipFile::OpenMode::ReadOnly);
+    if (!archive) return archive.TakeError();
+    installedCopy.container = std::make_shared<ExtensionContainer>(std::move(*archive));
+    return {};
+}
+
 OvxUtils::Result<void> ExtractAgain(PackageExtraction& installedCopy, const CString& unpackedFolder) {
     if (auto cleared = SystemIO::Folder::DeleteTree(unpackedFolder); !cleared) return cleared;
     return installedCopy.Into(unpackedFolder);

@@ -54,6 +54,9 @@ bool SweepFolder(ExtensionLog& log, const CString& folder);
 // session its presence says enough; a look at every file costs a system call per file.
 bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder, Depth depth);
 
+// Opens the archive of an installed copy that was opened from its record only.
+OvxUtils::Result<void> ReadArchive(OpenedPackage& installedCopy);
+
 // Replaces unpackedFolder by a fresh extraction of the installed copy.
 OvxUtils::Result<void> ExtractAgain(PackageExtraction& installedCopy, const CString& unpackedFolder);
 

@@ -34,7 +34,8 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
 
     std::optional<std::size_t> previousCount;
     while (true) {
-        std::vector<UnpackedCandidate> candidates = VerifyUnpacked(true);
+        // Loading needs the metadata only: the verification record answers for what did not change.
+        std::vector<UnpackedCandidate> candidates = VerifyUnpacked(true, PackageUse::RecordOnly);
         // An unusable installed copy has said why already; FinishLoading reports it.
         std::erase_if(candidates, [this](const UnpackedCandidate& candidate) {
             if (candidate.unusable) return true;
@@ -65,6 +66,7 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     }
     log.Write(kFinishedInitialLoading, manager);
     initialLoadingRunning = false;
+    verified.Save();
     NotifyFailures();
 }
 
@@ -97,6 +99,7 @@ void ExtensionManagerImpl::FinishLoading() {
         log.Associate(candidate.folder, documentId);
         if (!loadedExtensions.contains(documentId)) log.Write(kFailedToLoadFinal, documentId);
     }
+    verified.Save();
     // When tracking has begun, the source folders are scanned again now rather than at
     // their next change, so that a cleared version's package comes back at once.
     if (cleared && !trackers.empty()) {

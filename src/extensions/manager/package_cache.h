@@ -30,6 +30,11 @@ public:
     // A copy of the record read from path, when the file there, whose identity the caller
     // has just taken, is still the one it was read from; a null info otherwise.
     Record Find(const CString& path, const FileIdentity& identity);
+    // Whether Find would answer for path.
+    bool Holds(const CString& path, const FileIdentity& identity) const {
+        const auto found = m_entries.find(path);
+        return found != m_entries.end() && found->second.identity == identity;
+    }
     // Keeps what was read from path, whose identity was taken before it was read.
     void Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info,
                   Verdict trust);

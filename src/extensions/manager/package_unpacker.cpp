@@ -63,7 +63,9 @@ OpenResult PackageUnpacker::Unpack(const OpenedPackage& package, const CString& 
     }
 }
 
-OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use, const Trust::SignatureVerdict* vouched) {
+OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use,
+                                        const std::optional<FileIdentity>* takenIdentity,
+                                        const Trust::SignatureVerdict* vouched) {
     m_log.Write(kOpeningPackage, path);
     const auto cannotOpen = [&](const CString& reason, ExtensionLogLevel reasonLevel) {
         const CString text = m_log.Information(path, u"Cannot open " + path + u" as an extension");
@@ -76,7 +78,7 @@ OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use, con
     }
     // The identity is taken before anything is read: a file that changes while it is read
     // does not match it afterwards, and is read again.
-    const auto identity = SystemIO::File::GetIdentity(path);
+    const auto identity = takenIdentity != nullptr ? *takenIdentity : SystemIO::File::GetIdentity(path);
     OpenedPackage package{nullptr, path, identity ? identity->lastWrite : 0, nullptr};
     if (identity) {
         auto opened = m_packageCache.FindOpened(path, *identity);

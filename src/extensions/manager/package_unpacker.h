@@ -9,6 +9,7 @@
 #include "extensions/manager/extension_log.h"
 #include "extensions/manager/package_cache.h"
 #include "extensions/manager/refused_packages.h"
+#include "extensions/manager/verification_record.h"
 #include "extensions/trust/trust_store.h"
 
 #include <cstdint>
@@ -31,11 +32,14 @@ struct RequirementPredicates {
 
 class PackageUnpacker {
 public:
+    using FileIdentity = OvxUtils::SystemIO::File::FileIdentity;
+
     PackageUnpacker(ExtensionLog& log, const CString& platformFolder, RequirementPredicates host,
                     const LoadedExtensions& loadedExtensions, PackageCache& packageCache, bool& leftWorkBehind,
-                    const Trust::TrustStore& trust, RefusedPackages& refused)
+                    const Trust::TrustStore& trust, RefusedPackages& refused, VerificationRecord& verified)
         : m_log(log), m_platformFolder(platformFolder), m_host(host), m_loadedExtensions(loadedExtensions),
-          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind), m_trust(trust), m_refused(refused) {}
+          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind), m_trust(trust), m_refused(refused),
+          m_verified(verified) {}
 
     // With RecordOnly the container may be a record without an open archive; the log
     // lines and the requirement check are the same either way. Under a trust policy the
@@ -50,12 +54,16 @@ public:
 
     TrustMode Mode() const { return m_trust.Mode(); }
 
-    // An installed copy, opened as Open does; under a trust policy its signature is not
-    // checked again when the version folder's install record vouches for it.
+    // An installed copy, opened as Open does. When the verification record answers for the
+    // file as it is, RecordOnly reads nothing of it; under a trust policy the record answers
+    // only when its files were verified under a key that the policy trusts now, and the
+    // signature is not checked again then.
     OpenResult OpenInstalled(const CString& installedCopy, PackageUse use);
+    // The same with the copy's identity, just taken by the caller (nothing when it is missing).
+    OpenResult OpenInstalled(const CString& installedCopy, PackageUse use, const std::optional<FileIdentity>& identity);
     // Under a trust policy, whether the unpacked files of an installed package opened by
-    // OpenInstalled may be loaded: files that no record vouches for are compared with the
-    // signed digests (and the record is written when they match). Require refuses files
+    // OpenInstalled may be loaded: files that the verification record does not vouch for are
+    // compared with the signed digests (and noted there when they match). Require refuses files
     // that differ, Warn logs them as an error and lets them load.
     OvxUtils::Result<void> TrustInstall(const OpenedPackage& installed, const CString& unpackedFolder);
     // Under Require, whether the package, unchanged, was refused while it was unpacked before;
@@ -64,7 +72,9 @@ public:
 
 private:
     // Open and Unpack themselves; the public ones turn a failed allocation into a refusal.
-    OpenResult OpenChecked(const CString& path, PackageUse use, const Trust::SignatureVerdict* vouched = nullptr);
+    // identity, when given, is the file's, taken by the caller before anything was read.
+    OpenResult OpenChecked(const CString& path, PackageUse use, const std::optional<FileIdentity>* identity = nullptr,
+                           const Trust::SignatureVerdict* vouched = nullptr);
     OpenResult UnpackChecked(const OpenedPackage& package, const CString& installFolder);
     // The unpack work with the policy off: what is there is replaced, the package copied
     // and extracted into the version folder.
@@ -72,7 +82,12 @@ private:
     // The unpack work under a trust policy: the package is copied, the copy checked and
     // extracted under temporary names, and only then does it replace what was installed.
     OvxUtils::Result<void> UnpackVerified(const OpenedPackage& package, const ExtensionContainerInfo& info);
-    void WriteInstallRecord(const CString& versionFolder, const Trust::SignatureVerdict& verdict);
+    // Notes in the verification record that the unpacked files of the version folder
+    // matched the digests of verdict's signer.
+    void RememberVerifiedFiles(const CString& versionFolder, const Trust::SignatureVerdict& verdict);
+    // The verdict that recorded files verified under a key that the policy trusts now stand
+    // for; nothing when the policy is off or they do not count.
+    std::optional<Trust::SignatureVerdict> VouchedVerdict(const VerificationRecord::Entry* recorded) const;
 
     ExtensionLog& m_log;
     const CString& m_platformFolder;
@@ -82,6 +97,7 @@ private:
     bool& m_leftWorkBehind;  // set when a tree could not be deleted: the next start repairs
     const Trust::TrustStore& m_trust;
     RefusedPackages& m_refused;
+    VerificationRecord& m_verified;
 };
 
 

@@ -4,7 +4,7 @@
 
 #include "extensions/manager/install_layout.h"
 #include "extensions/manager/package_extraction.h"
-#include "extensions/trust/install_record.h"
+#include "extensions/trust/install_check.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/file_system.h"
 #include "platform/system_io/folder.h"
@@ -18,14 +18,6 @@ namespace {
 namespace SystemIO = OvxUtils::SystemIO;
 using OvxUtils::Error;
 using namespace LogMessages;
-
-// What a version folder's install record says, when it says anything.
-std::optional<Trust::InstallRecord> ReadInstallRecord(const CString& versionFolder) {
-    const CString file = InstallLayout::InstallRecord(versionFolder);
-    if (!SystemIO::File::Exists(file)) return std::nullopt;
-    auto text = SystemIO::File::ReadAllBytes(file);
-    return text ? Trust::ParseInstallRecord(*text) : std::nullopt;
-}
 
 }  // namespace
 
@@ -120,33 +112,52 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
     clearStaged();
     extraction.ReportMismatches(m_log, documentId);
     if (copy.trust->Holds() && !extraction.HasMismatches()) {
-        WriteInstallRecord(versionFolder, *copy.trust);
+        RememberVerifiedFiles(versionFolder, *copy.trust);
         m_log.Information(documentId, CString(kSignedByPrefix) +
                                           CString::FromUtf8(Minisign::KeyIdText(copy.trust->signer->keyId)));
     }
     return {};
 }
 
-void PackageUnpacker::WriteInstallRecord(const CString& versionFolder, const Trust::SignatureVerdict& verdict) {
-    const auto identity = SystemIO::File::GetIdentity(InstallLayout::InstalledCopy(versionFolder));
+void PackageUnpacker::RememberVerifiedFiles(const CString& versionFolder, const Trust::SignatureVerdict& verdict) {
+    const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
+    const auto identity = SystemIO::File::GetIdentity(installedCopy);
     const auto key = verdict.signer ? m_trust.KeyFor(verdict.signer->keyId) : OvxUtils::Error{CString()};
-    if (!identity || !key) return;
-    // Without a record the next start checks the files again: a failed write costs time only.
-    static_cast<void>(SystemIO::File::WriteAtomically(InstallLayout::InstallRecord(versionFolder),
-                                                      Trust::FormatInstallRecord({*identity, **key})));
+    if (identity && key) m_verified.RememberVerifiedFiles(installedCopy, *identity, **key);
 }
 
 OpenResult PackageUnpacker::OpenInstalled(const CString& installedCopy, PackageUse use) {
-    if (m_trust.Mode() == TrustMode::Off) return Open(installedCopy, use);
-    const CString versionFolder = SystemIO::Path::GetParentFolder(installedCopy);
-    const auto record = ReadInstallRecord(versionFolder);
-    const auto identity = record ? SystemIO::File::GetIdentity(installedCopy) : std::nullopt;
-    if (!identity || !Trust::Vouches(*record, *identity, m_trust)) return Open(installedCopy, use);
+    return OpenInstalled(installedCopy, use, SystemIO::File::GetIdentity(installedCopy));
+}
+
+OpenResult PackageUnpacker::OpenInstalled(const CString& installedCopy, PackageUse use,
+                                          const std::optional<FileIdentity>& identity) {
+    // The identity was taken before anything is read, as Open takes it: what is noted below
+    // answers for the file only as long as it stays what it was before it was read.
+    const VerificationRecord::Entry* recorded = identity ? m_verified.Find(installedCopy, *identity) : nullptr;
+    // Under a trust policy the record answers only for files verified under a key that the
+    // policy trusts now; anything else is opened and its signature checked.
+    const auto vouched = VouchedVerdict(recorded);
+    const bool answers = recorded != nullptr && recorded->info && (m_trust.Mode() == TrustMode::Off || vouched);
+    if (answers && use == PackageUse::RecordOnly && !m_packageCache.Holds(installedCopy, *identity)) {
+        m_packageCache.Remember(installedCopy, *identity, *recorded->info,
+                                vouched ? std::make_shared<const Trust::SignatureVerdict>(*vouched) : nullptr);
+    }
+    auto opened = OpenChecked(installedCopy, use, &identity, vouched ? &*vouched : nullptr);
+    if (opened && identity && (recorded == nullptr || !recorded->info)) {
+        m_verified.Remember(installedCopy, *identity, InfoOf(*opened)->Modify());
+    }
+    return opened;
+}
+
+std::optional<Trust::SignatureVerdict> PackageUnpacker::VouchedVerdict(const VerificationRecord::Entry* recorded) const {
+    if (m_trust.Mode() == TrustMode::Off || recorded == nullptr || !recorded->filesVerifiedBy) return std::nullopt;
+    if (!Trust::Vouches(*recorded->filesVerifiedBy, m_trust)) return std::nullopt;
     Trust::SignatureVerdict vouched;
     vouched.isSigned = true;
-    vouched.signer = Trust::Signer{record->key.id, {}};
+    vouched.signer = Trust::Signer{recorded->filesVerifiedBy->id, {}};
     vouched.vouchedByRecord = true;
-    return OpenChecked(installedCopy, use, &vouched);
+    return vouched;
 }
 
 OvxUtils::Result<void> PackageUnpacker::TrustInstall(const OpenedPackage& installed, const CString& unpackedFolder) {
@@ -157,15 +168,14 @@ OvxUtils::Result<void> PackageUnpacker::TrustInstall(const OpenedPackage& instal
     }
     const CString versionFolder = SystemIO::Path::GetParentFolder(unpackedFolder);
     const CString installedCopy = InstallLayout::InstalledCopy(versionFolder);
-    const auto record = ReadInstallRecord(versionFolder);
-    const auto identity = record ? SystemIO::File::GetIdentity(installedCopy) : std::nullopt;
-    if (identity && Trust::Vouches(*record, *identity, m_trust)) return {};
+    const auto identity = SystemIO::File::GetIdentity(installedCopy);
+    if (identity && VouchedVerdict(m_verified.Find(installedCopy, *identity))) return {};
 
     // Installed under another policy, by another session, or before a key was trusted: the
     // files are compared with the signed list before anything of them runs.
     const std::vector<CString> problems = Trust::CheckUnpackedFiles(unpackedFolder, verdict->digests);
     if (problems.empty()) {
-        WriteInstallRecord(versionFolder, *verdict);
+        RememberVerifiedFiles(versionFolder, *verdict);
         return {};
     }
     const NameMessage& message = m_trust.Mode() == TrustMode::Require ? kInstallNotAsSigned : kInstallNotAsSignedButWarned;

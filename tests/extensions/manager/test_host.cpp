@@ -109,9 +109,8 @@ std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std
         m_queue.push_back(std::move(work));
     };
     auto features = [](CString) { return true; };
-    auto apps = [](ExtensionAppSupport app) { return app == ExtensionAppSupport::Atlas; };
     OvxUtils::NamedOutStream output{u"test log", std::nullopt, hostStream ? stream : nullptr};
-    return ExtensionManagerImpl::Make(root, sources, dispatch, features, apps, addonNames, std::move(output),
+    return ExtensionManagerImpl::Make(root, sources, dispatch, features, runsApp, addonNames, std::move(output),
                                       std::move(trust));
 }
 

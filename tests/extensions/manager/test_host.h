@@ -8,6 +8,7 @@
 #include "support/temp_folder.h"
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -89,6 +90,10 @@ public:
     TempFolder temp;
     CString root;
     CString source;
+    // The applications the host runs as, for the managers made from now on: Atlas.
+    std::function<bool(OvxComponent::ExtensionAppSupport)> runsApp = [](OvxComponent::ExtensionAppSupport app) {
+        return app == OvxComponent::ExtensionAppSupport::Atlas;
+    };
     std::shared_ptr<OvxUtils::MemoryStream> stream = std::make_shared<OvxUtils::MemoryStream>();
 
 private:

@@ -1,10 +1,11 @@
-// InstallRecord: its text, and the check of unpacked files against signed digests.
-#include "extensions/trust/install_record.h"
+// The checks of an install: today's trust in the key that verified it, and the comparison
+// of unpacked files with signed digests.
+#include "extensions/trust/install_check.h"
 
+#include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace OvxComponent::Trust {
 
@@ -13,46 +14,14 @@ namespace {
 using OvxUtils::Quoted;
 namespace File = OvxUtils::SystemIO::File;
 
-constexpr std::string_view kHeader = "ovx-install-record 1\n";
 constexpr std::size_t kMaxNamedProblems = 10;
-
-bool ReadNumber(std::string_view& text, std::uint64_t& value) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end == text.data() || end == text.data() + text.size() || *end != ' ') return false;
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()) + 1);
-    return true;
-}
 
 }  // namespace
 
-std::string FormatInstallRecord(const InstallRecord& record) {
-    const File::FileIdentity& copy = record.copy;
-    std::string text(kHeader);
-    for (const std::uint64_t value : {copy.size, copy.lastWrite, copy.device, copy.index, copy.changeTime}) {
-        text += std::to_string(value) + ' ';
-    }
-    return text + Minisign::PublicKeyBase64(record.key) + '\n';
-}
-
-std::optional<InstallRecord> ParseInstallRecord(std::string_view text) {
-    if (!text.starts_with(kHeader) || !text.ends_with('\n')) return std::nullopt;
-    text.remove_prefix(kHeader.size());
-    text.remove_suffix(1);
-    InstallRecord record;
-    File::FileIdentity& copy = record.copy;
-    for (std::uint64_t* value : {&copy.size, &copy.lastWrite, &copy.device, &copy.index, &copy.changeTime}) {
-        if (!ReadNumber(text, *value)) return std::nullopt;
-    }
-    auto key = Minisign::ParsePublicKey(text);
-    if (!key) return std::nullopt;
-    record.key = *key;
-    return record;
-}
-
-bool Vouches(const InstallRecord& record, const File::FileIdentity& copy, const TrustStore& store) {
-    if (!(record.copy == copy)) return false;
-    const auto trusted = store.KeyFor(record.key.id);
-    return trusted && sodium_memcmp((*trusted)->key.data(), record.key.key.data(), record.key.key.size()) == 0;
+bool Vouches(const Minisign::PublicKey& filesVerifiedBy, const TrustStore& store) {
+    const auto trusted = store.KeyFor(filesVerifiedBy.id);
+    return trusted &&
+           sodium_memcmp((*trusted)->key.data(), filesVerifiedBy.key.data(), filesVerifiedBy.key.size()) == 0;
 }
 
 std::vector<CString> CheckUnpackedFiles(const CString& unpackedFolder, const std::vector<DigestLine>& digests) {

@@ -1,0 +1,224 @@
+// The verification record: a start in which nothing changed believes it; each input that
+// could change a decision, changed alone, has the decision made afresh; and a damaged
+// record costs time, nothing else. To see which, the record of an installed extension is
+// forged to give it another type: a start that believes the record loads it through the
+// installer of that type, one that decides afresh through the installer of its own.
+
+#include "OvxComponent/version.h"
+#include "extensions/manager/install_layout.h"
+#include "extensions/manager/verification_record.h"
+#include "extensions/trust/package_signing.h"
+#include "platform/system_io/file.h"
+#include "test_host.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace {
+
+using namespace OvxComponent;
+using OvxTest::TestGuid;
+namespace File = OvxUtils::SystemIO::File;
+
+const CString kForgedType = u"application/x-as-the-record-says";
+constexpr const char* kVersion = OVX_COMPONENT_VERSION_STRING;
+
+enum class Loaded { AsRecorded, AsInstalled, Not };
+
+class VerificationRecordTest : public testing::Test {
+public:  // for the rows' changes
+    void SetUp() override { ASSERT_TRUE(Minisign::StartSodium()); }
+
+    CString PlatformFolder() const { return InstallLayout::PlatformFolder(host->root); }
+    CString RecordFile() const { return InstallLayout::VerificationRecordFile(PlatformFolder()); }
+    CString InstalledCopy() const {
+        return InstallLayout::InstalledCopy(InstallLayout::VersionFolder(PlatformFolder(), TestGuid(1), {1, 0}));
+    }
+
+    // Installs a package under trust (signed by key when asked), then forges the record that
+    // the install left.
+    void InstallAndForge(Trust::TrustStore trust, bool signedPackage = false) {
+        const CString package = OvxTest::PackExtension(host->source + u"/p.OrvexExtension", {TestGuid(1)});
+        if (signedPackage) OvxTest::SignInPlace(package, key);
+        {
+            auto manager = host->MakeManager(true, {u"Test"}, std::move(trust));
+            manager->Rescan(host->source);
+        }
+        auto entries = ParseVerificationRecord(*File::ReadAllBytes(RecordFile()), kVersion);
+        ASSERT_TRUE(entries && entries->size() == 1) << "no record after the install";
+        for (auto& [path, entry] : *entries) {
+            ASSERT_TRUE(entry.info);
+            auto forged = entry.info->Modify();
+            forged->SetSubformatAsString(kForgedType);
+            entry.info = std::move(forged);
+        }
+        WriteRecord(*entries, kVersion);
+    }
+
+    void WriteRecord(const VerificationRecord::Entries& entries, std::string_view version) {
+        ASSERT_TRUE(File::WriteAllBytes(RecordFile(), FormatVerificationRecord(entries, version)));
+    }
+
+    Loaded Start(Trust::TrustStore trust = {}) {
+        auto manager = host->MakeManager(true, {u"Test"}, std::move(trust));
+        const auto own = std::make_shared<OvxTest::TestInstaller>();
+        const auto forged = std::make_shared<OvxTest::TestInstaller>();
+        auto ownRegistration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, own);
+        auto forgedRegistration = manager->RegisterInstaller({kForgedType}, forged);
+        manager->StartLoading();
+        manager->FinishLoading();
+        static_cast<void>(manager->UnloadAll());
+        if (!forged->loadedPaths.empty()) return Loaded::AsRecorded;
+        return own->loadedPaths.empty() ? Loaded::Not : Loaded::AsInstalled;
+    }
+
+    std::optional<OvxTest::TestHost> host;  // a fresh one for each row
+    Minisign::SecretKey key = Minisign::GenerateSecretKey();
+    Minisign::PublicKey trustedKey = Minisign::PublicKeyOf(key);
+};
+
+TEST_F(VerificationRecordTest, EachKeyInputChangedAloneHasTheDecisionMadeAfresh) {
+    const struct {
+        const char* what;
+        std::function<void(VerificationRecordTest&)> change;
+        Loaded expected;
+    } rows[] = {
+        {"nothing changed", [](VerificationRecordTest&) {}, Loaded::AsRecorded},
+        {"the installed copy was rewritten with the same bytes",
+         [](VerificationRecordTest& test) {
+             const std::string bytes = *File::ReadAllBytes(test.InstalledCopy());
+             OvxTest::WaitForTheChangeClockToMove(test.InstalledCopy());
+             ASSERT_TRUE(File::WriteAllBytes(test.InstalledCopy(), bytes));
+         },
+         Loaded::AsInstalled},
+        {"another version of the library wrote the record",
+         [](VerificationRecordTest& test) {
+             auto entries = ParseVerificationRecord(*File::ReadAllBytes(test.RecordFile()), kVersion);
+             ASSERT_TRUE(entries);
+             test.WriteRecord(*entries, "17.9.0.0");
+         },
+         Loaded::AsInstalled},
+        {"the host runs another application",
+         [](VerificationRecordTest& test) {
+             test.host->runsApp = [](ExtensionAppSupport app) { return app == ExtensionAppSupport::Beacon; };
+         },
+         Loaded::Not},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        host.emplace();
+        InstallAndForge({});
+        row.change(*this);
+        EXPECT_EQ(Start(), row.expected);
+    }
+}
+
+TEST_F(VerificationRecordTest, TheTrustInFilesVerifiedBeforeIsAskedOfTodaysPolicy) {
+    const Minisign::PublicKey otherKey = Minisign::PublicKeyOf(Minisign::GenerateSecretKey());
+    const auto policy = [&](std::vector<Minisign::PublicKey> keys, std::vector<std::string> revoked) {
+        TrustPolicy made{TrustMode::Require, {}, {}, std::move(revoked)};
+        for (const Minisign::PublicKey& trusted : keys) made.trustedKeys.push_back(Minisign::PublicKeyBase64(trusted));
+        auto store = Trust::TrustStore::Make(made);
+        EXPECT_TRUE(store) << store.ErrorText().ToUtf8();
+        return store ? std::move(*store) : Trust::TrustStore();
+    };
+    const struct {
+        const char* what;
+        std::function<Trust::TrustStore()> policyAtStart;
+        Loaded expected;
+    } rows[] = {
+        {"the same policy", [&] { return policy({trustedKey}, {}); }, Loaded::AsRecorded},
+        {"the signer's key revoked", [&] { return policy({trustedKey, otherKey}, {Minisign::KeyIdText(trustedKey.id)}); },
+         Loaded::Not},
+        {"another key trusted instead", [&] { return policy({otherKey}, {}); }, Loaded::Not},
+        {"the policy turned off", [] { return Trust::TrustStore(); }, Loaded::AsRecorded},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        host.emplace();
+        InstallAndForge(policy({trustedKey}, {}), true);
+        EXPECT_EQ(Start(row.policyAtStart()), row.expected);
+    }
+}
+
+TEST_F(VerificationRecordTest, ADamagedRecordCostsTimeOnlyAndIsWrittenAgain) {
+    const struct {
+        const char* what;
+        std::function<std::string(const std::string&)> damage;
+    } rows[] = {
+        {"cut in half", [](const std::string& bytes) { return bytes.substr(0, bytes.size() / 2); }},
+        {"one byte changed",
+         [](const std::string& bytes) {
+             std::string changed = bytes;
+             changed[changed.size() / 2] ^= 0x20;
+             return changed;
+         }},
+        {"empty", [](const std::string&) { return std::string(); }},
+        {"another file in its place", [](const std::string&) { return std::string("PK\3\4 not a record at all"); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        host.emplace();
+        InstallAndForge({});
+        ASSERT_TRUE(File::WriteAllBytes(RecordFile(), row.damage(*File::ReadAllBytes(RecordFile()))));
+        EXPECT_EQ(Start(), Loaded::AsInstalled);
+        EXPECT_TRUE(ParseVerificationRecord(*File::ReadAllBytes(RecordFile()), kVersion)) << "not written again";
+    }
+}
+
+TEST(VerificationRecordBytes, EveryFieldReadsBackAndNoCutOfTheBytesReads) {
+    ExtensionContainerInfo info;
+    ExtensionData& data = info.data();
+    data.requirements.AppList = {ExtensionAppSupport::Atlas, ExtensionAppSupport::Delta};
+    data.requirements.AppVersion = {OvxUtils::Version{18}, std::nullopt};
+    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
+    data.requirements.WinVersion = {std::nullopt, OvxUtils::Version{10, 0, 2}};
+    data.requirements.Features = {{u"ink", u"layers"}, {u"gpu"}};
+    data.Title = MultiLanguageString(u"Toolbox");
+    data.Title.Set(u"de", u"Werkzeugkasten \u00e4");
+    data.Description = MultiLanguageString(u"Tools \U0001F527");
+    data.DocumentID = TestGuid(7);
+    data.AuxiliaryString = u"carried";
+    data.Version = {2, 0, 11};
+    data.ExtensionType = OvxTest::kTestExtensionType;
+    data.Keywords = {MultiLanguageString(u"draw"), MultiLanguageString(u"paint")};
+    ExtensionEntryPoint entry;
+    entry.Name = MultiLanguageString(u"Open");
+    entry.Type = ExtensionEntryPointType::Menu;
+    entry.Value = u"open";
+    entry.Guid = u"{00000000-0000-0000-0000-000000000001}";
+    data.EntryPoints = {entry, ExtensionEntryPoint{}};
+    data.CreatorTool = u"ovxext";
+    data.Notes = MultiLanguageString(u"notes");
+    data.AuxiliaryInteger = -3;
+    info.SetInstanceID(TestGuid(8));
+    info.SetDerivedFrom({TestGuid(9), TestGuid(10)});
+    const VerificationRecord::FileIdentity identity{1, 2, 3, 4, 5};
+    Minisign::PublicKey signer;
+    signer.id.fill(1);
+    signer.key.fill(2);
+
+    VerificationRecord::Entries entries;
+    entries["{GUID}/2.0.11/installed_copy.OrvexExtension"] = {identity, info.Modify(), signer};
+    const std::string bytes = FormatVerificationRecord(entries, kVersion);
+    const auto read = ParseVerificationRecord(bytes, kVersion);
+    ASSERT_TRUE(read && read->size() == 1);
+    const VerificationRecord::Entry& back = read->begin()->second;
+    EXPECT_EQ(back.copy, identity);
+    ASSERT_TRUE(back.info);
+    EXPECT_EQ(back.info->data(), data);
+    EXPECT_EQ(back.info->GetInstanceID(), info.GetInstanceID());
+    EXPECT_EQ(back.info->GetDerivedFrom(), info.GetDerivedFrom());
+    ASSERT_TRUE(back.filesVerifiedBy);
+    EXPECT_EQ(back.filesVerifiedBy->id, signer.id);
+    EXPECT_EQ(back.filesVerifiedBy->key, signer.key);
+
+    for (std::size_t size = 0; size < bytes.size(); ++size) {
+        EXPECT_FALSE(ParseVerificationRecord(bytes.substr(0, size), kVersion)) << "cut at " << size;
+    }
+}
+
+}  // namespace
