@@ -51,7 +51,7 @@ mutate "missed unload (the record keeps its state)" src/extensions/loading/exten
 mutate "wrong folder for the unpacked files" src/extensions/manager/install_layout.cpp 's/u"unpacked")/u"unpack")/'
 mutate "inverted maximum of requirement ranges" src/extensions/format/check_requirements.cpp \
   's/Compare(\*range.max, running) <= 0/Compare(*range.max, running) > 0/'
-mutate "an error no longer marks its subject failed" src/extensions/manager/extension_log.cpp \
+mutate "an error no longer marks its subject failed" src/extensions/log/extension_log.cpp \
   '/m_failedNames.insert(name);/d'
 mutate "removal leaves the extension's folder" src/extensions/manager/source_rescan.cpp \
   's/if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {/if (OvxUtils::Result<void> deleted; !deleted) {/'

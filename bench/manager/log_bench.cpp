@@ -2,7 +2,7 @@
 // with its time stamp, one write call), beside plain write calls of the same UTF-16 bytes
 // to a file stream, in the same run.
 
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 #include "platform/stream/file_stream.h"
 
 #include <benchmark/benchmark.h>

@@ -1,15 +1,17 @@
 // ExtensionLoader: brings unpacked extensions into the host through their installers, and
 // unloads them.
 //
-// Works on the manager's records, installer table, flags, callbacks and log, and owns
-// nothing itself; the manager makes one for each operation.
+// A long-lived part of the manager. The records it loads into, the installer table, the
+// loading phase and the host's callbacks are the manager's members; it works on them and
+// adds no state of its own.
 #pragma once
 
-#include "OvxComponent/extensions/manager/extension_manager.h"
+#include "OvxComponent/extensions/loading/extension_installer.h"
+#include "OvxComponent/extensions/loading/host_callbacks.h"
 #include "extensions/loading/installer_registry.h"
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/loading/ui_resource_visitor.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 
 #include <optional>
 #include <set>
@@ -30,6 +32,8 @@ public:
                     LoadingPhase phase, HostFileCallbacks host)
         : m_log(log), m_installers(installers), m_loadedExtensions(loadedExtensions), m_phase(phase),
           m_files(log, loadedExtensions, host), m_uiReload(host.uiReload) {}
+    ExtensionLoader(const ExtensionLoader&) = delete;
+    ExtensionLoader& operator=(const ExtensionLoader&) = delete;
 
     // Loads when it can; nothing when the extension stays unpacked or fails.
     std::optional<LoadedExtension> TryLoad(const OpenedPackage& unpacked);
@@ -42,6 +46,9 @@ public:
     UnloadOutcome Unload(std::shared_ptr<IExtensionState> state, bool skipUiReload);
     std::optional<std::shared_ptr<IExtensionState>> Find(const OvxUtils::Guid& documentId) const;
     std::vector<UnloadOutcome> UnloadAll();
+    LoadingPhase Phase() const { return m_phase; }
+    // The host's UI modification and resource files of the loaded extensions.
+    const UiResourceVisitor& Files() const { return m_files; }
     // Unloads every extension of mimeTypes through installer, whose registration the host
     // has just released, and reloads the UI once when one of them had UI files.
     void UnloadServedBy(const std::set<CString>& mimeTypes, const IExtensionInstaller& installer);

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "OvxComponent/extensions/loading/extension_installer.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 
 #include <functional>
 #include <memory>

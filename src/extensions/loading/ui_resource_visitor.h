@@ -1,12 +1,14 @@
 // UiResourceVisitor: hands the UI modification and resource files of loaded extensions to
 // the host's callbacks, all at once or one extension's as it loads.
 //
-// Works on the manager's records, callbacks and log and owns nothing itself.
+// Part of the loader; works on the manager's records and the host's callbacks, and owns
+// nothing itself.
 #pragma once
 
-#include "OvxComponent/extensions/manager/extension_manager.h"
+#include "OvxComponent/extensions/loading/extension_installer.h"
+#include "OvxComponent/extensions/loading/host_callbacks.h"
 #include "extensions/loading/loaded_extension.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 
 #include <functional>
 #include <vector>

@@ -3,7 +3,6 @@
 #include "extensions/manager/extension_manager_impl.h"
 
 #include "extensions/manager/install_layout.h"
-#include "extensions/manager/install_repair.h"
 #include "platform/system_io/folder.h"
 
 #include <algorithm>
@@ -36,9 +35,12 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       appSupported(std::move(appSupportedCheck)),
       addonNames(addons.begin(), addons.end()),
       log(LogOutput(platformFolder, std::move(logStream))),
-      trust(std::move(trustStore)),
-      refusedPackages(InstallLayout::RefusedPackagesFile(platformFolder)),
-      verified(platformFolder) {
+      repair(log, platformFolder),
+      unpacker(log, platformFolder, {requirementText, appSupported}, loadedExtensions, repair, std::move(trustStore)),
+      loader(log, installers, loadedExtensions, {loaderActive, initialLoadDone},
+             {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag}),
+      scanner(log, sourceFolders, repair, unpacker, loader),
+      rescans(log, repair, unpacker, loader, scanner) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
     // that the log file can be written from the start. A missing data folder is left
     // alone, and a platform folder that cannot be made too: the log then lives in memory
@@ -47,10 +49,7 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
     log.OpenOutput();
 }
 
-ExtensionManagerImpl::~ExtensionManagerImpl() {
-    verified.Save();
-    if (!leftWorkBehind) sessionMarker.Delete();
-}
+ExtensionManagerImpl::~ExtensionManagerImpl() { unpacker.SaveVerified(); }
 
 std::shared_ptr<ExtensionManagerImpl> ExtensionManagerImpl::Make(
     const CString& rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sources,
@@ -136,38 +135,12 @@ void ExtensionManagerImpl::ClearFailures() { log.AcknowledgeFailures(); }
 
 std::vector<CString> ExtensionManagerImpl::GetPendingItems() const { return pendingItems; }
 
-ExtensionLoader ExtensionManagerImpl::Loader() {
-    return {log, installers, loadedExtensions, {loaderActive, initialLoadDone}, HostFiles()};
-}
-
-UiResourceVisitor ExtensionManagerImpl::UiResources() {
-    return {log, loadedExtensions, HostFiles()};
-}
-
-PackageUnpacker ExtensionManagerImpl::Unpacker() {
-    return {log,   platformFolder, {requirementText, appSupported}, loadedExtensions, packageCache, leftWorkBehind,
-            trust, refusedPackages, verified};
-}
-
-ExtensionScanner ExtensionManagerImpl::Scanner() {
-    return {log, platformFolder, sourceFolders, {installRepairDone, leftWorkBehind, sessionMarker}, Unpacker(), Loader()};
-}
-
-SourceRescan ExtensionManagerImpl::Rescanner() {
-    const LoadingPhase phase{loaderActive, initialLoadDone};
-    return {log, platformFolder, phase, leftWorkBehind, packageCache, Unpacker(), Loader(), Scanner()};
-}
-
-HostFileCallbacks ExtensionManagerImpl::HostFiles() const {
-    return {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag};
-}
-
 std::shared_ptr<const IExtensionInstaller> ExtensionManagerImpl::RegisterInstaller(
     std::set<CString> mimeTypes, std::shared_ptr<const IExtensionInstaller> installer) {
     // Releasing the registration unloads the installer's extensions, while the manager lives.
     auto onRelease = [weakManager = weak_from_this()](const std::set<CString>& types,
                                                       const std::shared_ptr<const IExtensionInstaller>& released) {
-        if (const auto self = weakManager.lock()) self->Loader().UnloadServedBy(types, *released);
+        if (const auto self = weakManager.lock()) self->loader.UnloadServedBy(types, *released);
     };
     auto registration = InstallerRegistry(installers, log).Register(mimeTypes, std::move(installer), std::move(onRelease));
     if (registration && loaderActive) {
@@ -177,61 +150,52 @@ std::shared_ptr<const IExtensionInstaller> ExtensionManagerImpl::RegisterInstall
     return registration;
 }
 
-OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) { return Unpacker().Open(path, use); }
+OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) { return unpacker.Open(path, use); }
 
 OvxUtils::Result<void> ExtensionManagerImpl::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
-    return Unpacker().ShouldUnpack(package, packageTime);
+    return unpacker.ShouldUnpack(package, packageTime);
 }
 
 OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CString& installFolder) {
-    return Unpacker().Unpack(package, installFolder);
+    return unpacker.Unpack(package, installFolder);
 }
 
-std::vector<UnpackedCandidate> ExtensionManagerImpl::VerifyUnpacked(bool skipLoaded, PackageUse use) {
-    return Scanner().VerifyUnpacked(skipLoaded, use);
-}
-
-std::vector<OpenedPackage> ExtensionManagerImpl::ScanSourceFolders() { return Scanner().ScanSourceFolders(); }
-
-void ExtensionManagerImpl::Rescan(const CString& folder) {
-    Rescanner().Rescan(folder);
-    verified.Save();
-}
+void ExtensionManagerImpl::Rescan(const CString& folder) { rescans.Rescan(folder); }
 
 void ExtensionManagerImpl::AutoLoad(const CString& path) {
-    Rescanner().AutoLoad(path);
-    verified.Save();
+    rescans.AutoLoad(path);
+    unpacker.SaveVerified();
 }
 
 UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& documentId) {
-    return Rescanner().RemoveExtension(documentId);
+    return rescans.RemoveExtension(documentId);
 }
 
 std::optional<LoadedExtension> ExtensionManagerImpl::TryLoad(const OpenedPackage& unpacked) {
-    return Loader().TryLoad(unpacked);
+    return loader.TryLoad(unpacked);
 }
 
-LoadOutcome ExtensionManagerImpl::LoadIfReady(OpenedPackage unpacked) { return Loader().LoadIfReady(std::move(unpacked)); }
+LoadOutcome ExtensionManagerImpl::LoadIfReady(OpenedPackage unpacked) { return loader.LoadIfReady(std::move(unpacked)); }
 
 OvxUtils::Result<LoadedExtension> ExtensionManagerImpl::LoadFromPath(OpenedPackage unpacked) {
-    return Loader().LoadFromPath(std::move(unpacked));
+    return loader.LoadFromPath(std::move(unpacked));
 }
 
 UnloadOutcome ExtensionManagerImpl::UnloadExtension(std::shared_ptr<IExtensionState> state, bool skipUiReload) {
-    return Loader().Unload(std::move(state), skipUiReload);
+    return loader.Unload(std::move(state), skipUiReload);
 }
 
 std::optional<std::shared_ptr<IExtensionState>> ExtensionManagerImpl::FindExtension(const OvxUtils::Guid& documentId) {
-    return Loader().Find(documentId);
+    return loader.Find(documentId);
 }
 
-std::vector<UnloadOutcome> ExtensionManagerImpl::UnloadAll() { return Loader().UnloadAll(); }
+std::vector<UnloadOutcome> ExtensionManagerImpl::UnloadAll() { return loader.UnloadAll(); }
 
 bool ExtensionManagerImpl::VisitUiModifications(UiModifier visitor) {
-    return UiResources().VisitUiModifications(visitor);
+    return loader.Files().VisitUiModifications(visitor);
 }
 
-bool ExtensionManagerImpl::VisitResources(ResourceLoader visitor) { return UiResources().VisitResources(visitor); }
+bool ExtensionManagerImpl::VisitResources(ResourceLoader visitor) { return loader.Files().VisitResources(visitor); }
 
 void ExtensionManagerImpl::SetUiHandlers(UiModifier modifier, std::function<void()> reload) {
     // Extensions loaded before the host had a modifier get their UI files now, once.

@@ -5,15 +5,18 @@
 // the tracker's thread, hold only a weak reference and hand their work to the host's
 // main-thread dispatch.
 //
-// The manager holds the state; the logic of each concern is a part that owns nothing and
-// works on the members it is given, made afresh for each operation:
+// The manager holds the state that its interface describes (the installers, the loaded
+// records, the folders, the flags, the host's callbacks and the log); the logic of each
+// concern is a long-lived part, made with the manager, that owns whatever else it keeps:
 //   extensions/loading/installer_registry    registering installers by MIME type
 //   extensions/loading/extension_loader      loading and unloading through installers
 //   extensions/loading/ui_resource_visitor   handing UI and resource files to the host
-//   extensions/manager/package_unpacker      opening, the unpack decision, unpacking
+//   extensions/manager/install_repair        the session, and repairing what a crash left
+//   extensions/manager/package_unpacker      opening, the unpack decision, unpacking; it
+//                                            owns the trust policy, the package records,
+//                                            the refusals and the verification record
 //   extensions/manager/extension_scanner     the verification scan and the source scan
 //   extensions/manager/source_rescan         rescans, auto loading and removal
-//   extensions/manager/install_repair        repairing what a crash left
 // The manager's own files compose them: extension_manager_impl.cpp (construction, the
 // small operations and the delegation to the parts) and loading_and_tracking.cpp (the
 // start-up pass, the end of loading, and the tracking of the source folders).
@@ -26,8 +29,8 @@
 #include "extensions/loading/installer_registry.h"
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/loading/ui_resource_visitor.h"
-#include "extensions/manager/extension_log.h"
-#include "extensions/manager/package_cache.h"
+#include "extensions/log/extension_log.h"
+#include "extensions/manager/install_repair.h"
 #include "extensions/manager/extension_scanner.h"
 #include "extensions/manager/package_unpacker.h"
 #include "extensions/manager/source_rescan.h"
@@ -58,7 +61,7 @@ public:
         std::function<bool(ExtensionAppSupport)> appSupported, OvxUtils::array_view<const CString> addonNames,
         OvxUtils::NamedOutStream logStream, Trust::TrustStore trust = {});
 
-    // Ends the session in the platform folder (see InstallRepair).
+    // Writes what the session verified; the install repair ends the session.
     ~ExtensionManagerImpl() override;
 
     // IExtensionManager
@@ -93,10 +96,8 @@ public:
     LoadOutcome LoadIfReady(OpenedPackage unpacked);
     OvxUtils::Result<LoadedExtension> LoadFromPath(OpenedPackage unpacked);
 
-    // The start-up pass, and the scans (see ExtensionScanner).
+    // The start-up pass (see ExtensionScanner for its scan).
     void RunInitialLoadingPass();
-    std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded = false, PackageUse use = PackageUse::Readable);
-    std::vector<OpenedPackage> ScanSourceFolders();
 
     // Change tracking (see SourceRescan).
     void Rescan(const CString& folder);
@@ -107,14 +108,6 @@ public:
     ExtensionLog& Log() { return log; }
 
 private:
-    // The parts, each working on the members it needs.
-    ExtensionLoader Loader();
-    UiResourceVisitor UiResources();
-    PackageUnpacker Unpacker();
-    ExtensionScanner Scanner();
-    SourceRescan Rescanner();
-    HostFileCallbacks HostFiles() const;
-
     // Hands a rescan of folder to the main thread; any thread. pending, when given, is
     // cleared as the rescan starts (see TrackSourceFolders).
     void DispatchRescan(const CString& folder, std::shared_ptr<std::atomic<bool>> pending = nullptr);
@@ -143,16 +136,12 @@ private:
     ResourceLoader resourceLoader;
     std::vector<CString> addonNames;
     ExtensionLog log;
-    // The repair of what a crash may have left runs once, in the first verification scan;
-    // a session that leaves work unfinished (a tree it could not delete) keeps its marker
-    // so that the next start repairs thoroughly.
-    bool installRepairDone = false;
-    bool leftWorkBehind = false;
-    OvxUtils::SystemIO::HeldFile sessionMarker;
-    PackageCache packageCache;
-    Trust::TrustStore trust;  // off unless the host gave a policy
-    RefusedPackages refusedPackages;
-    VerificationRecord verified;
+    // The parts, made once, each after those it works through.
+    InstallRepair repair;
+    PackageUnpacker unpacker;
+    ExtensionLoader loader;
+    ExtensionScanner scanner;
+    SourceRescan rescans;
 };
 
 }  // namespace OvxComponent

@@ -21,34 +21,24 @@ using namespace LogMessages;
 
 std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded, PackageUse use) {
     std::vector<UnpackedCandidate> verified;
-    if (!SystemIO::Folder::Exists(m_platformFolder)) return verified;
+    const CString& platformFolder = m_unpacker.PlatformFolder();
+    if (!SystemIO::Folder::Exists(platformFolder)) return verified;
     // The first scan of the manager's life repairs what a crash may have left: thoroughly
     // when the last session did not end cleanly.
-    const bool repair = !std::exchange(m_repair.installRepairDone, true);
-    auto depth = InstallRepair::Depth::Quick;
-    if (repair) {
-        InstallRepair::Session session = InstallRepair::BeginSession(m_platformFolder);
-        m_repair.sessionMarker = std::move(session.marker);
-        depth = session.depth;
-        if (session.othersAtWork) m_log.Write(kOtherSessionAtWork, CString(kManagerSubject));
-    }
-    const bool sweep = depth == InstallRepair::Depth::Thorough;
-    if (sweep) {
-        m_log.Write(kThoroughRepair, CString(kManagerSubject));
-        if (!InstallRepair::SweepFolder(m_log, m_platformFolder)) m_repair.leftWorkBehind = true;
-    }
-    for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(m_platformFolder, false)) {
+    const std::optional<InstallRepair::Depth> repair = m_repair.BeginScan();
+    const bool sweep = repair == InstallRepair::Depth::Thorough;
+    for (const CString& extensionFolder : SystemIO::Folder::GetSubfolders(platformFolder, false)) {
         const CString folderName = SystemIO::Path::GetFileName(extensionFolder);
         const std::optional<OvxUtils::Guid> folderId = OvxUtils::Guid::FromString(folderName);
         if (!folderId) continue;
         // An extension that is loaded is not opened again just to be left out.
         if (skipLoaded && m_loader.Find(*folderId)) continue;
-        if (sweep && !InstallRepair::SweepFolder(m_log, extensionFolder)) m_repair.leftWorkBehind = true;
+        if (sweep) m_repair.Sweep(extensionFolder);
         for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
             const CString versionFolder = SystemIO::Path::GetParentFolder(copy.installedCopy);
             const CString versionName = SystemIO::Path::GetFileName(versionFolder);
             if (!OvxUtils::Version::TryParse(versionName)) continue;
-            if (sweep && !InstallRepair::SweepFolder(m_log, versionFolder)) m_repair.leftWorkBehind = true;
+            if (sweep) m_repair.Sweep(versionFolder);
             const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
             const auto identity = SystemIO::File::GetIdentity(copy.installedCopy);
             if (!identity) {
@@ -81,15 +71,15 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
                 verified.push_back({unpackedFolder, std::move(*installed), true});
                 continue;
             }
-            if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, depth)) {
+            if (repair && !InstallRepair::IsComplete(installed->container->Container(), unpackedFolder, *repair)) {
                 auto extracted = InstallRepair::ReadArchive(*installed);
-                PackageExtraction extraction(*installed, m_unpacker.Mode());
+                PackageExtraction extraction(*installed, m_unpacker.WhenUntrusted());
                 if (extracted) extracted = InstallRepair::ExtractAgain(extraction, unpackedFolder);
                 if (!extracted) {
                     m_log.Write(kCannotExtractAgain, unpackedFolder);
                     m_log.Reason(extraction.ReasonLevel(kCannotExtractAgain.level), unpackedFolder,
                                  extracted.ErrorText());
-                    m_repair.leftWorkBehind = true;
+                    m_repair.LeaveWorkBehind();
                     verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
                     continue;
                 }

@@ -3,16 +3,16 @@
 // what a crash left on the first scan of the manager's life; the source scan opens every
 // package of the source folders.
 //
-// Works on the manager's folders, repair state and log through the unpacker and loader it
-// is given, and owns nothing itself; the manager makes one for each operation.
+// A long-lived part of the manager; it reads the manager's source folders and works
+// through the unpacker, the loader and the install repair, which own what it touches.
 #pragma once
 
 #include "OvxComponent/extensions/manager/extension_manager.h"
 #include "extensions/loading/extension_loader.h"
 #include "extensions/loading/loaded_extension.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
+#include "extensions/manager/install_repair.h"
 #include "extensions/manager/package_unpacker.h"
-#include "platform/system_io/held_file.h"
 
 #include <vector>
 
@@ -27,21 +27,13 @@ struct UnpackedCandidate {
     bool unusable = false;  // the installed copy is there but cannot be loaded from
 };
 
-// The manager's repair state: whether the first scan has repaired, and whether work was
-// left unfinished, so that the next start repairs thoroughly.
-struct RepairState {
-    bool& installRepairDone;
-    bool& leftWorkBehind;
-    OvxUtils::SystemIO::HeldFile& sessionMarker;  // held from the first scan on
-};
-
 class ExtensionScanner {
 public:
-    ExtensionScanner(ExtensionLog& log, const CString& platformFolder,
-                     const std::vector<ExtensionSourceFolder>& sourceFolders, RepairState repair,
-                     PackageUnpacker unpacker, ExtensionLoader loader)
-        : m_log(log), m_platformFolder(platformFolder), m_sourceFolders(sourceFolders), m_repair(repair),
-          m_unpacker(unpacker), m_loader(loader) {}
+    ExtensionScanner(ExtensionLog& log, const std::vector<ExtensionSourceFolder>& sourceFolders, InstallRepair& repair,
+                     PackageUnpacker& unpacker, const ExtensionLoader& loader)
+        : m_log(log), m_sourceFolders(sourceFolders), m_repair(repair), m_unpacker(unpacker), m_loader(loader) {}
+    ExtensionScanner(const ExtensionScanner&) = delete;
+    ExtensionScanner& operator=(const ExtensionScanner&) = delete;
 
     // With skipLoaded, extensions that are loaded now are left out without being opened.
     // The first scan of the manager's life also repairs: it sweeps the debris of
@@ -52,11 +44,10 @@ public:
 
 private:
     ExtensionLog& m_log;
-    const CString& m_platformFolder;
     const std::vector<ExtensionSourceFolder>& m_sourceFolders;
-    RepairState m_repair;
-    PackageUnpacker m_unpacker;
-    ExtensionLoader m_loader;
+    InstallRepair& m_repair;
+    PackageUnpacker& m_unpacker;
+    const ExtensionLoader& m_loader;
 };
 
 }  // namespace OvxComponent

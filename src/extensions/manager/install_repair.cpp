@@ -9,7 +9,10 @@
 #include "platform/system_io/path.h"
 #include "platform/system_io/temporary_name.h"
 
-namespace OvxComponent::InstallRepair {
+#include <utility>
+#include <vector>
+
+namespace OvxComponent {
 
 namespace {
 
@@ -18,34 +21,49 @@ using namespace LogMessages;
 
 }  // namespace
 
-Session BeginSession(const CString& platformFolder) {
-    Session session;
+InstallRepair::~InstallRepair() {
+    if (!m_leftWorkBehind) m_marker.Delete();
+}
+
+std::optional<InstallRepair::Depth> InstallRepair::BeginScan() {
+    if (std::exchange(m_begun, true)) return std::nullopt;
     // Its own marker first, so that a session starting meanwhile sees this one at work.
     const CString tag = OvxUtils::Guid::Generate().ToString().Mid(1, 8);
     const CString own = SystemIO::Path::Combine(
-        platformFolder, CString(kSessionMarkerPrefix) + tag + CString(kSessionMarkerSuffix));
-    if (auto marker = SystemIO::HeldFile::Create(own)) session.marker = std::move(*marker);
+        m_platformFolder, CString(kSessionMarkerPrefix) + tag + CString(kSessionMarkerSuffix));
+    if (auto marker = SystemIO::HeldFile::Create(own)) m_marker = std::move(*marker);
 
+    // The traces of ended sessions. Another session at work means that what looks
+    // unfinished may be its work in progress: the repair stays quick, and the traces are
+    // left for a start that finds no other session at work.
+    bool othersAtWork = false;
     std::vector<CString> traces;
-    SystemIO::Folder::Visit(platformFolder, false, [&](const CString& path, bool isFolder) {
+    SystemIO::Folder::Visit(m_platformFolder, false, [&](const CString& path, bool isFolder) {
         const CString name = SystemIO::Path::GetFileName(path);
         if (isFolder || path == own || !name.StartsWith(CString(kSessionMarkerPrefix)) ||
             !name.EndsWith(CString(kSessionMarkerSuffix))) {
             return true;
         }
-        if (SystemIO::HeldFile::IsHeld(path)) session.othersAtWork = true;
+        if (SystemIO::HeldFile::IsHeld(path)) othersAtWork = true;
         traces.push_back(path);
         return true;
     });
-    if (session.othersAtWork) return session;
-    for (const CString& trace : traces) {
-        if (SystemIO::HeldFile::DeleteUnlessHeld(trace)) session.depth = Depth::Thorough;
+    if (othersAtWork) {
+        m_log.Write(kOtherSessionAtWork, CString(kManagerSubject));
+        return Depth::Quick;
     }
-    return session;
+    auto depth = Depth::Quick;
+    for (const CString& trace : traces) {
+        if (SystemIO::HeldFile::DeleteUnlessHeld(trace)) depth = Depth::Thorough;
+    }
+    if (depth == Depth::Thorough) {
+        m_log.Write(kThoroughRepair, CString(kManagerSubject));
+        Sweep(m_platformFolder);
+    }
+    return depth;
 }
 
-bool SweepFolder(ExtensionLog& log, const CString& folder) {
-    bool swept = true;
+void InstallRepair::Sweep(const CString& folder) {
     std::vector<std::pair<CString, bool>> debris;
     SystemIO::Folder::Visit(folder, false, [&](const CString& path, bool isFolder) {
         if (SystemIO::TemporaryName::IsTemporary(SystemIO::Path::GetFileName(path))) debris.emplace_back(path, isFolder);
@@ -59,22 +77,21 @@ bool SweepFolder(ExtensionLog& log, const CString& folder) {
             deleted = OvxUtils::SystemError(u"cannot delete " + path);
         }
         if (deleted) {
-            log.Write(kRemovedDebris, path);
+            m_log.Write(kRemovedDebris, path);
         } else {
-            log.Write(kCannotRemoveDebris, path);
-            log.Reason(kCannotRemoveDebris.level, path, deleted.ErrorText());
-            swept = false;
+            m_log.Write(kCannotRemoveDebris, path);
+            m_log.Reason(kCannotRemoveDebris.level, path, deleted.ErrorText());
+            m_leftWorkBehind = true;
         }
     }
-    return swept;
 }
 
-bool IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder, Depth depth) {
+bool InstallRepair::IsComplete(const VdcContainer::ZipContainer& installedCopy, const CString& unpackedFolder, Depth depth) {
     if (depth == Depth::Quick) return SystemIO::Folder::Exists(unpackedFolder);
     return VdcContainer::HoldsExtractedFiles(installedCopy, unpackedFolder);
 }
 
-OvxUtils::Result<void> ReadArchive(OpenedPackage& installedCopy) {
+OvxUtils::Result<void> InstallRepair::ReadArchive(OpenedPackage& installedCopy) {
     if (installedCopy.container->IsOpen()) return {};
     auto archive = ExtensionContainer::Open(*installedCopy.path, VdcContainer::ZipFile::OpenMode::ReadOnly);
     if (!archive) return archive.TakeError();
@@ -82,12 +99,12 @@ OvxUtils::Result<void> ReadArchive(OpenedPackage& installedCopy) {
     return {};
 }
 
-OvxUtils::Result<void> ExtractAgain(PackageExtraction& installedCopy, const CString& unpackedFolder) {
+OvxUtils::Result<void> InstallRepair::ExtractAgain(PackageExtraction& installedCopy, const CString& unpackedFolder) {
     if (auto cleared = SystemIO::Folder::DeleteTree(unpackedFolder); !cleared) return cleared;
     return installedCopy.Into(unpackedFolder);
 }
 
-OvxUtils::Result<void> DeleteVersion(const CString& versionFolder) {
+OvxUtils::Result<void> InstallRepair::DeleteVersion(const CString& versionFolder) {
     if (auto deleted = SystemIO::Folder::DeleteTree(versionFolder); !deleted) return deleted;
     const CString extensionFolder = SystemIO::Path::GetParentFolder(versionFolder);
     bool empty = true;
@@ -96,4 +113,4 @@ OvxUtils::Result<void> DeleteVersion(const CString& versionFolder) {
     return {};
 }
 
-}  // namespace OvxComponent::InstallRepair
+}  // namespace OvxComponent

@@ -2,16 +2,20 @@
 #include "extensions/manager/package_extraction.h"
 
 #include "container/extract_folder.h"
-#include "extensions/manager/extension_log_messages.h"
+#include "extensions/log/extension_log_messages.h"
 
 namespace OvxComponent {
 
 using namespace LogMessages;
 
-PackageExtraction::PackageExtraction(const OpenedPackage& package, TrustMode mode) : m_package(package) {
+PackageExtraction::PackageExtraction(const OpenedPackage& package, Trust::TrustStore::Untrusted untrusted)
+    : m_package(package) {
+    using Untrusted = Trust::TrustStore::Untrusted;
     // An unsigned package, or one whose list could not be read, has nothing to compare with;
     // under Require it never gets this far.
-    if (package.trust && !package.trust->digests.empty() && mode != TrustMode::Off) m_check.emplace(package.trust->digests, mode == TrustMode::Require);
+    if (package.trust && !package.trust->digests.empty() && untrusted != Untrusted::Ignored) {
+        m_check.emplace(package.trust->digests, untrusted == Untrusted::Refused);
+    }
 }
 
 OvxUtils::Result<void> PackageExtraction::Into(const CString& unpackedFolder) {

@@ -3,8 +3,9 @@
 #pragma once
 
 #include "extensions/loading/loaded_extension.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 #include "extensions/trust/signature_check.h"
+#include "extensions/trust/trust_store.h"
 
 #include <optional>
 
@@ -12,8 +13,9 @@ namespace OvxComponent {
 
 class PackageExtraction {
 public:
-    // package.trust is null while the policy is off: then nothing is compared.
-    PackageExtraction(const OpenedPackage& package, TrustMode mode);
+    // package.trust is null while the policy is off: then nothing is compared. untrusted is
+    // what the policy makes of a file that differs from its digest.
+    PackageExtraction(const OpenedPackage& package, Trust::TrustStore::Untrusted untrusted);
 
     // Extracts the whole package (VdcContainer::ExtractFolder). Under Require the first
     // file that differs from its digest fails the extraction before the folder appears;

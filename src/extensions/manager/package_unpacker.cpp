@@ -40,6 +40,18 @@ OvxUtils::Result<const ExtensionContainerInfo*> ExtractData(ExtensionLog& log, c
 
 }  // namespace
 
+PackageUnpacker::PackageUnpacker(ExtensionLog& log, const CString& platformFolder, RequirementPredicates host,
+                                 const LoadedExtensions& loadedExtensions, InstallRepair& repair,
+                                 Trust::TrustStore trust)
+    : m_log(log), m_platformFolder(platformFolder), m_host(host), m_loadedExtensions(loadedExtensions),
+      m_repair(repair), m_trust(std::move(trust)), m_refused(InstallLayout::RefusedPackagesFile(platformFolder)),
+      m_verified(platformFolder) {}
+
+void PackageUnpacker::EndRescan() {
+    m_packageCache.EndScan();
+    m_verified.Save();
+}
+
 OpenResult PackageUnpacker::Open(const CString& path, PackageUse use) {
     try {
         return OpenChecked(path, use);
@@ -104,7 +116,7 @@ OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use,
         package.container = std::make_shared<ExtensionContainer>(std::move(*opened));
         if (vouched != nullptr) {
             package.trust = std::make_shared<const Trust::SignatureVerdict>(*vouched);
-        } else if (m_trust.Mode() != TrustMode::Off) {
+        } else if (m_trust.IsOn()) {
             package.trust = std::make_shared<const Trust::SignatureVerdict>(
                 Trust::CheckSignature(package.container->Container(), package.container->GetInfo(), m_trust));
         }
@@ -115,7 +127,7 @@ OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use,
     }
     if (package.trust && !package.trust->Holds()) {
         const CString& reason = package.trust->problems.front();
-        if (m_trust.Mode() == TrustMode::Require) return cannotOpen(reason, ExtensionLogLevel::Error);
+        if (m_trust.WhenUntrusted() == Untrusted::Refused) return cannotOpen(reason, ExtensionLogLevel::Error);
         m_log.Write(kUntrustedButWarned, path);
         m_log.Reason(kUntrustedButWarned.level, path, reason);
     }
@@ -169,14 +181,14 @@ OpenResult PackageUnpacker::UnpackChecked(const OpenedPackage& package, const CS
     if (m_loadedExtensions.contains(documentId)) return Error{m_log.Write(kAlreadyInstalled, documentId)};
     // Open checks every package under the policy; one that did not come through it is
     // refused before anything is written.
-    if (m_trust.Mode() == TrustMode::Require && !(package.trust && package.trust->Holds())) {
+    if (m_trust.WhenUntrusted() == Untrusted::Refused && !(package.trust && package.trust->Holds())) {
         const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
         m_log.Reason(ExtensionLogLevel::Error, documentId, u"the package's signature has not been checked");
         return Error{text};
     }
     const CString versionFolder = InstallLayout::VersionFolder(m_platformFolder, documentId, info.GetVersion());
     const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
-    auto unpacked = m_trust.Mode() == TrustMode::Off ? UnpackInPlace(package, info) : UnpackVerified(package, info);
+    auto unpacked = m_trust.IsOn() ? UnpackVerified(package, info) : UnpackInPlace(package, info);
     if (!unpacked) return unpacked.TakeError();
     auto installed = OpenInstalled(InstallLayout::InstalledCopy(versionFolder), PackageUse::Readable);
     if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
@@ -199,7 +211,7 @@ OvxUtils::Result<void> PackageUnpacker::UnpackInPlace(const OpenedPackage& packa
         if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
             m_log.Write(kCannotDeleteData, documentId);
             m_log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
-            m_leftWorkBehind = true;
+            m_repair.LeaveWorkBehind();
         }
     } else if (SystemIO::File::Exists(extensionFolder)) {
         SystemIO::File::Delete(extensionFolder);

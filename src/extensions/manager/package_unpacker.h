@@ -1,12 +1,16 @@
 // PackageUnpacker: opens packages, decides whether they are to be unpacked, and unpacks
 // them into the install layout below the platform folder.
 //
-// Works on the manager's folder, requirement predicates, records, package cache and log,
-// and owns nothing itself; the manager makes one for each operation.
+// A long-lived part of the manager. It owns what opening and unpacking keep between
+// operations: the host's trust policy, the records of the package files read so far, the
+// packages that the policy refused, and the verification record of the installed copies.
+// It reads the manager's folder, requirement predicates and loaded records, and tells the
+// install repair when it leaves work behind.
 #pragma once
 
 #include "extensions/loading/loaded_extension.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
+#include "extensions/manager/install_repair.h"
 #include "extensions/manager/package_cache.h"
 #include "extensions/manager/refused_packages.h"
 #include "extensions/manager/verification_record.h"
@@ -34,12 +38,12 @@ class PackageUnpacker {
 public:
     using FileIdentity = OvxUtils::SystemIO::File::FileIdentity;
 
+    using Untrusted = Trust::TrustStore::Untrusted;
+
     PackageUnpacker(ExtensionLog& log, const CString& platformFolder, RequirementPredicates host,
-                    const LoadedExtensions& loadedExtensions, PackageCache& packageCache, bool& leftWorkBehind,
-                    const Trust::TrustStore& trust, RefusedPackages& refused, VerificationRecord& verified)
-        : m_log(log), m_platformFolder(platformFolder), m_host(host), m_loadedExtensions(loadedExtensions),
-          m_packageCache(packageCache), m_leftWorkBehind(leftWorkBehind), m_trust(trust), m_refused(refused),
-          m_verified(verified) {}
+                    const LoadedExtensions& loadedExtensions, InstallRepair& repair, Trust::TrustStore trust);
+    PackageUnpacker(const PackageUnpacker&) = delete;
+    PackageUnpacker& operator=(const PackageUnpacker&) = delete;
 
     // With RecordOnly the container may be a record without an open archive; the log
     // lines and the requirement check are the same either way. Under a trust policy the
@@ -52,7 +56,16 @@ public:
     // installed copy with the unpacked folder as its path.
     OpenResult Unpack(const OpenedPackage& package, const CString& installFolder);
 
-    TrustMode Mode() const { return m_trust.Mode(); }
+    const CString& PlatformFolder() const { return m_platformFolder; }
+    // What the host's policy makes of a package or an install that does not hold.
+    Untrusted WhenUntrusted() const { return m_trust.WhenUntrusted(); }
+
+    // A rescan's bounds: the records of package files that the rescan did not meet are
+    // dropped at its end, when what it verified is written too.
+    void BeginRescan() { m_packageCache.BeginScan(); }
+    void EndRescan();
+    // Writes what was verified since the last time, when anything changed.
+    void SaveVerified() { m_verified.Save(); }
 
     // An installed copy, opened as Open does. When the verification record answers for the
     // file as it is, RecordOnly reads nothing of it; under a trust policy the record answers
@@ -93,12 +106,11 @@ private:
     const CString& m_platformFolder;
     RequirementPredicates m_host;
     const LoadedExtensions& m_loadedExtensions;
-    PackageCache& m_packageCache;
-    bool& m_leftWorkBehind;  // set when a tree could not be deleted: the next start repairs
-    const Trust::TrustStore& m_trust;
-    RefusedPackages& m_refused;
-    VerificationRecord& m_verified;
+    InstallRepair& m_repair;  // told when a tree could not be deleted: the next start repairs
+    const Trust::TrustStore m_trust;  // off unless the host gave a policy
+    PackageCache m_packageCache;
+    RefusedPackages m_refused;
+    VerificationRecord m_verified;
 };
-
 
 }  // namespace OvxComponent

@@ -27,7 +27,7 @@ bool IsPackageFile(const CString& path) {
 
 void SourceRescan::Rescan(const CString& folder) {
     m_log.Information(CString(kManagerSubject), u"changes detected, scanning for changes");
-    m_packageCache.BeginScan();
+    m_unpacker.BeginRescan();
     for (const CString& path : SystemIO::Folder::GetFiles(folder, true)) {
         if (!IsPackageFile(path)) continue;
         m_log.Information(path, u"should I load?");
@@ -50,7 +50,7 @@ void SourceRescan::Rescan(const CString& folder) {
         m_log.Information(candidate.folder, u"removing extension");
         static_cast<void>(RemoveExtension(info->GetDocumentID()));  // its outcome is in the log
     }
-    m_packageCache.EndScan();
+    m_unpacker.EndRescan();
 }
 
 void SourceRescan::AutoLoad(const CString& path) { Install(path, false); }
@@ -63,7 +63,7 @@ void SourceRescan::Install(const CString& path, bool decidedToUnpack) {
     auto package = m_unpacker.Open(path, PackageUse::Readable);
     if (!package) return fail(package.ErrorText());
     if (m_unpacker.RefusedBefore(path)) return;
-    SystemIO::HeldFile turn = InstallLayout::TakeInstallTurn(m_platformFolder);
+    SystemIO::HeldFile turn = InstallLayout::TakeInstallTurn(m_unpacker.PlatformFolder());
     if (auto decision = m_unpacker.ShouldUnpack(*package, package->fileTime); !decision) {
         turn = {};
         fail(decision.ErrorText());
@@ -71,7 +71,7 @@ void SourceRescan::Install(const CString& path, bool decidedToUnpack) {
         if (decidedToUnpack) LoadWhatAnotherSessionInstalled(path, InfoOf(*package)->GetDocumentID());
         return;
     }
-    auto unpacked = m_unpacker.Unpack(*package, m_platformFolder);
+    auto unpacked = m_unpacker.Unpack(*package, m_unpacker.PlatformFolder());
     turn = {};  // installed; the loading is this session's own
     if (!unpacked) return fail(unpacked.ErrorText());
     Load(path, *unpacked);
@@ -79,7 +79,7 @@ void SourceRescan::Install(const CString& path, bool decidedToUnpack) {
 
 void SourceRescan::LoadWhatAnotherSessionInstalled(const CString& path, const OvxUtils::Guid& documentId) {
     if (m_loader.Find(documentId)) return;
-    const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(m_platformFolder, documentId));
+    const auto copies = InstallLayout::ExistingCopies(InstallLayout::ExtensionFolder(m_unpacker.PlatformFolder(), documentId));
     if (copies.empty()) return;
     auto installed = m_unpacker.OpenInstalled(copies.back().installedCopy, PackageUse::Readable);
     if (!installed) return;  // the log says why
@@ -90,20 +90,20 @@ void SourceRescan::LoadWhatAnotherSessionInstalled(const CString& path, const Ov
 }
 
 void SourceRescan::Load(const CString& path, const OpenedPackage& unpacked) {
-    if (m_phase.loaderActive) {
+    if (m_loader.Phase().loaderActive) {
         if (m_loader.TryLoad(unpacked)) {
             m_log.Write(kAutoLoaded, path);
         } else {
             m_log.Error(path, u"auto load failed");
         }
-    } else if (m_phase.initialLoadDone) {
+    } else if (m_loader.Phase().initialLoadDone) {
         m_log.Write(kAutoLoadDisabled, path);
     }
 }
 
 UnloadOutcome SourceRescan::RemoveExtension(const OvxUtils::Guid& documentId) {
     m_log.Write(kRemovingExtension, documentId);
-    const CString extensionFolder = InstallLayout::ExtensionFolder(m_platformFolder, documentId);
+    const CString extensionFolder = InstallLayout::ExtensionFolder(m_unpacker.PlatformFolder(), documentId);
     if (const auto state = m_loader.Find(documentId)) {
         UnloadOutcome unloaded = m_loader.Unload(*state, false);
         if (!unloaded) return Error{m_log.Information(documentId, unloaded.ErrorText())};
@@ -112,12 +112,12 @@ UnloadOutcome SourceRescan::RemoveExtension(const OvxUtils::Guid& documentId) {
             return UnloadResult::Delayed;
         }
     }
-    const SystemIO::HeldFile removing = InstallLayout::TakeInstallTurn(m_platformFolder);
+    const SystemIO::HeldFile removing = InstallLayout::TakeInstallTurn(m_unpacker.PlatformFolder());
     if (!SystemIO::Folder::Exists(extensionFolder)) return Error{m_log.Warning(documentId, u"Extension not found")};
     if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
         const CString text = m_log.Write(kCannotDeleteData, documentId);
         m_log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
-        m_leftWorkBehind = true;
+        m_repair.LeaveWorkBehind();
         return Error{text};
     }
     m_log.Information(documentId, u"unload successful");

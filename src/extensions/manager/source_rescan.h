@@ -2,24 +2,26 @@
 // unpacked and loaded at once ("auto load"), and extensions whose package has gone from
 // every source folder are unloaded and their unpacked data deleted.
 //
-// Works on the manager's folder, flags, package cache and log through the parts it is
-// given, and owns nothing itself; the manager makes one for each rescan.
+// A long-lived part of the manager that works through the others: the unpacker (which
+// owns the package records), the loader (the loaded extensions and the loading phase), the
+// scanner, and the install repair, which it tells when it leaves work behind.
 #pragma once
 
 #include "extensions/loading/extension_loader.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 #include "extensions/manager/extension_scanner.h"
-#include "extensions/manager/package_cache.h"
+#include "extensions/manager/install_repair.h"
 #include "extensions/manager/package_unpacker.h"
 
 namespace OvxComponent {
 
 class SourceRescan {
 public:
-    SourceRescan(ExtensionLog& log, const CString& platformFolder, LoadingPhase phase, bool& leftWorkBehind,
-                 PackageCache& packageCache, PackageUnpacker unpacker, ExtensionLoader loader, ExtensionScanner scanner)
-        : m_log(log), m_platformFolder(platformFolder), m_phase(phase), m_leftWorkBehind(leftWorkBehind),
-          m_packageCache(packageCache), m_unpacker(unpacker), m_loader(loader), m_scanner(scanner) {}
+    SourceRescan(ExtensionLog& log, InstallRepair& repair, PackageUnpacker& unpacker, ExtensionLoader& loader,
+                 ExtensionScanner& scanner)
+        : m_log(log), m_repair(repair), m_unpacker(unpacker), m_loader(loader), m_scanner(scanner) {}
+    SourceRescan(const SourceRescan&) = delete;
+    SourceRescan& operator=(const SourceRescan&) = delete;
 
     // Visits every package file below folder, in the order of the listing, and unpacks and
     // loads what should be; then removes the extensions that no source folder holds.
@@ -40,13 +42,10 @@ private:
     void Load(const CString& path, const OpenedPackage& unpacked);
 
     ExtensionLog& m_log;
-    const CString& m_platformFolder;
-    LoadingPhase m_phase;
-    bool& m_leftWorkBehind;
-    PackageCache& m_packageCache;
-    PackageUnpacker m_unpacker;
-    ExtensionLoader m_loader;
-    ExtensionScanner m_scanner;
+    InstallRepair& m_repair;
+    PackageUnpacker& m_unpacker;
+    ExtensionLoader& m_loader;
+    ExtensionScanner& m_scanner;
 };
 
 }  // namespace OvxComponent

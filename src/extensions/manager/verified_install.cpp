@@ -38,7 +38,7 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
         clearStaged();
         const CString text = m_log.Write(kErrorWhenUnpacking, documentId);
         m_log.Reason(level, documentId, reason);
-        if (package.path && level == ExtensionLogLevel::Error && m_trust.Mode() == TrustMode::Require) {
+        if (package.path && level == ExtensionLogLevel::Error && m_trust.WhenUntrusted() == Untrusted::Refused) {
             m_refused.Remember(*package.path, m_trust.Fingerprint(), reason);
         }
         return Error{text};
@@ -68,13 +68,15 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
     copy.trust = std::make_shared<const Trust::SignatureVerdict>(
         Trust::CheckSignature(copy.container->Container(), copyInfo, m_trust));
     if (!copy.trust->Holds()) {
-        if (m_trust.Mode() == TrustMode::Require) return refuse(copy.trust->problems.front(), ExtensionLogLevel::Error);
+        if (m_trust.WhenUntrusted() == Untrusted::Refused) {
+            return refuse(copy.trust->problems.front(), ExtensionLogLevel::Error);
+        }
         if (package.trust && package.trust->Holds()) {  // warned already when it did not hold at opening
             m_log.Write(kUntrustedButWarned, *package.path);
             m_log.Reason(kUntrustedButWarned.level, *package.path, copy.trust->problems.front());
         }
     }
-    PackageExtraction extraction(copy, m_trust.Mode());
+    PackageExtraction extraction(copy, m_trust.WhenUntrusted());
     if (auto extracted = extraction.Into(stagedUnpacked); !extracted) {
         return refuse(extracted.ErrorText(), extraction.ReasonLevel(kErrorWhenUnpacking.level));
     }
@@ -84,7 +86,7 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
     if (auto deleted = SystemIO::Folder::DeleteTree(extensionFolder); !deleted) {
         m_log.Write(kCannotDeleteData, documentId);
         m_log.Reason(kCannotDeleteData.level, documentId, deleted.ErrorText());
-        m_leftWorkBehind = true;
+        m_repair.LeaveWorkBehind();
         // What stays (a file that its program still holds open) is swept at the next start;
         // the new files are not mixed with it.
         if (SystemIO::Folder::Exists(versionFolder)) {
@@ -138,7 +140,7 @@ OpenResult PackageUnpacker::OpenInstalled(const CString& installedCopy, PackageU
     // Under a trust policy the record answers only for files verified under a key that the
     // policy trusts now; anything else is opened and its signature checked.
     const auto vouched = VouchedVerdict(recorded);
-    const bool answers = recorded != nullptr && recorded->info && (m_trust.Mode() == TrustMode::Off || vouched);
+    const bool answers = recorded != nullptr && recorded->info && (!m_trust.IsOn() || vouched);
     if (answers && use == PackageUse::RecordOnly && !m_packageCache.Holds(installedCopy, *identity)) {
         m_packageCache.Remember(installedCopy, *identity, *recorded->info,
                                 vouched ? std::make_shared<const Trust::SignatureVerdict>(*vouched) : nullptr);
@@ -151,7 +153,7 @@ OpenResult PackageUnpacker::OpenInstalled(const CString& installedCopy, PackageU
 }
 
 std::optional<Trust::SignatureVerdict> PackageUnpacker::VouchedVerdict(const VerificationRecord::Entry* recorded) const {
-    if (m_trust.Mode() == TrustMode::Off || recorded == nullptr || !recorded->filesVerifiedBy) return std::nullopt;
+    if (!m_trust.IsOn() || recorded == nullptr || !recorded->filesVerifiedBy) return std::nullopt;
     if (!Trust::Vouches(*recorded->filesVerifiedBy, m_trust)) return std::nullopt;
     Trust::SignatureVerdict vouched;
     vouched.isSigned = true;
@@ -163,7 +165,7 @@ std::optional<Trust::SignatureVerdict> PackageUnpacker::VouchedVerdict(const Ver
 OvxUtils::Result<void> PackageUnpacker::TrustInstall(const OpenedPackage& installed, const CString& unpackedFolder) {
     const Trust::SignatureVerdict* verdict = installed.trust.get();
     // Off looks at nothing; an untrusted signature was refused or warned about at opening.
-    if (m_trust.Mode() == TrustMode::Off || verdict == nullptr || verdict->vouchedByRecord || !verdict->Holds()) {
+    if (!m_trust.IsOn() || verdict == nullptr || verdict->vouchedByRecord || !verdict->Holds()) {
         return {};
     }
     const CString versionFolder = SystemIO::Path::GetParentFolder(unpackedFolder);
@@ -178,15 +180,16 @@ OvxUtils::Result<void> PackageUnpacker::TrustInstall(const OpenedPackage& instal
         RememberVerifiedFiles(versionFolder, *verdict);
         return {};
     }
-    const NameMessage& message = m_trust.Mode() == TrustMode::Require ? kInstallNotAsSigned : kInstallNotAsSignedButWarned;
+    const bool refused = m_trust.WhenUntrusted() == Untrusted::Refused;
+    const NameMessage& message = refused ? kInstallNotAsSigned : kInstallNotAsSignedButWarned;
     const CString text = m_log.Write(message, unpackedFolder);
     m_log.Reason(message.level, unpackedFolder, problems.front());
-    if (m_trust.Mode() == TrustMode::Require) return Error{text};
+    if (refused) return Error{text};
     return {};
 }
 
 bool PackageUnpacker::RefusedBefore(const CString& path) {
-    if (m_trust.Mode() != TrustMode::Require) return false;
+    if (m_trust.WhenUntrusted() != Untrusted::Refused) return false;
     const auto reason = m_refused.Find(path, m_trust.Fingerprint());
     if (!reason) return false;
     m_log.Write(kRefusedBefore, path);

@@ -17,7 +17,7 @@ OvxUtils::Result<TrustStore> TrustStore::Make(const TrustPolicy& policy) {
         return Error{u"the trust policy's mode " + OvxUtils::DecimalText(static_cast<int>(policy.mode)) +
                      u" is not Off, Warn or Require"};
     }
-    store.m_mode = policy.mode;
+    store.m_untrusted = OutcomeOf(policy.mode);
     if (policy.mode == TrustMode::Off) return store;
     if (!Minisign::StartSodium()) return Error{u"the trust policy cannot be used: libsodium does not start"};
     for (std::size_t i = 0; i < policy.trustedKeys.size(); ++i) {
@@ -52,7 +52,7 @@ std::string TrustStore::Fingerprint() const {
     for (const Minisign::KeyId& id : m_revoked) revoked.push_back(Minisign::KeyIdText(id));
     std::sort(keys.begin(), keys.end());
     std::sort(revoked.begin(), revoked.end());
-    std::string text = std::to_string(static_cast<int>(m_mode));
+    std::string text = std::to_string(static_cast<int>(m_untrusted));
     for (const std::string& key : keys) text += " key:" + key;
     for (const std::string& id : revoked) text += " revoked:" + id;
     return text;

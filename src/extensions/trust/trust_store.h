@@ -11,6 +11,10 @@ namespace OvxComponent::Trust {
 
 class TrustStore {
 public:
+    // What the policy makes of a package or an install whose signature or files do not
+    // hold: nothing while it is off, a warning under Warn, a refusal under Require.
+    enum class Untrusted { Ignored, Warned, Refused };
+
     TrustStore() = default;  // off
     // Fails on a mode that is not one of the three, a key or key file that cannot be read
     // or parsed, two different keys under one key ID, a key ID that is not one, and on
@@ -18,9 +22,12 @@ public:
     static OvxUtils::Result<TrustStore> Make(const TrustPolicy& policy);
     // Trusts exactly keys, with nothing revoked: for checking a package by hand.
     explicit TrustStore(std::vector<Minisign::PublicKey> keys, TrustMode mode = TrustMode::Require)
-        : m_mode(mode), m_keys(std::move(keys)) {}
+        : m_untrusted(OutcomeOf(mode)), m_keys(std::move(keys)) {}
 
-    TrustMode Mode() const { return m_mode; }
+    // The one question the manager asks of the policy, decided when the store was made.
+    Untrusted WhenUntrusted() const { return m_untrusted; }
+    // Whether there is anything to check: the policy is Warn or Require.
+    bool IsOn() const { return m_untrusted != Untrusted::Ignored; }
     // The mode, keys and revoked IDs as one text: equal for two stores that decide alike.
     std::string Fingerprint() const;
     // The trusted key of this ID, or why none counts (unknown or revoked).
@@ -30,7 +37,13 @@ private:
     // Trusts key, which item of the policy gave; refuses a second key under a trusted ID.
     OvxUtils::Result<void> Add(const Minisign::PublicKey& key, const CString& item);
 
-    TrustMode m_mode = TrustMode::Off;
+    static Untrusted OutcomeOf(TrustMode mode) {
+        return mode == TrustMode::Require ? Untrusted::Refused
+               : mode == TrustMode::Warn  ? Untrusted::Warned
+                                          : Untrusted::Ignored;
+    }
+
+    Untrusted m_untrusted = Untrusted::Ignored;
     std::vector<Minisign::PublicKey> m_keys;
     std::vector<CString> m_keyItems;  // which item of the policy gave each key
     std::vector<Minisign::KeyId> m_revoked;

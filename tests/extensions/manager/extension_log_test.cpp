@@ -1,6 +1,6 @@
 // The extension log: its lines, its file, its history and its failed sets.
 #include "container/zip_builder.h"
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 #include "test_host.h"
 
 #include "platform/stream/memory_stream.h"

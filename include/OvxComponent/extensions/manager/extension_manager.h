@@ -12,7 +12,7 @@
 
 #include "OvxComponent/extensions/format/extension_app_support.h"
 #include "OvxComponent/extensions/loading/extension_installer.h"
-#include "OvxComponent/extensions/loading/ui_resource_files.h"
+#include "OvxComponent/extensions/loading/host_callbacks.h"
 #include "OvxComponent/extensions/manager/extension_log_entry.h"
 #include "OvxComponent/extensions/trust/trust_policy.h"
 #include "OvxComponent/platform/array_view.h"
@@ -40,16 +40,6 @@ struct ExtensionSourceFolder {
     friend bool operator==(const ExtensionSourceFolder&, const ExtensionSourceFolder&) = default;
 };
 
-/// An installer's answer to an unload, or the text of the failure that kept it from asking.
-using UnloadOutcome = OvxUtils::Result<UnloadResult>;
-
-/// The host's callbacks for the files that extensions carry (see ui_resource_files.h).
-/// The UI modifier gets the application-UI files, the user-UI files and the manager's UI
-/// modification flag; both answer whether they succeeded.
-using UiModifier = std::function<bool(const std::vector<UiModification>& application,
-                                      const std::vector<UiModification>& user, bool uiModificationFlag)>;
-/// The host's loader of the resource files of extensions; answers whether it succeeded.
-using ResourceLoader = std::function<bool(const std::vector<CString>& files)>;
 /// Receives the log entries of the failed subjects and the log's name.
 using FailureReport = std::function<void(OvxUtils::array_view<const ExtensionLogEntry> entries, CString logName)>;
 

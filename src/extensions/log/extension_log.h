@@ -18,7 +18,7 @@
 
 #include "OvxComponent/extensions/manager/extension_log_entry.h"
 #include "OvxComponent/platform/stream/named_out_stream.h"
-#include "extensions/manager/extension_log_messages.h"
+#include "extensions/log/extension_log_messages.h"
 
 #include <atomic>
 #include <deque>

@@ -1,7 +1,7 @@
 // ExtensionLog: writing entries, the histories, associations and failed subjects.
-#include "extensions/manager/extension_log.h"
+#include "extensions/log/extension_log.h"
 
-#include "extensions/manager/log_timestamp.h"
+#include "extensions/log/log_timestamp.h"
 #include "platform/display_text.h"
 #include "platform/stream/file_stream.h"
 

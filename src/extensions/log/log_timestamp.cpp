@@ -1,5 +1,5 @@
 // Log time stamps: the clock of log entries and the local time text of each line.
-#include "extensions/manager/log_timestamp.h"
+#include "extensions/log/log_timestamp.h"
 
 #include <chrono>
 #include <ctime>
