@@ -16,7 +16,7 @@
 // be asked from other threads.
 #pragma once
 
-#include "OvxComponent/extensions/manager/extension_log_entry.h"
+#include "OvxComponent/extensions/log/extension_log_entry.h"
 #include "OvxComponent/platform/stream/named_out_stream.h"
 #include "extensions/log/extension_log_messages.h"
 

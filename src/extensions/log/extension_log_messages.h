@@ -4,7 +4,7 @@
 // unpacking" is only a warning); do not change them.
 #pragma once
 
-#include "OvxComponent/extensions/manager/extension_log_entry.h"
+#include "OvxComponent/extensions/log/extension_log_entry.h"
 
 #include <string_view>
 

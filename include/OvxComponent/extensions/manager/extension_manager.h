@@ -13,7 +13,7 @@
 #include "OvxComponent/extensions/format/extension_app_support.h"
 #include "OvxComponent/extensions/loading/extension_installer.h"
 #include "OvxComponent/extensions/loading/host_callbacks.h"
-#include "OvxComponent/extensions/manager/extension_log_entry.h"
+#include "OvxComponent/extensions/log/extension_log_entry.h"
 #include "OvxComponent/extensions/trust/trust_policy.h"
 #include "OvxComponent/platform/array_view.h"
 #include "OvxComponent/platform/delegate.h"
