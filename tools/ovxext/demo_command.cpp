@@ -64,10 +64,6 @@ Sample Palette(int major) {
             {{u"palette.txt", "palette " + std::to_string(major) + "\n"}}};
 }
 
-fs::path FsPath(const CString& path) {
-    const std::string utf8 = path.ToUtf8();
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
-}
 
 class Demo {
 public:
@@ -174,25 +170,27 @@ private:
         data.requirements.AppList = {sample.app};
         data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
         data.requirements.AppVersion = {OvxUtils::Version{18}, OvxUtils::Version{19}};
-        const CString packed = SystemIO::Path::Combine(m_staging, u"package.OrvexExtension");
-        SystemIO::File::Delete(packed);
-        ExtensionContainer package = PackFiles(
-            [&] {
-                auto opened = ExtensionContainer::Open(packed, VdcContainer::ZipFile::OpenMode::Create);
-                return opened ? std::move(*opened) : ExtensionContainer();
-            },
-            data, folder + CString(1, SystemIO::Path::Separator()), files);
-        if (!package || !package.Close()) {
-            m_out << "  (the sample " << sample.name << " could not be packed)\n";
-            return;
-        }
         const CString target = SystemIO::Path::Combine(m_source, name);
         if (auto made = SystemIO::Folder::EnsureExists(SystemIO::Path::GetParentFolder(target)); !made) {
             m_out << "  (" << Utf8(name) << " could not be dropped: " << Utf8(made.ErrorText()) << ")\n";
             return;
         }
-        std::error_code error;
-        fs::rename(FsPath(packed), FsPath(target), error);
+        // Packed under a temporary name that the manager passes over, and then renamed into
+        // place, as a download or an installer would drop it.
+        auto dropped = SystemIO::File::ReplaceAtomically(target, [&](const CString& temporary) {
+            ExtensionContainer package = PackFiles(
+                [&] {
+                    auto opened = ExtensionContainer::Open(temporary, VdcContainer::ZipFile::OpenMode::Create);
+                    return opened ? std::move(*opened) : ExtensionContainer();
+                },
+                data, folder + CString(1, SystemIO::Path::Separator()), files);
+            if (!package) return OvxUtils::Result<void>(OvxUtils::Error{u"the sample could not be packed"});
+            return package.Close();
+        });
+        if (!dropped) {
+            m_out << "  (the sample " << sample.name << " could not be dropped: " << Utf8(dropped.ErrorText()) << ")\n";
+            return;
+        }
         m_out << "  (dropped " << Utf8(name) << ", " << sample.name << " " << sample.version.ToString().ToUtf8()
               << ")\n";
     }

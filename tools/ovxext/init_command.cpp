@@ -66,7 +66,7 @@ int RunInit(const CommandContext& context) {
     root.AddChildNode(Name("version"), "1.0");
     if (auto type = parser.Value("--type")) root.AddChildNode(Name("type"), *type);
     for (const auto app : *apps) root.AddChildNode(Name("app"), ToString(app).ToUtf8());
-    if (auto written = OvxUtils::SystemIO::File::WriteAllBytes(file, document->ToBytes()); !written) {
+    if (auto written = OvxUtils::SystemIO::File::WriteAtomically(file, document->ToBytes()); !written) {
         const std::string reason = Utf8(OvxUtils::SystemErrorText(written.SystemCode()));
         return ReportError(context, "init", Utf8(file), "cannot be written: " + reason, kExitFailure);
     }

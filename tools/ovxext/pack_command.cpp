@@ -13,9 +13,7 @@
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
-#include "platform/system_io/temporary_name.h"
 
-#include <filesystem>
 
 namespace Ovxext {
 
@@ -264,26 +262,21 @@ int RunPack(const CommandContext& context) {
     }
     // Written under a temporary name and read back as a host reads it; only a package
     // that passes takes its name.
-    const CString temporary =
-        OvxUtils::SystemIO::TemporaryName::Beside(packagePath, OvxUtils::SystemIO::TemporaryName::kWriting);
     const bool reproducible = parser.Has("--reproducible");
     std::optional<OvxComponent::Trust::SigningSeal> seal;
     if (key) {
         seal.emplace(*key, OvxComponent::Trust::TrustedCommentFor(SigningTime(reproducible), data.DocumentID,
                                                                   data.Version));
     }
-    auto written = WritePackage(temporary, data, folder, *files, reproducible, seal ? &*seal : nullptr);
-    if (written) written = ReadBack(temporary);
-    if (written && key) {
-        if (auto signer = CheckSigned(temporary, *key); !signer) written = signer.TakeError();
-    }
-    std::error_code renameError;
-    if (written) std::filesystem::rename(NativePath(temporary), NativePath(packagePath), renameError);
-    if (!written || renameError) {
-        OvxUtils::SystemIO::File::Delete(temporary);
-        const std::string why = written ? "cannot be moved into place: " + renameError.message() : Utf8(written.ErrorText());
-        return ReportError(context, "pack", packageText, why, kExitFailure);
-    }
+    auto written = OvxUtils::SystemIO::File::ReplaceAtomically(packagePath, [&](const CString& temporary) {
+        auto made = WritePackage(temporary, data, folder, *files, reproducible, seal ? &*seal : nullptr);
+        if (made) made = ReadBack(temporary);
+        if (made && key) {
+            if (auto signer = CheckSigned(temporary, *key); !signer) made = signer.TakeError();
+        }
+        return made;
+    });
+    if (!written) return ReportError(context, "pack", packageText, Utf8(written.ErrorText()), kExitFailure);
     if (!parser.Has("--quiet")) {
         context.out << "packed " << files->size() << (files->size() == 1 ? " file" : " files") << " into "
                     << packageText << (key ? ", signed with key ID " + OvxComponent::Minisign::KeyIdText(key->id) : "")

@@ -5,10 +5,8 @@
 #include "signing.h"
 
 #include "platform/system_io/file.h"
-#include "platform/system_io/temporary_name.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace Ovxext {
 
@@ -53,16 +51,14 @@ int RunSign(const CommandContext& context) {
 
     auto key = ReadSecretKey(*secretPath);
     if (!key) return ReportError(context, "sign", *secretPath, Utf8(key.ErrorText()), kExitFailure);
-    const CString temporary =
-        OvxUtils::SystemIO::TemporaryName::Beside(package, OvxUtils::SystemIO::TemporaryName::kWriting);
-    auto signer = SignAndCheck(package, temporary, *key, std::getenv("SOURCE_DATE_EPOCH") != nullptr);
-    std::error_code renameError;
-    if (signer) std::filesystem::rename(NativePath(temporary), NativePath(package), renameError);
-    if (!signer || renameError) {
-        OvxUtils::SystemIO::File::Delete(temporary);
-        const std::string why = signer ? "cannot be replaced: " + renameError.message() : Utf8(signer.ErrorText());
-        return ReportError(context, "sign", file, why, kExitFailure);
-    }
+    std::optional<OvxComponent::Trust::Signer> signer;
+    auto replaced = OvxUtils::SystemIO::File::ReplaceAtomically(package, [&](const CString& temporary) {
+        auto signed_ = SignAndCheck(package, temporary, *key, std::getenv("SOURCE_DATE_EPOCH") != nullptr);
+        if (!signed_) return OvxUtils::Result<void>(signed_.TakeError());
+        signer = std::move(*signed_);
+        return OvxUtils::Result<void>();
+    });
+    if (!replaced) return ReportError(context, "sign", file, Utf8(replaced.ErrorText()), kExitFailure);
     const std::string id = Minisign::KeyIdText(signer->keyId);
     if (parser.Has("--json")) {
         WriteJson(context, {{"file", file}, {"keyId", id}, {"trustedComment", signer->trustedComment}});

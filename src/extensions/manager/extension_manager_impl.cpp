@@ -35,12 +35,13 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       appSupported(std::move(appSupportedCheck)),
       addonNames(addons.begin(), addons.end()),
       log(LogOutput(platformFolder, std::move(logStream))),
-      repair(log, platformFolder),
-      unpacker(log, platformFolder, {requirementText, appSupported}, loadedExtensions, repair, std::move(trustStore)),
-      loader(log, installers, loadedExtensions, {loaderActive, initialLoadDone},
+      installRepair(log, platformFolder),
+      packageUnpacker(log, platformFolder, {requirementText, appSupported}, loadedExtensions, installRepair,
+                      std::move(trustStore)),
+      extensionLoader(log, installers, loadedExtensions, {loaderActive, initialLoadDone},
              {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag}),
-      scanner(log, sourceFolders, repair, unpacker, loader),
-      rescans(log, repair, unpacker, loader, scanner) {
+      extensionScanner(log, sourceFolders, installRepair, packageUnpacker, extensionLoader),
+      sourceRescan(log, installRepair, packageUnpacker, extensionLoader, extensionScanner) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
     // that the log file can be written from the start. A missing data folder is left
     // alone, and a platform folder that cannot be made too: the log then lives in memory
@@ -49,7 +50,7 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
     log.OpenOutput();
 }
 
-ExtensionManagerImpl::~ExtensionManagerImpl() { unpacker.SaveVerified(); }
+ExtensionManagerImpl::~ExtensionManagerImpl() { packageUnpacker.SaveVerified(); }
 
 std::shared_ptr<ExtensionManagerImpl> ExtensionManagerImpl::Make(
     const CString& rootFolder, OvxUtils::array_view<const ExtensionSourceFolder> sources,
@@ -140,7 +141,7 @@ std::shared_ptr<const IExtensionInstaller> ExtensionManagerImpl::RegisterInstall
     // Releasing the registration unloads the installer's extensions, while the manager lives.
     auto onRelease = [weakManager = weak_from_this()](const std::set<CString>& types,
                                                       const std::shared_ptr<const IExtensionInstaller>& released) {
-        if (const auto self = weakManager.lock()) self->loader.UnloadServedBy(types, *released);
+        if (const auto self = weakManager.lock()) self->extensionLoader.UnloadServedBy(types, *released);
     };
     auto registration = InstallerRegistry(installers, log).Register(mimeTypes, std::move(installer), std::move(onRelease));
     if (registration && loaderActive) {
@@ -150,52 +151,58 @@ std::shared_ptr<const IExtensionInstaller> ExtensionManagerImpl::RegisterInstall
     return registration;
 }
 
-OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) { return unpacker.Open(path, use); }
+OpenResult ExtensionManagerImpl::OpenPackage(const CString& path, PackageUse use) {
+    return packageUnpacker.Open(path, use);
+}
 
 OvxUtils::Result<void> ExtensionManagerImpl::ShouldUnpack(const OpenedPackage& package, std::uint64_t packageTime) {
-    return unpacker.ShouldUnpack(package, packageTime);
+    return packageUnpacker.ShouldUnpack(package, packageTime);
 }
 
 OpenResult ExtensionManagerImpl::Unpack(const OpenedPackage& package, const CString& installFolder) {
-    return unpacker.Unpack(package, installFolder);
+    return packageUnpacker.Unpack(package, installFolder);
 }
 
-void ExtensionManagerImpl::Rescan(const CString& folder) { rescans.Rescan(folder); }
+void ExtensionManagerImpl::Rescan(const CString& folder) { sourceRescan.Rescan(folder); }
 
 void ExtensionManagerImpl::AutoLoad(const CString& path) {
-    rescans.AutoLoad(path);
-    unpacker.SaveVerified();
+    sourceRescan.AutoLoad(path);
+    packageUnpacker.SaveVerified();
 }
 
 UnloadOutcome ExtensionManagerImpl::RemoveExtension(const OvxUtils::Guid& documentId) {
-    return rescans.RemoveExtension(documentId);
+    return sourceRescan.RemoveExtension(documentId);
 }
 
 std::optional<LoadedExtension> ExtensionManagerImpl::TryLoad(const OpenedPackage& unpacked) {
-    return loader.TryLoad(unpacked);
+    return extensionLoader.TryLoad(unpacked);
 }
 
-LoadOutcome ExtensionManagerImpl::LoadIfReady(OpenedPackage unpacked) { return loader.LoadIfReady(std::move(unpacked)); }
+LoadOutcome ExtensionManagerImpl::LoadIfReady(OpenedPackage unpacked) {
+    return extensionLoader.LoadIfReady(std::move(unpacked));
+}
 
 OvxUtils::Result<LoadedExtension> ExtensionManagerImpl::LoadFromPath(OpenedPackage unpacked) {
-    return loader.LoadFromPath(std::move(unpacked));
+    return extensionLoader.LoadFromPath(std::move(unpacked));
 }
 
 UnloadOutcome ExtensionManagerImpl::UnloadExtension(std::shared_ptr<IExtensionState> state, bool skipUiReload) {
-    return loader.Unload(std::move(state), skipUiReload);
+    return extensionLoader.Unload(std::move(state), skipUiReload);
 }
 
 std::optional<std::shared_ptr<IExtensionState>> ExtensionManagerImpl::FindExtension(const OvxUtils::Guid& documentId) {
-    return loader.Find(documentId);
+    return extensionLoader.Find(documentId);
 }
 
-std::vector<UnloadOutcome> ExtensionManagerImpl::UnloadAll() { return loader.UnloadAll(); }
+std::vector<UnloadOutcome> ExtensionManagerImpl::UnloadAll() { return extensionLoader.UnloadAll(); }
 
 bool ExtensionManagerImpl::VisitUiModifications(UiModifier visitor) {
-    return loader.Files().VisitUiModifications(visitor);
+    return extensionLoader.Files().VisitUiModifications(visitor);
 }
 
-bool ExtensionManagerImpl::VisitResources(ResourceLoader visitor) { return loader.Files().VisitResources(visitor); }
+bool ExtensionManagerImpl::VisitResources(ResourceLoader visitor) {
+    return extensionLoader.Files().VisitResources(visitor);
+}
 
 void ExtensionManagerImpl::SetUiHandlers(UiModifier modifier, std::function<void()> reload) {
     // Extensions loaded before the host had a modifier get their UI files now, once.

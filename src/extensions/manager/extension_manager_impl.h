@@ -137,11 +137,11 @@ private:
     std::vector<CString> addonNames;
     ExtensionLog log;
     // The parts, made once, each after those it works through.
-    InstallRepair repair;
-    PackageUnpacker unpacker;
-    ExtensionLoader loader;
-    ExtensionScanner scanner;
-    SourceRescan rescans;
+    InstallRepair installRepair;
+    PackageUnpacker packageUnpacker;
+    ExtensionLoader extensionLoader;
+    ExtensionScanner extensionScanner;
+    SourceRescan sourceRescan;
 };
 
 }  // namespace OvxComponent

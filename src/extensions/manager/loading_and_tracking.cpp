@@ -35,7 +35,7 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     std::optional<std::size_t> previousCount;
     while (true) {
         // Loading needs the metadata only: the verification record answers for what did not change.
-        std::vector<UnpackedCandidate> candidates = scanner.VerifyUnpacked(true, PackageUse::RecordOnly);
+        std::vector<UnpackedCandidate> candidates = extensionScanner.VerifyUnpacked(true, PackageUse::RecordOnly);
         // An unusable installed copy has said why already; FinishLoading reports it.
         std::erase_if(candidates, [this](const UnpackedCandidate& candidate) {
             if (candidate.unusable) return true;
@@ -66,14 +66,14 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
     }
     log.Write(kFinishedInitialLoading, manager);
     initialLoadingRunning = false;
-    unpacker.SaveVerified();
+    packageUnpacker.SaveVerified();
     NotifyFailures();
 }
 
 void ExtensionManagerImpl::FinishLoading() {
     initialLoadDone = true;
     bool cleared = false;
-    for (const UnpackedCandidate& candidate : scanner.VerifyUnpacked(false, PackageUse::RecordOnly)) {
+    for (const UnpackedCandidate& candidate : extensionScanner.VerifyUnpacked(false, PackageUse::RecordOnly)) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr) {
             const CString versionFolder = SystemIO::Path::GetParentFolder(candidate.folder);
@@ -87,7 +87,7 @@ void ExtensionManagerImpl::FinishLoading() {
                 cleared = true;
             } else {
                 log.Reason(kCouldNotUnpack.level, candidate.folder, deleted.ErrorText());
-                repair.LeaveWorkBehind();
+                installRepair.LeaveWorkBehind();
             }
             continue;
         }
@@ -99,7 +99,7 @@ void ExtensionManagerImpl::FinishLoading() {
         log.Associate(candidate.folder, documentId);
         if (!loadedExtensions.contains(documentId)) log.Write(kFailedToLoadFinal, documentId);
     }
-    unpacker.SaveVerified();
+    packageUnpacker.SaveVerified();
     // When tracking has begun, the source folders are scanned again now rather than at
     // their next change, so that a cleared version's package comes back at once.
     if (cleared && !trackers.empty()) {

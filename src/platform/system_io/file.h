@@ -87,6 +87,12 @@ enum class Access {
 // Writes bytes under a temporary name beside path, flushes them to the disk and renames
 // them over path in one step: path holds the old content or the new, whatever happens.
 Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access access = Access::Shared);
+// The same for content that something else writes into a file of its own: write makes
+// the new file at the temporary path it is given, beside path; then it is flushed to the
+// disk and renamed over path in one step (on Windows waiting out a brief hold of path). The
+// temporary file goes when write or any step fails, and the error is write's own or names
+// the step.
+Result<void> ReplaceAtomically(const CString& path, const std::function<Result<void>(const CString& temporary)>& write);
 // Reads the file from start to end in chunks of a bounded size, handing each to sink,
 // which may stop the read by returning false (the result is then still a success).
 Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink);

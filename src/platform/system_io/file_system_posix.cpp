@@ -262,6 +262,25 @@ Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access
                                    [&](int target) { return Detail::WriteAll(target, bytes.data(), bytes.size()); });
 }
 
+Result<void> ReplaceAtomically(const CString& path, const std::function<Result<void>(const CString& temporary)>& write) {
+    const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
+    const auto discard = [&](Error error) {
+        ::unlink(temporary.ToUtf8().c_str());
+        return error;
+    };
+    if (auto written = write(temporary); !written) return discard(written.TakeError());
+    {
+        const Detail::UniqueFd file = Detail::OpenFd(temporary, O_RDONLY);
+        if (!file.IsValid() || ::fsync(file.Get()) != 0) return discard(SystemError(u"cannot flush " + temporary));
+    }
+    if (::rename(temporary.ToUtf8().c_str(), path.ToUtf8().c_str()) != 0) {
+        return discard(SystemError(u"cannot rename " + temporary + u" to " + path));
+    }
+    const Detail::UniqueFd folder = Detail::OpenFd(Path::GetParentFolder(path), O_RDONLY | O_DIRECTORY);
+    if (folder.IsValid()) ::fsync(folder.Get());
+    return {};
+}
+
 Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink) {
     struct stat st {};
     const Detail::UniqueFd fd = OpenForReading(path, st);

@@ -335,6 +335,22 @@ Result<void> WriteAtomically(const CString& path, std::string_view bytes, Access
     return MoveIntoPlace(temporary, path);
 }
 
+Result<void> ReplaceAtomically(const CString& path, const std::function<Result<void>(const CString& temporary)>& write) {
+    const CString temporary = TemporaryName::Beside(path, TemporaryName::kWriting);
+    const auto discard = [&](Error error) {
+        Detail::RemoveEntry(temporary);
+        return error;
+    };
+    if (auto written = write(temporary); !written) return discard(written.TakeError());
+    {
+        const UniqueFileHandle file = Open(temporary, GENERIC_WRITE, kShareAll, OPEN_EXISTING, 0);
+        if (!file.IsValid() || !::FlushFileBuffers(file.Get())) {
+            return discard(SystemError(u"cannot flush " + temporary));
+        }
+    }
+    return MoveIntoPlace(temporary, path);
+}
+
 Result<void> ReadChunks(const CString& path, const std::function<bool(std::string_view)>& sink) {
     const UniqueFileHandle file = Open(path, GENERIC_READ, kShareAll, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN);
     if (!file.IsValid()) return SystemError(u"cannot read " + path);
