@@ -8,8 +8,7 @@
 # output pipe (and this script's lock) open, and CTest would wait for them forever.
 # A lock serialises all this, since CTest may start several programs at once.
 set -eu
-: "${WINEPREFIX:?WINEPREFIX must name the test prefix}"
-export WINEPREFIX
+. "$(dirname "$0")/wine-env.sh"
 
 # Runs a command with only /dev/null for standard streams and nothing else open.
 detached() {

@@ -2,8 +2,8 @@
 # Starts or stops the one persistent wineserver of a test run, in the prefix given by
 # WINEPREFIX. "start" also creates the prefix on first use.
 set -eu
-: "${WINEPREFIX:?WINEPREFIX must name the test prefix}"
 here=$(dirname "$0")
+. "$here/wine-env.sh"
 
 case "${1:-}" in
   # A server left by another use of the prefix may be one that ends by itself: the run's

@@ -26,6 +26,7 @@ mapfile -t debs < <(find "$folder" -maxdepth 1 -name '*.deb' | sort)
 ((${#debs[@]})) || { echo "FAILED: no .deb in $folder" >&2; exit 1; }
 mapfile -t names < <(for deb in "${debs[@]}"; do dpkg-deb -f "$deb" Package; done)
 fail() { echo "FAILED: $*" >&2; exit 1; }
+source scripts/lib/example-hosts.sh
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ovx-deb.XXXXXX")
 remove_packages() { DEBIAN_FRONTEND=noninteractive apt-get remove -y -qq "${names[@]}" >/dev/null 2>&1 || true; }
@@ -135,10 +136,6 @@ grep -qx "Index: $reference/index.html" /usr/share/doc-base/libovxcomponent-doc 
 ldd /usr/bin/ovxext | grep -q libOvxComponent && fail "ovxext links the shared library, yet its package does not depend on it"
 
 echo "== debian: the examples against /usr"
-build_example() {  # name, folder
-  { cmake -S "examples/$1" -B "$2" -G Ninja -DCMAKE_BUILD_TYPE=Release && cmake --build "$2"; } >"$2.log" 2>&1 ||
-    { cat "$2.log"; fail "examples/$1 against the installed packages"; }
-}
 build_example host "$work/host"
 build_example c-host "$work/c-host"
 grep -rq "/usr/lib/x86_64-linux-gnu/cmake/OvxComponent" "$work/host/CMakeCache.txt" ||
@@ -160,16 +157,9 @@ cxx17=$(g++ -std=c++17 -fsyntax-only examples/host/main.cpp 2>&1) && fail "a C++
 grep -q "#error \"OvxComponent: the C++ headers need C++20" <<<"$cxx17" && (($(grep -c "error:" <<<"$cxx17") <= 2)) ||
   { echo "$cxx17" | head -20; fail "a C++17 build of the C++ host does not get one error naming C++20"; }
 
-mkdir -p "$work/extension" "$work/sources"
-echo "a tool" >"$work/extension/tool.txt"
-/usr/bin/ovxext pack "$work/extension" -o "$work/sources/tool.OrvexExtension" --quiet \
-  --id "{6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" --type application/x-vnd.example.tool --app Atlas
-for host in "$work/host/ovx-example-host" "$work/c-host/ovx-example-c-host" "$work/c-host-pkgconfig" "$work/host-pkgconfig"; do
-  data=$(mktemp -d "$work/data.XXXXXX")
-  output=$("$host" "$data" "$work/sources" 1 60 2>&1) || { echo "$output"; fail "$(basename "$host") did not load the package"; }
-  grep -q "^loaded {6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" <<<"$output" || { echo "$output"; fail "$(basename "$host") loaded something else"; }
-  echo "   $(basename "$host"): loaded and unloaded"
-done
+pack_example_extension /usr/bin/ovxext "$work"
+expect_examples_load "$work" "$work/host/ovx-example-host" "$work/c-host/ovx-example-c-host" "$work/c-host-pkgconfig" \
+  "$work/host-pkgconfig"
 
 echo "== debian: remove"
 DEBIAN_FRONTEND=noninteractive apt-get remove -y -qq "${names[@]}" >"$work/remove.log" 2>&1 ||

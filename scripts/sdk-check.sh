@@ -18,6 +18,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source_dir=$PWD
 platform=${1:?usage: scripts/sdk-check.sh linux|windows}
+fail() { echo "FAILED: $*" >&2; exit 1; }
 
 # The warnings of a strict host; the SDK's headers must pass them as the host's own code.
 # (-Wnon-virtual-dtor only on Linux: COM interfaces have no virtual destructor by design.)
@@ -32,8 +33,6 @@ linux)
   cxx=g++
   cc=gcc
   toolchain=()
-  run=()
-  exe=
   ;;
 windows)
   build=build/windows
@@ -42,17 +41,18 @@ windows)
   cxx=x86_64-w64-mingw32-g++-posix
   cc=x86_64-w64-mingw32-gcc-posix
   toolchain=(-DCMAKE_TOOLCHAIN_FILE="$source_dir/cmake/toolchains/mingw-w64-x86_64.cmake")
-  export WINEPREFIX=$PWD/$build/wineprefix WINEDEBUG=-all DISPLAY= LC_ALL=C.UTF-8
-  export WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe=d
+  WINEPREFIX=$PWD/$build/wineprefix
+  source cmake/wine-env.sh
   "$source_dir/cmake/wine-session.sh" start  # as the tests start it
-  run=(wine)
-  exe=.exe
+  example_run=(wine)
+  example_exe=.exe
   ;;
 *)
   echo "unknown platform $platform" >&2
   exit 2
   ;;
 esac
+source scripts/lib/example-hosts.sh
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/ovx-sdk-$platform.XXXXXX")
 trap 'rm -rf "$work"; [[ $platform == windows ]] && "$source_dir/cmake/wine-session.sh" stop' EXIT
@@ -101,14 +101,7 @@ scripts/abi-baseline.sh check "$build"
 
 echo "== $platform: examples against the installed SDK"
 configure_example() {  # name, build folder, extra arguments...
-  local name=$1 folder=$2
-  shift 2
-  { cmake -S examples/$name -B "$folder" -G Ninja -DCMAKE_BUILD_TYPE=Release "${toolchain[@]}" \
-      -DCMAKE_NO_SYSTEM_FROM_IMPORTED=ON "$@" && cmake --build "$folder"; } >"$folder.log" 2>&1 || {
-    cat "$folder.log"
-    echo "FAILED: examples/$name in $folder" >&2
-    exit 1
-  }
+  build_example "$1" "$2" "${toolchain[@]}" -DCMAKE_NO_SYSTEM_FROM_IMPORTED=ON "${@:3}"
 }
 configure_example host "$work/host" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="$strict_flags"
 configure_example c-host "$work/c-host" -DCMAKE_PREFIX_PATH="$prefix" \
@@ -136,31 +129,15 @@ if [[ $platform == linux ]]; then
 fi
 
 echo "== $platform: the hosts load a package packed by the installed ovxext"
-mkdir -p "$work/extension" "$work/sources"
-echo "a tool" >"$work/extension/tool.txt"
-to_native() { if [[ $platform == windows ]]; then winepath -w "$1"; else echo "$1"; fi; }
-"${run[@]}" "$prefix/bin/ovxext$exe" pack "$(to_native "$work/extension")" -o "$(to_native "$work/sources/tool.OrvexExtension")" \
-  --id "{6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" --type application/x-vnd.example.tool --app Atlas --quiet
-hosts=("$work/host/ovx-example-host$exe" "$work/c-host/ovx-example-c-host$exe" "$work/host-subproject/ovx-example-host$exe")
+pack_example_extension "$prefix/bin/ovxext$example_exe" "$work"
+if [[ $platform == windows ]]; then
+  # The subproject build has the DLL beside its host, with the MinGW runtime from the prefix.
+  find "$work/host-subproject/ovxcomponent" -name OvxComponent.dll -exec cp {} "$work/host-subproject/" \;
+fi
+hosts=("$work/host/ovx-example-host$example_exe" "$work/c-host/ovx-example-c-host$example_exe"
+  "$work/host-subproject/ovx-example-host$example_exe")
 [[ $platform == linux ]] && hosts+=("$work/c-host-pkgconfig")
-for host in "${hosts[@]}"; do
-  data=$(mktemp -d "$work/data.XXXXXX")
-  if [[ $host == "$work/host-subproject/"* && $platform == windows ]]; then
-    # The subproject build has the DLL beside its host, with the MinGW runtime from the prefix.
-    find "$work/host-subproject/ovxcomponent" -name OvxComponent.dll -exec cp {} "$work/host-subproject/" \;
-  fi
-  output=$("${run[@]}" "$host" "$(to_native "$data")" "$(to_native "$work/sources")" 1 60 2>&1) || {
-    echo "$output"
-    echo "FAILED: $(basename "$host") did not load the package" >&2
-    exit 1
-  }
-  grep -q "^loaded {6F1C1D52-8A0B-4B5E-9C39-2D7A54E1B0A1}" <<<"$output" || {
-    echo "$output"
-    echo "FAILED: $(basename "$host") loaded something else" >&2
-    exit 1
-  }
-  echo "   $(basename "$host"): loaded and unloaded"
-done
+expect_examples_load "$work" "${hosts[@]}"
 
 echo "== $platform: release archives"
 rm -rf $build/packages

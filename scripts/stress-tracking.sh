@@ -24,10 +24,10 @@ for _ in 1 2; do
   (while :; do :; done) &
   burners+=($!)
 done
-trap 'kill "${burners[@]}" 2>/dev/null; WINEPREFIX="$PWD/build/windows/wineprefix" wineserver -k 2>/dev/null' EXIT
+trap 'kill "${burners[@]}" 2>/dev/null; cmake/wine-session.sh stop' EXIT
 
-export WINEPREFIX=$PWD/build/windows/wineprefix WINEDEBUG=-all DISPLAY= LC_ALL=C.UTF-8
-export WINEDLLOVERRIDES=mscoree,mshtml,winedbg.exe=d
+WINEPREFIX=$PWD/build/windows/wineprefix
+source cmake/wine-env.sh
 failures=0
 run() {  # platform, runs, program, filter
   local platform=$1 runs=$2 program=$3 filter=$4 log

@@ -38,7 +38,7 @@ windows() {
     run windows scripts/sdk-check.sh windows &&
     run windows scripts/reproducible-check.sh windows
   # The wine.stop fixture ends the wineserver; make sure of it even after a failure.
-  WINEPREFIX="$PWD/build/windows/wineprefix" wineserver -k 2>/dev/null || true
+  WINEPREFIX="$PWD/build/windows/wineprefix" cmake/wine-session.sh stop
 }
 
 linux
