@@ -154,12 +154,11 @@ CString ExtensionLog::Information(const OvxUtils::Guid& guid, const CString& tex
 }
 
 void ExtensionLog::Associate(const CString& name, const OvxUtils::Guid& guid) {
-    if (m_guidsOfName[name].insert(guid).second) {
-        WriteByGuid(ExtensionLogLevel::Information, guid, guid.ToString() + u" is associated with " + name);
-    }
-    if (m_namesOfGuid[guid].insert(name).second) {
-        WriteByName(ExtensionLogLevel::Information, name, name + u" is associated with " + guid.ToString());
-    }
+    // The two maps are only ever filled together: a pairing known to one is known to both.
+    if (!m_guidsOfName[name].insert(guid).second) return;
+    WriteByGuid(ExtensionLogLevel::Information, guid, guid.ToString() + u" is associated with " + name);
+    m_namesOfGuid[guid].insert(name);
+    WriteByName(ExtensionLogLevel::Information, name, name + u" is associated with " + guid.ToString());
 }
 
 std::vector<ExtensionLogEntry> ExtensionLog::EntriesFor(const CString& name) const {

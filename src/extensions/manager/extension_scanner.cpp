@@ -19,7 +19,7 @@ using namespace LogMessages;
 
 }  // namespace
 
-std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded, PackageUse use) {
+std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(Purpose purpose) {
     std::vector<UnpackedCandidate> verified;
     const CString& platformFolder = m_unpacker.PlatformFolder();
     if (!SystemIO::Folder::Exists(platformFolder)) return verified;
@@ -32,7 +32,7 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
         const std::optional<OvxUtils::Guid> folderId = OvxUtils::Guid::FromString(folderName);
         if (!folderId) continue;
         // An extension that is loaded is not opened again just to be left out.
-        if (skipLoaded && m_loader.Find(*folderId)) continue;
+        if (purpose == Purpose::Loading && m_loader.Find(*folderId)) continue;
         if (sweep) m_repair.Sweep(extensionFolder);
         for (const InstallLayout::ExistingCopy& copy : InstallLayout::ExistingCopies(extensionFolder)) {
             const CString versionFolder = SystemIO::Path::GetParentFolder(copy.installedCopy);
@@ -48,7 +48,8 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
             }
             // The thorough repair looks at every file of the archive; otherwise a record
             // answers what is asked here.
-            auto installed = m_unpacker.OpenInstalled(copy.installedCopy, sweep ? PackageUse::Readable : use, identity);
+            const PackageUse use = sweep ? PackageUse::Readable : PackageUse::RecordOnly;
+            auto installed = m_unpacker.OpenInstalled(copy.installedCopy, use, identity);
             if (!installed) {
                 verified.push_back({unpackedFolder, {nullptr, unpackedFolder, 0, nullptr}, true});
                 continue;
@@ -67,7 +68,7 @@ std::vector<UnpackedCandidate> ExtensionScanner::VerifyUnpacked(bool skipLoaded,
             // Nothing loads without its files: a folder that the repair could not extract
             // again (a full disk, files that differ from their signed digests) stays
             // unusable for the rest of the session.
-            if (!repair && !SystemIO::Folder::Exists(unpackedFolder)) {
+            if (!repair && purpose != Purpose::Removal && !SystemIO::Folder::Exists(unpackedFolder)) {
                 verified.push_back({unpackedFolder, std::move(*installed), true});
                 continue;
             }

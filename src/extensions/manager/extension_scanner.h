@@ -35,10 +35,14 @@ public:
     ExtensionScanner(const ExtensionScanner&) = delete;
     ExtensionScanner& operator=(const ExtensionScanner&) = delete;
 
-    // With skipLoaded, extensions that are loaded now are left out without being opened.
+    // What a verification scan is for. Loading leaves out the extensions that are loaded
+    // now without opening them; Removal asks only which extensions are installed, so an
+    // unpacked folder that has gone does not make its extension unusable there.
+    enum class Purpose { Loading, Report, Removal };
     // The first scan of the manager's life also repairs: it sweeps the debris of
-    // interrupted work and extracts again the unpacked folders that are incomplete.
-    std::vector<UnpackedCandidate> VerifyUnpacked(bool skipLoaded, PackageUse use);
+    // interrupted work and extracts again the unpacked folders that are incomplete. Only
+    // the repair reads archives; otherwise the installed copies' records answer.
+    std::vector<UnpackedCandidate> VerifyUnpacked(Purpose purpose);
     // The packages of every source folder that open, in the order of the folders.
     std::vector<OpenedPackage> ScanSourceFolders();
 

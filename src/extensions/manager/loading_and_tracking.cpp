@@ -34,8 +34,7 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
 
     std::optional<std::size_t> previousCount;
     while (true) {
-        // Loading needs the metadata only: the verification record answers for what did not change.
-        std::vector<UnpackedCandidate> candidates = extensionScanner.VerifyUnpacked(true, PackageUse::RecordOnly);
+        std::vector<UnpackedCandidate> candidates = extensionScanner.VerifyUnpacked(ExtensionScanner::Purpose::Loading);
         // An unusable installed copy has said why already; FinishLoading reports it.
         std::erase_if(candidates, [this](const UnpackedCandidate& candidate) {
             if (candidate.unusable) return true;
@@ -73,7 +72,7 @@ void ExtensionManagerImpl::RunInitialLoadingPass() {
 void ExtensionManagerImpl::FinishLoading() {
     initialLoadDone = true;
     bool cleared = false;
-    for (const UnpackedCandidate& candidate : extensionScanner.VerifyUnpacked(false, PackageUse::RecordOnly)) {
+    for (const UnpackedCandidate& candidate : extensionScanner.VerifyUnpacked(ExtensionScanner::Purpose::Report)) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr) {
             const CString versionFolder = SystemIO::Path::GetParentFolder(candidate.folder);

@@ -11,12 +11,14 @@ PackageCache::Record PackageCache::Find(const CString& path, const FileIdentity&
         return {};
     }
     found->second.used = m_generation;
-    return {found->second.info->Modify(), found->second.trust};
+    return {found->second.record, found->second.trust};
 }
 
 void PackageCache::Remember(const CString& path, const FileIdentity& identity, const ExtensionContainerInfo& info,
                             Verdict trust) {
-    m_entries.insert_or_assign(path, Entry{identity, info.Modify(), std::move(trust), m_generation});
+    auto record = std::make_shared<ExtensionContainer>();
+    record->SetInfo(info.Modify());
+    m_entries.insert_or_assign(path, Entry{identity, std::move(record), std::move(trust), m_generation});
 }
 
 void PackageCache::KeepOpened(const CString& path, const FileIdentity& identity, Opened opened) {

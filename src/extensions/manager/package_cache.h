@@ -24,11 +24,13 @@ public:
     using Verdict = std::shared_ptr<const Trust::SignatureVerdict>;
 
     struct Record {
-        std::unique_ptr<ExtensionContainerInfo> info;
+        // A container that holds the record alone, without an archive; one per file state,
+        // shared by everyone who asks and changed by no one.
+        std::shared_ptr<ExtensionContainer> container;
         Verdict trust;  // null while the trust policy is off
     };
-    // A copy of the record read from path, when the file there, whose identity the caller
-    // has just taken, is still the one it was read from; a null info otherwise.
+    // The record read from path, when the file there, whose identity the caller has just
+    // taken, is still the one it was read from; a null container otherwise.
     Record Find(const CString& path, const FileIdentity& identity);
     // Whether Find would answer for path.
     bool Holds(const CString& path, const FileIdentity& identity) const {
@@ -58,7 +60,7 @@ public:
 private:
     struct Entry {
         FileIdentity identity;
-        std::unique_ptr<ExtensionContainerInfo> info;
+        std::shared_ptr<ExtensionContainer> record;
         Verdict trust;
         std::uint64_t used = 0;  // the generation that last used it
     };

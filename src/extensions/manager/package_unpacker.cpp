@@ -98,9 +98,8 @@ OpenResult PackageUnpacker::OpenChecked(const CString& path, PackageUse use,
         package.trust = std::move(opened.trust);
     }
     if (!package.container && use == PackageUse::RecordOnly && identity) {
-        if (auto record = m_packageCache.Find(path, *identity); record.info) {
-            package.container = std::make_shared<ExtensionContainer>();
-            package.container->SetInfo(std::move(record.info));
+        if (auto record = m_packageCache.Find(path, *identity); record.container) {
+            package.container = std::move(record.container);
             package.trust = std::move(record.trust);
         }
     }

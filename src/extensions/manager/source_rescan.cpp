@@ -44,7 +44,7 @@ void SourceRescan::Rescan(const CString& folder) {
 
     std::set<OvxUtils::Guid> present;
     for (const OpenedPackage& package : m_scanner.ScanSourceFolders()) present.insert(InfoOf(package)->GetDocumentID());
-    for (const UnpackedCandidate& candidate : m_scanner.VerifyUnpacked(false, PackageUse::RecordOnly)) {
+    for (const UnpackedCandidate& candidate : m_scanner.VerifyUnpacked(ExtensionScanner::Purpose::Removal)) {
         const ExtensionContainerInfo* info = InfoOf(candidate.package);
         if (info == nullptr || present.contains(info->GetDocumentID())) continue;
         m_log.Information(candidate.folder, u"removing extension");

@@ -23,11 +23,6 @@ namespace {
 using File::kEpochOffsetSeconds;
 using File::kTicksPerSecond;
 
-struct DirCloser {
-    void operator()(DIR* dir) const { ::closedir(dir); }
-};
-using UniqueDir = std::unique_ptr<DIR, DirCloser>;
-
 bool StatPath(const CString& path, struct stat& st) { return ::stat(path.ToUtf8().c_str(), &st) == 0; }
 
 Detail::EntryType TypeOf(const struct stat& st) {
@@ -102,25 +97,33 @@ EntryInfo GetEntryInfo(const CString& path) {
 }
 
 std::optional<std::vector<FolderEntry>> ReadFolder(const CString& path) {
-    UniqueDir dir(::opendir(path.ToUtf8().c_str()));
-    if (!dir) return std::nullopt;
+    // The entries straight from the descriptor: opendir would look at the folder once more
+    // with a status call before the first read, and folders are listed on every rescan.
+    const UniqueFd folder = OpenFd(path, O_RDONLY | O_DIRECTORY);
+    if (!folder.IsValid()) return std::nullopt;
     std::vector<FolderEntry> entries;
-    errno = 0;
-    while (const dirent* entry = ::readdir(dir.get())) {
-        const char* name = entry->d_name;
-        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
-        FolderEntry item{CString::FromUtf8(name)};
-        if (entry->d_type == DT_DIR) {
-            item.isFolder = true;
-        } else if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
-            const EntryInfo info = GetEntryInfo(Path::Combine(path, item.name));
-            item.isFolder = info.type == EntryType::Folder;
-            item.isLink = info.isLink;
+    alignas(dirent64) char buffer[16384];
+    for (;;) {
+        const ssize_t got = ::getdents64(folder.Get(), buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return std::nullopt;
+        if (got == 0) break;
+        for (ssize_t at = 0; at < got;) {
+            const auto* entry = reinterpret_cast<const dirent64*>(buffer + at);
+            at += entry->d_reclen;
+            const char* name = entry->d_name;
+            if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+            FolderEntry item{CString::FromUtf8(name)};
+            if (entry->d_type == DT_DIR) {
+                item.isFolder = true;
+            } else if (entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN) {
+                const EntryInfo info = GetEntryInfo(Path::Combine(path, item.name));
+                item.isFolder = info.type == EntryType::Folder;
+                item.isLink = info.isLink;
+            }
+            entries.push_back(std::move(item));
         }
-        entries.push_back(std::move(item));
-        errno = 0;
     }
-    if (errno != 0) return std::nullopt;
     return entries;
 }
 
