@@ -189,7 +189,8 @@ OpenResult PackageUnpacker::UnpackChecked(const OpenedPackage& package, const CS
     const CString unpackedFolder = InstallLayout::UnpackedFolder(versionFolder);
     auto unpacked = m_trust.IsOn() ? UnpackVerified(package, info) : UnpackInPlace(package, info);
     if (!unpacked) return unpacked.TakeError();
-    auto installed = OpenInstalled(InstallLayout::InstalledCopy(versionFolder), PackageUse::Readable);
+    // Loading needs the record only: the copy just made is not read again.
+    auto installed = OpenInstalled(InstallLayout::InstalledCopy(versionFolder), PackageUse::RecordOnly);
     if (!installed) return Error{m_log.Warning(documentId, installed.ErrorText())};
     installed->path = unpackedFolder;
     m_log.Associate(unpackedFolder, documentId);

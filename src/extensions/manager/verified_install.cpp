@@ -80,6 +80,7 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
     if (auto extracted = extraction.Into(stagedUnpacked); !extracted) {
         return refuse(extracted.ErrorText(), extraction.ReasonLevel(kErrorWhenUnpacking.level));
     }
+    const std::unique_ptr<ExtensionContainerInfo> copyRecord = copyInfo->Modify();
     copy.container.reset();  // a file still open cannot be renamed on Windows
 
     // Every version of the extension that is there goes, older and equal ones alike.
@@ -112,6 +113,10 @@ OvxUtils::Result<void> PackageUnpacker::UnpackVerified(const OpenedPackage& pack
         return Error{text};
     }
     clearStaged();
+    // What was read from the copy stays its record under its new name: it is not read again.
+    if (const auto identity = SystemIO::File::GetIdentity(installedCopy)) {
+        m_packageCache.Remember(installedCopy, *identity, *copyRecord, copy.trust);
+    }
     extraction.ReportMismatches(m_log, documentId);
     if (copy.trust->Holds() && !extraction.HasMismatches()) {
         RememberVerifiedFiles(versionFolder, *copy.trust);
