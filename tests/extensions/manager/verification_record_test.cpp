@@ -14,8 +14,14 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
+
+#ifdef __linux__
+#include <sys/inotify.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -168,6 +174,66 @@ TEST_F(VerificationRecordTest, ADamagedRecordCostsTimeOnlyAndIsWrittenAgain) {
         EXPECT_TRUE(ParseVerificationRecord(*File::ReadAllBytes(RecordFile()), kVersion)) << "not written again";
     }
 }
+
+#ifdef __linux__
+// Counts the opens of the files in the folders it watches, by name (inotify).
+class OpenCounter {
+public:
+    OpenCounter() : m_fd(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+    ~OpenCounter() { ::close(m_fd); }
+    OpenCounter(const OpenCounter&) = delete;
+    OpenCounter& operator=(const OpenCounter&) = delete;
+    void Watch(const CString& folder) { EXPECT_GE(::inotify_add_watch(m_fd, folder.ToUtf8().c_str(), IN_OPEN), 0); }
+    // The opens of each file since the last call (a folder's own opens have no name).
+    std::map<std::string, int> Take() {
+        std::map<std::string, int> opens;
+        alignas(inotify_event) char buffer[65536];
+        for (ssize_t got; (got = ::read(m_fd, buffer, sizeof buffer)) > 0;) {
+            for (ssize_t at = 0; at < got;) {
+                const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+                if (event->len > 0) ++opens[event->name];
+                at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+            }
+        }
+        return opens;
+    }
+
+private:
+    int m_fd;
+};
+
+TEST_F(VerificationRecordTest, EachPackageFileIsReadAtMostOncePerRescanAndPerStart) {
+    host.emplace();
+    OvxTest::PackExtension(host->source + u"/a.OrvexExtension", {TestGuid(1)});
+    OvxTest::PackExtension(host->source + u"/b.OrvexExtension", {TestGuid(2)});
+    OpenCounter counter;
+    counter.Watch(host->source);
+    const auto installer = std::make_shared<OvxTest::TestInstaller>();
+    {
+        auto manager = host->MakeManager();
+        auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+        manager->StartLoading();
+        manager->FinishLoading();
+        manager->Rescan(host->source);  // installs and loads both
+        EXPECT_EQ(counter.Take(), (std::map<std::string, int>{{"a.OrvexExtension", 1}, {"b.OrvexExtension", 1}}));
+        for (int number : {1, 2}) {
+            counter.Watch(InstallLayout::VersionFolder(PlatformFolder(), TestGuid(number), {1, 0}));
+        }
+        manager->Rescan(host->source);  // nothing changed
+        EXPECT_EQ(counter.Take(), (std::map<std::string, int>{})) << "an unchanged package was read again";
+        static_cast<void>(manager->UnloadAll());
+    }
+    // The next session: its start reads nothing, its first rescan each source package once.
+    auto manager = host->MakeManager();
+    auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+    manager->StartLoading();
+    manager->FinishLoading();
+    EXPECT_TRUE(manager->FindExtension(TestGuid(1)) && manager->FindExtension(TestGuid(2)));
+    EXPECT_EQ(counter.Take(), (std::map<std::string, int>{})) << "a start in which nothing changed read a package";
+    manager->Rescan(host->source);
+    EXPECT_EQ(counter.Take(), (std::map<std::string, int>{{"a.OrvexExtension", 1}, {"b.OrvexExtension", 1}}));
+}
+#endif
 
 TEST(VerificationRecordBytes, EveryFieldReadsBackAndNoCutOfTheBytesReads) {
     ExtensionContainerInfo info;
