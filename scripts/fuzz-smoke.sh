@@ -16,7 +16,7 @@ cmake --preset linux-fuzz >/dev/null
 cmake --build --preset linux-fuzz
 
 rm -rf "$work"
-mkdir -p "$work/artifacts" "$work/text" "$work/signature"
+mkdir -p "$work/artifacts" "$work/text" "$work/signature" "$work/record"
 "$bin/ovx_container_seeds" "$work/open" "$work/xml"
 
 fuzz() {
@@ -35,3 +35,4 @@ fuzz ovx_text_fuzzer text
 fuzz ovx_open_package_fuzzer open
 fuzz ovx_xml_fuzzer xml
 fuzz ovx_signature_files_fuzzer signature
+fuzz ovx_verification_record_fuzzer record

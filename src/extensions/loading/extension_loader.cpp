@@ -71,7 +71,12 @@ OvxUtils::Result<LoadedExtension> ExtensionLoader::LoadFromPath(OpenedPackage un
     const InstallerLookup installer = FindInstaller(m_installers, type);
     if (!installer.registered) return Error{m_log.Write(kMimeTypeNotRegistered, documentId)};
     if (!installer.installer) return Error{m_log.Write(kMimeTypeHandlerNotFunctional, documentId)};
-    std::shared_ptr<IExtensionState> state = installer.installer->Load(documentId, info.GetVersion(), type, path);
+    if (auto refused = m_gate.Refuse(documentId)) return Error{*refused};
+    std::shared_ptr<IExtensionState> state;
+    {
+        const auto note = m_calls.Enter(documentId, ExtensionCall::Load);
+        state = installer.installer->Load(documentId, info.GetVersion(), type, path);
+    }
     if (!state) return Error{m_log.Write(kLoaderFailed, documentId)};
     m_log.Information(documentId, u"extension loaded");
 
@@ -89,7 +94,11 @@ UnloadOutcome ExtensionLoader::Unload(std::shared_ptr<IExtensionState> state, bo
     const InstallerLookup installer = FindInstaller(m_installers, data.ExtensionType);
     if (!installer.registered) return Error{m_log.Warning(documentId, u"mime type not found")};
     if (!installer.installer) return Error{m_log.Write(kInstallerNotFound, documentId)};
-    const OvxUtils::optional<UnloadResult> answer = installer.installer->Unload(state);
+    OvxUtils::optional<UnloadResult> answer;
+    {
+        const auto note = m_calls.Enter(documentId, ExtensionCall::Unload);
+        answer = installer.installer->Unload(state);
+    }
     if (!answer) return Error{m_log.Write(kUnloadFailed, documentId)};
 
     if (*answer == UnloadResult::Unloaded) {
@@ -139,7 +148,10 @@ void ExtensionLoader::UnloadServedBy(const std::set<CString>& mimeTypes, const I
         }
         if (!mimeTypes.contains(record.state->Data().ExtensionType)) continue;
         m_log.Information(documentId, u"handled by removed installer; unloading");
-        static_cast<void>(installer.Unload(record.state));  // the extension goes either way
+        {
+            const auto note = m_calls.Enter(documentId, ExtensionCall::Unload);
+            static_cast<void>(installer.Unload(record.state));  // the extension goes either way
+        }
         if (!uiToRemove) uiToRemove = m_files.HasUiModifications(record.path);
         if (uiToRemove) m_log.Information(documentId, u"has UI to remove");
         record.state.reset();

@@ -8,6 +8,7 @@
 
 #include "OvxComponent/extensions/loading/extension_installer.h"
 #include "OvxComponent/extensions/loading/host_callbacks.h"
+#include "extensions/loading/call_guard.h"
 #include "extensions/loading/installer_registry.h"
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/loading/ui_resource_visitor.h"
@@ -26,12 +27,22 @@ struct LoadingPhase {
     const bool& initialLoadDone;
 };
 
+// What may keep an extension off although its installer is there (the manager's
+// quarantine): the refusal, logged already, or nothing to let it load.
+class LoadGate {
+public:
+    virtual std::optional<CString> Refuse(const OvxUtils::Guid& documentId) = 0;
+
+protected:
+    ~LoadGate() = default;
+};
+
 class ExtensionLoader {
 public:
     ExtensionLoader(ExtensionLog& log, const InstallerTable& installers, LoadedExtensions& loadedExtensions,
-                    LoadingPhase phase, HostFileCallbacks host)
+                    LoadingPhase phase, HostFileCallbacks host, CallGuard& calls, LoadGate& gate)
         : m_log(log), m_installers(installers), m_loadedExtensions(loadedExtensions), m_phase(phase),
-          m_files(log, loadedExtensions, host), m_uiReload(host.uiReload) {}
+          m_files(log, loadedExtensions, host, calls), m_uiReload(host.uiReload), m_calls(calls), m_gate(gate) {}
     ExtensionLoader(const ExtensionLoader&) = delete;
     ExtensionLoader& operator=(const ExtensionLoader&) = delete;
 
@@ -60,6 +71,8 @@ private:
     LoadingPhase m_phase;
     UiResourceVisitor m_files;
     const std::function<void()>& m_uiReload;
+    CallGuard& m_calls;  // notes each call into an extension while it runs
+    LoadGate& m_gate;
 };
 
 }  // namespace OvxComponent

@@ -7,10 +7,13 @@
 
 #include "OvxComponent/extensions/loading/extension_installer.h"
 #include "OvxComponent/extensions/loading/host_callbacks.h"
+#include "extensions/loading/call_guard.h"
 #include "extensions/loading/loaded_extension.h"
 #include "extensions/log/extension_log.h"
 
 #include <functional>
+#include <optional>
+#include <set>
 #include <vector>
 
 namespace OvxComponent {
@@ -27,10 +30,12 @@ struct HostFileCallbacks {
 
 class UiResourceVisitor {
 public:
-    UiResourceVisitor(ExtensionLog& log, const LoadedExtensions& loadedExtensions, HostFileCallbacks host)
-        : m_log(log), m_loadedExtensions(loadedExtensions), m_host(host) {}
+    UiResourceVisitor(ExtensionLog& log, const LoadedExtensions& loadedExtensions, HostFileCallbacks host,
+                      CallGuard& calls)
+        : m_log(log), m_loadedExtensions(loadedExtensions), m_host(host), m_calls(calls) {}
 
-    // Calls visitor once with the files of every loaded extension.
+    // Calls visitor once with the files of every loaded extension. The call is noted as
+    // the extension's when the files are one extension's alone.
     bool VisitUiModifications(const UiModifier& visitor) const;
     bool VisitResources(const ResourceLoader& visitor) const;
 
@@ -45,6 +50,7 @@ private:
     ExtensionLog& m_log;
     const LoadedExtensions& m_loadedExtensions;
     HostFileCallbacks m_host;
+    CallGuard& m_calls;
 };
 
 }  // namespace OvxComponent

@@ -35,11 +35,12 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       appSupported(std::move(appSupportedCheck)),
       addonNames(addons.begin(), addons.end()),
       log(LogOutput(platformFolder, std::move(logStream))),
-      installRepair(log, platformFolder),
+      quarantine(&log, platformFolder),
+      installRepair(log, platformFolder, callGuard, quarantine),
       packageUnpacker(log, platformFolder, {requirementText, appSupported}, loadedExtensions, installRepair,
                       std::move(trustStore)),
       extensionLoader(log, installers, loadedExtensions, {loaderActive, initialLoadDone},
-             {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag}),
+             {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag}, callGuard, quarantine),
       extensionScanner(log, sourceFolders, installRepair, packageUnpacker, extensionLoader),
       sourceRescan(log, installRepair, packageUnpacker, extensionLoader, extensionScanner) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
@@ -214,6 +215,24 @@ void ExtensionManagerImpl::SetUiHandlers(UiModifier modifier, std::function<void
 void ExtensionManagerImpl::SetResourceLoader(ResourceLoader loader) {
     if (!resourceLoader && loader) VisitResources(loader);
     resourceLoader = std::move(loader);
+}
+
+std::vector<QuarantinedExtension> QuarantinedExtensions(IExtensionManager& manager) {
+    auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager);
+    return impl != nullptr ? impl->Quarantined().List() : std::vector<QuarantinedExtension>();
+}
+
+OvxUtils::Result<void> ReleaseFromQuarantine(IExtensionManager& manager, const OvxUtils::Guid& documentId) {
+    auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager);
+    if (impl == nullptr) return OvxUtils::Error{u"the manager was not made by MakeExtensionManager"};
+    if (!impl->Quarantined().Release(documentId)) {
+        return OvxUtils::Error{documentId.ToString() + u" is not in quarantine"};
+    }
+    return {};
+}
+
+void SetQuarantineThreshold(IExtensionManager& manager, int crashes) {
+    if (auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager)) impl->Quarantined().SetThreshold(crashes);
 }
 
 }  // namespace OvxComponent

@@ -11,6 +11,8 @@
 //   extensions/loading/installer_registry    registering installers by MIME type
 //   extensions/loading/extension_loader      loading and unloading through installers
 //   extensions/loading/ui_resource_visitor   handing UI and resource files to the host
+//   extensions/loading/call_guard            noting the call into an extension in flight
+//   extensions/manager/quarantine            keeping off the extensions that took the host down
 //   extensions/manager/install_repair        the session, and repairing what a crash left
 //   extensions/manager/package_unpacker      opening, the unpack decision, unpacking; it
 //                                            owns the trust policy, the package records,
@@ -31,6 +33,7 @@
 #include "extensions/loading/ui_resource_visitor.h"
 #include "extensions/log/extension_log.h"
 #include "extensions/manager/install_repair.h"
+#include "extensions/manager/quarantine.h"
 #include "extensions/manager/extension_scanner.h"
 #include "extensions/manager/package_unpacker.h"
 #include "extensions/manager/source_rescan.h"
@@ -104,6 +107,8 @@ public:
     void AutoLoad(const CString& path);
     UnloadOutcome RemoveExtension(const OvxUtils::Guid& documentId);
 
+    Quarantine& Quarantined() { return quarantine; }
+
     const ExtensionLog& Log() const { return log; }
     ExtensionLog& Log() { return log; }
 
@@ -137,6 +142,8 @@ private:
     std::vector<CString> addonNames;
     ExtensionLog log;
     // The parts, made once, each after those it works through.
+    CallGuard callGuard;
+    Quarantine quarantine;
     InstallRepair installRepair;
     PackageUnpacker packageUnpacker;
     ExtensionLoader extensionLoader;

@@ -22,6 +22,7 @@ using namespace LogMessages;
 }  // namespace
 
 InstallRepair::~InstallRepair() {
+    m_calls.Attach({});
     if (!m_leftWorkBehind) m_marker.Delete();
 }
 
@@ -31,7 +32,10 @@ std::optional<InstallRepair::Depth> InstallRepair::BeginScan() {
     const CString tag = OvxUtils::Guid::Generate().ToString().Mid(1, 8);
     const CString own = SystemIO::Path::Combine(
         m_platformFolder, CString(kSessionMarkerPrefix) + tag + CString(kSessionMarkerSuffix));
-    if (auto marker = SystemIO::HeldFile::Create(own)) m_marker = std::move(*marker);
+    if (auto marker = SystemIO::HeldFile::Create(own)) {
+        m_marker = std::move(*marker);
+        m_calls.Attach(m_marker.Map(CallGuard::kMemorySize));
+    }
 
     // The traces of ended sessions. Another session at work means that what looks
     // unfinished may be its work in progress: the repair stays quick, and the traces are
@@ -54,7 +58,11 @@ std::optional<InstallRepair::Depth> InstallRepair::BeginScan() {
     }
     auto depth = Depth::Quick;
     for (const CString& trace : traces) {
-        if (SystemIO::HeldFile::DeleteUnlessHeld(trace)) depth = Depth::Thorough;
+        // What the session was doing when it ended is read before its trace goes.
+        const auto note = SystemIO::File::ReadAllBytes(trace);
+        if (!SystemIO::HeldFile::DeleteUnlessHeld(trace)) continue;
+        depth = Depth::Thorough;
+        if (const auto crash = note ? CallGuard::InFlight(*note) : std::nullopt) m_quarantine.RecordCrash(*crash);
     }
     if (depth == Depth::Thorough) {
         m_log.Write(kThoroughRepair, CString(kManagerSubject));

@@ -14,7 +14,9 @@
 #pragma once
 
 #include "OvxComponent/container/zip_container.h"
+#include "extensions/loading/call_guard.h"
 #include "extensions/log/extension_log.h"
+#include "extensions/manager/quarantine.h"
 #include "extensions/manager/package_extraction.h"
 #include "platform/system_io/held_file.h"
 
@@ -40,7 +42,10 @@ public:
         Thorough,  // it did not: also sweep temporary names, and check every unpacked file
     };
 
-    InstallRepair(ExtensionLog& log, const CString& platformFolder) : m_log(log), m_platformFolder(platformFolder) {}
+    // calls gets the session marker's memory for its notes; quarantine counts the crashes
+    // that the markers of ended sessions name.
+    InstallRepair(ExtensionLog& log, const CString& platformFolder, CallGuard& calls, Quarantine& quarantine)
+        : m_log(log), m_platformFolder(platformFolder), m_calls(calls), m_quarantine(quarantine) {}
     // Ends the session: its marker goes unless work was left behind.
     ~InstallRepair();
     InstallRepair(const InstallRepair&) = delete;
@@ -48,7 +53,8 @@ public:
 
     // For the first verification scan of the manager's life (the platform folder exists):
     // begins the session and answers how deeply this scan repairs; a thorough repair has
-    // swept the platform folder already. Nothing for every later scan.
+    // swept the platform folder already, and the crashes in extension calls that ended
+    // sessions left in their markers are counted. Nothing for every later scan.
     std::optional<Depth> BeginScan();
     // Deletes the entries of folder (not below it) that carry a temporary name, and logs each
     // under its path; one that cannot be deleted is work left behind. The manager sweeps the
@@ -74,6 +80,8 @@ public:
 private:
     ExtensionLog& m_log;
     const CString& m_platformFolder;
+    CallGuard& m_calls;
+    Quarantine& m_quarantine;
     bool m_begun = false;
     bool m_leftWorkBehind = false;
     OvxUtils::SystemIO::HeldFile m_marker;  // not valid when it could not be written

@@ -20,13 +20,18 @@ Result<HeldFile> HeldFile::Hold(const CString& path, std::chrono::milliseconds p
 }
 
 HeldFile::HeldFile(HeldFile&& other) noexcept
-    : m_path(std::move(other.m_path)), m_handle(std::exchange(other.m_handle, -1)) {}
+    : m_path(std::move(other.m_path)), m_handle(std::exchange(other.m_handle, -1)),
+      m_view(std::exchange(other.m_view, nullptr)), m_viewSize(std::exchange(other.m_viewSize, 0)),
+      m_mapping(std::exchange(other.m_mapping, 0)) {}
 
 HeldFile& HeldFile::operator=(HeldFile&& other) noexcept {
     if (this != &other) {
         Close();
         m_path = std::move(other.m_path);
         m_handle = std::exchange(other.m_handle, -1);
+        m_view = std::exchange(other.m_view, nullptr);
+        m_viewSize = std::exchange(other.m_viewSize, 0);
+        m_mapping = std::exchange(other.m_mapping, 0);
     }
     return *this;
 }

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace OvxUtils::SystemIO {
 
@@ -40,6 +41,11 @@ public:
 
     bool IsValid() const;
     const CString& Path() const { return m_path; }
+    // The file's first size bytes as memory that the holder writes and the file keeps, also
+    // when the process ends however it ends (the system writes them out; nothing is flushed
+    // to the disk): a note that the next process reads from a trace. The file grows to size
+    // when it is shorter. Empty when the file cannot be mapped; valid until the hold ends.
+    std::span<unsigned char> Map(std::size_t size);
     // Deletes the file and lets go of it.
     void Delete();
 
@@ -47,10 +53,14 @@ private:
     HeldFile(CString path, std::intptr_t handle) : m_path(std::move(path)), m_handle(handle) {}
     // One attempt of Hold: nullopt while another holder is at work.
     static std::optional<Result<HeldFile>> TryHold(const CString& path);
+    void Unmap();
     void Close();
 
     CString m_path;
     std::intptr_t m_handle = -1;  // a file descriptor, or a HANDLE on Windows
+    void* m_view = nullptr;       // what Map made
+    std::size_t m_viewSize = 0;
+    std::intptr_t m_mapping = 0;  // Windows: the file mapping behind the view
 };
 
 }  // namespace OvxUtils::SystemIO

@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -65,6 +66,24 @@ bool HeldFile::DeleteUnlessHeld(const CString& path) {
     return fd.IsValid() && !HeldByAnother(fd.Get()) && Detail::RemoveEntry(path);
 }
 
+std::span<unsigned char> HeldFile::Map(std::size_t size) {
+    Unmap();
+    if (!IsValid()) return {};
+    const int fd = static_cast<int>(m_handle);
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return {};
+    if (static_cast<std::uint64_t>(st.st_size) < size && ::ftruncate(fd, static_cast<off_t>(size)) != 0) return {};
+    void* view = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    if (view == MAP_FAILED) return {};
+    m_view = view;
+    m_viewSize = size;
+    return {static_cast<unsigned char*>(view), size};
+}
+
+void HeldFile::Unmap() {
+    if (m_view != nullptr) ::munmap(std::exchange(m_view, nullptr), std::exchange(m_viewSize, 0));
+}
+
 void HeldFile::Delete() {
     if (!IsValid()) return;
     Detail::RemoveEntry(m_path);
@@ -72,6 +91,7 @@ void HeldFile::Delete() {
 }
 
 void HeldFile::Close() {
+    Unmap();
     if (IsValid()) ::close(static_cast<int>(std::exchange(m_handle, -1)));
 }
 

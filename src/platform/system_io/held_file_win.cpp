@@ -19,7 +19,8 @@ HANDLE Open(const CString& path, DWORD access, DWORD share, DWORD disposition, D
 Result<HeldFile> HeldFile::Create(const CString& path) {
     // Created and held in one call. Shared for deletion only, so that a user or an
     // uninstaller can still delete the folder, while every open for reading is refused.
-    const HANDLE handle = Open(path, GENERIC_READ | DELETE, FILE_SHARE_DELETE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
+    const HANDLE handle =
+        Open(path, GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_DELETE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL);
     if (handle == INVALID_HANDLE_VALUE) return SystemError(u"cannot create " + path);
     return HeldFile(path, reinterpret_cast<std::intptr_t>(handle));
 }
@@ -43,8 +44,33 @@ bool HeldFile::DeleteUnlessHeld(const CString& path) {
     return handle.IsValid();
 }
 
+std::span<unsigned char> HeldFile::Map(std::size_t size) {
+    Unmap();
+    if (!IsValid()) return {};
+    // A mapping of a file that is shorter makes it as long.
+    const HANDLE mapping = ::CreateFileMappingW(reinterpret_cast<HANDLE>(m_handle), nullptr, PAGE_READWRITE, 0,
+                                                static_cast<DWORD>(size), nullptr);
+    if (mapping == nullptr) return {};
+    void* view = ::MapViewOfFile(mapping, FILE_MAP_WRITE, 0, 0, size);
+    if (view == nullptr) {
+        ::CloseHandle(mapping);
+        return {};
+    }
+    m_mapping = reinterpret_cast<std::intptr_t>(mapping);
+    m_view = view;
+    m_viewSize = size;
+    return {static_cast<unsigned char*>(view), size};
+}
+
+void HeldFile::Unmap() {
+    if (m_view != nullptr) ::UnmapViewOfFile(std::exchange(m_view, nullptr));
+    if (m_mapping != 0) ::CloseHandle(reinterpret_cast<HANDLE>(std::exchange(m_mapping, 0)));
+    m_viewSize = 0;
+}
+
 void HeldFile::Delete() {
     if (!IsValid()) return;
+    Unmap();  // a file with a view of it cannot be deleted
     FILE_DISPOSITION_INFO disposition{};
     disposition.DeleteFile = TRUE;
     ::SetFileInformationByHandle(reinterpret_cast<HANDLE>(m_handle), FileDispositionInfo, &disposition,
@@ -53,6 +79,7 @@ void HeldFile::Delete() {
 }
 
 void HeldFile::Close() {
+    Unmap();
     if (IsValid()) ::CloseHandle(reinterpret_cast<HANDLE>(std::exchange(m_handle, -1)));
 }
 

@@ -1,0 +1,282 @@
+// Quarantine: a host process that dies inside a call into an extension (a crash, an abort,
+// an escaping exception, exit(), a stack overflow, or a kill while the call hangs) has that
+// extension kept off at its next start, and only that one; releasing it or replacing its
+// package lets it load again. The host sessions that die run in child processes.
+#include "test_host.h"
+
+#include "OvxComponent/extensions/manager/quarantine.h"
+#include "extensions/manager/install_layout.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/path.h"
+#include "support/wait_until.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#ifdef _WIN32
+#include "platform/system_io/win32_io.h"
+
+#include <windows.h>
+#else
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+using namespace OvxComponent;
+using OvxTest::PackageRecipe;
+using OvxTest::TestGuid;
+using OvxTest::TestHost;
+using testing::HasSubstr;
+namespace SystemIO = OvxUtils::SystemIO;
+
+enum class Death { Segfault, Abort, Terminate, Exit, StackOverflow, KillWhileHanging };
+
+const char* NameOf(Death death) {
+    constexpr const char* kNames[] = {"a segmentation fault", "abort()", "an escaping exception", "exit()",
+                                      "a stack overflow", "a kill while it hangs"};
+    return kNames[static_cast<int>(death)];
+}
+
+// Extension 1 is the one that takes the host down; extension 2 is well behaved. Both carry
+// a UI modification and a resource file.
+PackageRecipe Recipe(int number) {
+    return {TestGuid(number), {1}, OvxTest::kTestExtensionType,
+            {{u"appui.xslt", "<xsl/>"}, {u"config.xml", "<c/>"}, {u"Test/addon", ""}}};
+}
+
+volatile int recursionLimit = 1 << 30;  // never reached: the stack ends first
+
+int Deeper(int depth) {
+    volatile char frame[4096];
+    frame[0] = static_cast<char>(depth);
+    if (depth >= recursionLimit) return frame[0];
+    return Deeper(depth + 1) + frame[0];
+}
+
+void Throw() { throw std::runtime_error("escaped"); }
+void (*volatile thrower)() = Throw;
+
+// An exception that escapes through a function that promised not to throw.
+void Escape() noexcept { thrower(); }
+
+// Ends the process as death says; a hang first says so in the file hanging.
+[[noreturn]] void Die(Death death, const CString& hanging) {
+    switch (death) {
+        case Death::Segfault: *static_cast<volatile int*>(nullptr) = 1; break;
+        case Death::Abort: std::abort();
+        case Death::Terminate: Escape(); break;
+        case Death::Exit: std::exit(3);
+        case Death::StackOverflow: static_cast<void>(Deeper(0)); break;
+        case Death::KillWhileHanging:
+            static_cast<void>(SystemIO::File::WriteAllBytes(hanging, "hanging"));
+            for (;;) std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+    std::abort();
+}
+
+// An installer that dies in the call of the doomed extension.
+class DoomedInstaller final : public IExtensionInstaller {
+public:
+    DoomedInstaller(ExtensionCall call, Death death, CString hanging) : m_call(call), m_death(death), m_hanging(std::move(hanging)) {}
+    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                          CString mimeType, CString path) const override {
+        if (documentId == TestGuid(1) && m_call == ExtensionCall::Load) Die(m_death, m_hanging);
+        return m_loader.Load(documentId, version, std::move(mimeType), std::move(path));
+    }
+    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const override {
+        if (state->Data().DocumentID == TestGuid(1) && m_call == ExtensionCall::Unload) Die(m_death, m_hanging);
+        return m_loader.Unload(state);
+    }
+    bool RemoveData(CString) const override { return true; }
+
+private:
+    ExtensionCall m_call;
+    Death m_death;
+    CString m_hanging;
+    OvxTest::TestInstaller m_loader;
+};
+
+// The file that a hanging call writes, in the parent's work folder.
+CString HangingFile(const CString& work) { return SystemIO::Path::Combine(work, u"hanging"); }
+
+// A host session over the folders of host, whose work folder is work, that dies in the call
+// of extension 1.
+void DoomedSession(TestHost& host, const CString& work, ExtensionCall call, Death death) {
+    const CString hanging = HangingFile(work);
+    const CString doomedFolder = TestGuid(1).ToString();
+    auto manager = host.MakeManager();
+    const auto doomed = [&](const auto& files, ExtensionCall during) {
+        if (call != during) return;
+        for (const auto& file : files) {
+            if (CString(file).Find(doomedFolder) >= 0) Die(death, hanging);
+        }
+    };
+    manager->SetUiHandlers(
+        [&](const std::vector<UiModification>& application, const std::vector<UiModification>&, bool) {
+            std::vector<CString> paths;
+            for (const UiModification& modification : application) paths.push_back(modification.path);
+            doomed(paths, ExtensionCall::UiVisit);
+            return true;
+        },
+        nullptr);
+    manager->SetResourceLoader([&](const std::vector<CString>& files) {
+        doomed(files, ExtensionCall::ResourceVisit);
+        return true;
+    });
+    auto registration =
+        manager->RegisterInstaller({OvxTest::kTestExtensionType}, std::make_shared<DoomedInstaller>(call, death, hanging));
+    manager->StartLoading();
+    manager->FinishLoading();
+    manager->Rescan(host.source);
+    static_cast<void>(manager->UnloadAll());
+}
+
+#ifdef _WIN32
+constexpr wchar_t kChildVariable[] = L"OVX_QUARANTINE_CHILD";  // "call|death|work folder"
+
+bool RunAsChild() {
+    std::wstring value(32768, L'\0');
+    const DWORD length = ::GetEnvironmentVariableW(kChildVariable, value.data(), static_cast<DWORD>(value.size()));
+    if (length == 0 || length >= value.size()) return false;
+    value.resize(length);
+    const std::size_t first = value.find(L'|'), second = value.find(L'|', first + 1);
+    TestHost host;
+    const CString work(std::wstring_view(value).substr(second + 1));
+    host.root = SystemIO::Path::Combine(work, u"data");
+    host.source = SystemIO::Path::Combine(work, u"source");
+    DoomedSession(host, work, static_cast<ExtensionCall>(std::stoi(value.substr(0, first))),
+                  static_cast<Death>(std::stoi(value.substr(first + 1, second - first - 1))));
+    return true;
+}
+
+// Runs the doomed session in a child: this program again, running this test.
+void RunDoomed(TestHost& host, ExtensionCall call, Death death) {
+    std::wstring program(MAX_PATH, L'\0');
+    program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    std::wstring commandLine =
+        L"child --gtest_filter=" + CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
+    const std::wstring request = std::to_wstring(static_cast<int>(call)) + L"|" + std::to_wstring(static_cast<int>(death)) +
+                                 L"|" + host.temp.Path().Str();
+    ::_wputenv_s(kChildVariable, request.c_str());
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION child{};
+    BOOL started = FALSE;
+    for (int attempt = 0; attempt < 3 && !started; ++attempt) {
+        started = ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                   &startup, &child);
+    }
+    ::_wputenv_s(kChildVariable, L"");
+    ASSERT_TRUE(started) << "cannot start the child: error " << ::GetLastError();
+    const SystemIO::Detail::UniqueFileHandle process(child.hProcess), thread(child.hThread);
+    if (death == Death::KillWhileHanging) {
+        EXPECT_TRUE(OvxTest::WaitUntil([&] { return SystemIO::File::Exists(HangingFile(host.temp.Path())); }));
+        ::TerminateProcess(process.Get(), 1);
+    }
+    ::WaitForSingleObject(process.Get(), INFINITE);
+}
+#else
+bool RunAsChild() { return false; }
+
+void RunDoomed(TestHost& host, ExtensionCall call, Death death) {
+    const pid_t child = ::fork();
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        DoomedSession(host, host.temp.Path(), call, death);
+        ::_exit(0);
+    }
+    if (death == Death::KillWhileHanging) {
+        EXPECT_TRUE(OvxTest::WaitUntil([&] { return SystemIO::File::Exists(HangingFile(host.temp.Path())); }));
+        ::kill(child, SIGKILL);
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+}
+#endif
+
+// The next start of the host, as it always starts.
+struct Start {
+    explicit Start(TestHost& host) : manager(host.MakeManager()) {
+        registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+        manager->StartLoading();
+        manager->FinishLoading();
+        manager->Rescan(host.source);
+    }
+    ~Start() { static_cast<void>(manager->UnloadAll()); }
+    std::shared_ptr<ExtensionManagerImpl> manager;
+    std::shared_ptr<OvxTest::TestInstaller> installer = std::make_shared<OvxTest::TestInstaller>();
+    std::shared_ptr<const IExtensionInstaller> registration;
+};
+
+TEST(Quarantine, TheExtensionAHostDiedInIsKeptOffUntilReleasedOrReplaced) {
+    if (RunAsChild()) return;
+    const ExtensionCall calls[] = {ExtensionCall::Load, ExtensionCall::Unload, ExtensionCall::UiVisit,
+                                   ExtensionCall::ResourceVisit};
+    const Death deaths[] = {Death::Segfault, Death::Abort, Death::Terminate, Death::Exit, Death::StackOverflow,
+                            Death::KillWhileHanging};
+    for (const ExtensionCall call : calls) {
+        for (const Death death : deaths) {
+            SCOPED_TRACE(std::string(NameOf(death)) + " in the " + CallText(call).ToUtf8() + " call");
+            TestHost host;
+            const CString doomedPackage = OvxTest::PackExtension(host.source + u"/doomed.OrvexExtension", Recipe(1));
+            OvxTest::PackExtension(host.source + u"/sound.OrvexExtension", Recipe(2));
+            RunDoomed(host, call, death);
+            {
+                Start next(host);
+                EXPECT_FALSE(next.manager->FindExtension(TestGuid(1)));
+                EXPECT_TRUE(next.manager->FindExtension(TestGuid(2)));
+                const auto quarantined = QuarantinedExtensions(*next.manager);
+                ASSERT_EQ(quarantined.size(), 1u);
+                EXPECT_EQ(quarantined[0].documentId, TestGuid(1));
+                EXPECT_EQ(quarantined[0].call, CallText(call));
+                std::vector<std::string> report;
+                next.manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString) {
+                    for (const ExtensionLogEntry& entry : entries) report.push_back(entry.message.ToUtf8());
+                });
+                EXPECT_THAT(report, testing::Contains(HasSubstr("in quarantine: the host ended during its " +
+                                                                CallText(call).ToUtf8() + " call")));
+                if (call == ExtensionCall::Load) {
+                    // Released, it loads at the next start.
+                    EXPECT_TRUE(ReleaseFromQuarantine(*next.manager, TestGuid(1)));
+                    EXPECT_FALSE(ReleaseFromQuarantine(*next.manager, TestGuid(1)));
+                }
+            }
+            if (call != ExtensionCall::Load) {
+                // A new package of it is let in.
+                const std::string bytes = *SystemIO::File::ReadAllBytes(doomedPackage);
+                OvxTest::WaitForTheChangeClockToMove(doomedPackage);
+                ASSERT_TRUE(SystemIO::File::WriteAllBytes(doomedPackage, bytes));
+                ASSERT_TRUE(SystemIO::File::SetLastWriteTime(
+                    doomedPackage, *SystemIO::File::GetLastWriteTime(doomedPackage) + 10'000'000));
+            }
+            Start after(host);
+            EXPECT_TRUE(after.manager->FindExtension(TestGuid(1)));
+            EXPECT_TRUE(QuarantinedExtensions(*after.manager).empty());
+        }
+    }
+}
+
+TEST(Quarantine, CleanStartsAndStopsQuarantineNothing) {
+    TestHost host;
+    OvxTest::PackExtension(host.source + u"/a.OrvexExtension", Recipe(1));
+    for (int start = 0; start < 200; ++start) {
+        Start session(host);
+        ASSERT_TRUE(session.manager->FindExtension(TestGuid(1))) << "start " << start;
+    }
+    Start last(host);
+    EXPECT_TRUE(QuarantinedExtensions(*last.manager).empty());
+    EXPECT_FALSE(SystemIO::File::Exists(
+        SystemIO::Path::Combine(last.manager->GetPlatformFolder(), u"orvex_extensions.quarantine")));
+}
+
+}  // namespace
