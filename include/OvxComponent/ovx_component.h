@@ -264,6 +264,36 @@ OVX_API ovx_status ovx_manager_clear_failures(ovx_manager* manager);
  * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_unload_all(ovx_manager* manager, size_t* failures);
 
+/** An extension in quarantine: the host's process died in a call into it, and it is kept
+ * off until its package changes or it is released. */
+typedef struct ovx_quarantined_extension {
+    const char* document_id; /**< "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" */
+    const char* call;        /**< "load", "unload", "UI visit" or "resource visit" */
+    int64_t time;            /**< when that call began, 100 ns ticks since 1970-01-01 UTC */
+    int crashes;             /**< how often the host died in its calls since its package last changed */
+} ovx_quarantined_extension;
+
+/** Calls list once with the extensions in quarantine (count may be 0). */
+/** \param manager The manager.
+ * \param list Called once; what it receives is valid during the call only.
+ * \param context Handed to list.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager or list). */
+OVX_API ovx_status ovx_manager_quarantined(ovx_manager* manager,
+                                           void (*list)(void* context, const ovx_quarantined_extension* extensions,
+                                                        size_t count),
+                                           void* context);
+/** Lets an extension in quarantine load again, from the next start on. */
+/** \param manager The manager.
+ * \param document_id The document ID, as "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}".
+ * \return OVX_OK, or why not (OVX_E_FAILED when the extension is not in quarantine). */
+OVX_API ovx_status ovx_manager_release_from_quarantine(ovx_manager* manager, const char* document_id);
+/** How often an extension must take the host down before it is kept off (1, the default,
+ * keeps it off after the first time); set it before ovx_manager_start_loading. */
+/** \param manager The manager.
+ * \param crashes At least 1; a smaller value counts as 1.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
+OVX_API ovx_status ovx_manager_set_quarantine_threshold(ovx_manager* manager, int crashes);
+
 #ifdef __cplusplus
 }
 #endif

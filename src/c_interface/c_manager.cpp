@@ -1,6 +1,7 @@
 // The C interface's manager functions: a handle over the C++ manager, the work that it
 // dispatches to the host's main thread, and its failure report.
 #include "OvxComponent/extensions/manager/extension_manager.h"
+#include "OvxComponent/extensions/manager/quarantine.h"
 #include "OvxComponent/ovx_component.h"
 #include "c_interface/c_installer.h"
 #include "c_interface/last_error.h"
@@ -295,3 +296,43 @@ ovx_status ovx_manager_unload_all(ovx_manager* manager, size_t* failures) {
 }
 
 }  // extern "C"
+
+ovx_status ovx_manager_quarantined(ovx_manager* manager,
+                                   void (*list)(void*, const ovx_quarantined_extension*, size_t), void* context) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        if (!list) return InvalidArgument("list");
+        const std::vector<QuarantinedExtension> quarantined = QuarantinedExtensions(*manager->manager);
+        std::vector<std::string> ids, calls;
+        std::vector<ovx_quarantined_extension> view;
+        for (const QuarantinedExtension& extension : quarantined) {
+            ids.push_back(extension.documentId.ToString().ToUtf8());
+            calls.push_back(extension.call.ToUtf8());
+        }
+        for (std::size_t i = 0; i < quarantined.size(); ++i) {
+            view.push_back({ids[i].c_str(), calls[i].c_str(), quarantined[i].time, quarantined[i].crashes});
+        }
+        list(context, view.data(), view.size());
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_release_from_quarantine(ovx_manager* manager, const char* document_id) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        const auto id = document_id ? OvxUtils::Guid::FromString(CString::FromUtf8(document_id)) : std::nullopt;
+        if (!id) return Fail(OVX_E_INVALID_ARGUMENT, "document_id is not a GUID");
+        if (auto released = ReleaseFromQuarantine(*manager->manager, *id); !released) {
+            return Fail(OVX_E_FAILED, released.ErrorText().ToUtf8());
+        }
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_set_quarantine_threshold(ovx_manager* manager, int crashes) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        SetQuarantineThreshold(*manager->manager, crashes);
+        return OVX_OK;
+    });
+}

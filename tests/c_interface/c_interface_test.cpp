@@ -1,11 +1,13 @@
 // The C interface: its refusals with the name of what is missing, and a host's whole flow
 // through it, with the log handed over line by line and still written to its file.
 #include "OvxComponent/ovx_component.h"
+#include "extensions/loading/call_guard.h"
 #include "platform/system_io/file.h"
 #include "test_host.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -117,6 +119,41 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
     const auto file = OvxUtils::SystemIO::File::ReadAllBytes(CString::FromUtf8(platform + "/orvex_extensions.log"));
     ASSERT_TRUE(file) << file.ErrorText();
     EXPECT_EQ(Utf16ToUtf8(file->substr(2)).find(host.lines.front()), 0u);
+
+    // A session that died in the extension's load left its marker: the next start keeps the
+    // extension off until the host releases it.
+    std::array<unsigned char, OvxComponent::CallGuard::kMemorySize> note{};
+    OvxComponent::CallGuard guard;
+    guard.Attach(note);
+    {
+        const auto call = guard.Enter(TestGuid(1), OvxComponent::ExtensionCall::Load);
+        ASSERT_TRUE(OvxUtils::SystemIO::File::WriteAllBytes(
+            CString::FromUtf8(platform + "/orvex_extensions.0DEAD000.session"),
+            std::string_view(reinterpret_cast<const char*>(note.data()), note.size())));
+    }
+    host.loadedIds.clear();
+    ASSERT_EQ(ovx_manager_create(&config, &manager), OVX_OK) << ovx_last_error();
+    ASSERT_EQ(ovx_manager_register_installer(manager, types, 1, &callbacks, &installer), OVX_OK) << ovx_last_error();
+    EXPECT_EQ(ovx_manager_start_loading(manager), OVX_OK);
+    EXPECT_TRUE(host.loadedIds.empty());
+    std::vector<std::string> quarantined;
+    EXPECT_EQ(ovx_manager_quarantined(
+                  manager,
+                  [](void* context, const ovx_quarantined_extension* extensions, size_t count) {
+                      for (size_t i = 0; i < count; ++i) {
+                          static_cast<std::vector<std::string>*>(context)->push_back(std::string(extensions[i].document_id) +
+                                                                                     " " + extensions[i].call);
+                      }
+                  },
+                  &quarantined),
+              OVX_OK);
+    EXPECT_EQ(quarantined, std::vector<std::string>{id + " load"});
+    EXPECT_EQ(ovx_manager_release_from_quarantine(manager, id.c_str()), OVX_OK) << ovx_last_error();
+    EXPECT_EQ(ovx_manager_release_from_quarantine(manager, id.c_str()), OVX_E_FAILED);
+    EXPECT_NE(std::string(ovx_last_error()).find("not in quarantine"), std::string::npos) << ovx_last_error();
+    EXPECT_EQ(ovx_manager_set_quarantine_threshold(nullptr, 2), OVX_E_INVALID_ARGUMENT);
+    ovx_installer_release(installer);
+    ovx_manager_release(manager);
 }
 
 }  // namespace

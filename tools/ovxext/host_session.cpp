@@ -1,6 +1,8 @@
 // HostSession: the host that ovxext demo and host run around a manager.
 #include "host_session.h"
 
+#include "OvxComponent/extensions/manager/quarantine.h"
+
 #include "command_context.h"
 #include "console_log_stream.h"
 
@@ -96,6 +98,12 @@ OvxUtils::Result<void> HostSession::Start(bool scanFirst) {
     m_manager->FinishLoading();
     if (!scanFirst) m_manager->TrackSourceFolders();
     Settle();
+    // The extensions kept off because an earlier run died in them, with how to let them in.
+    for (const QuarantinedExtension& extension : QuarantinedExtensions(*m_manager)) {
+        m_out << "  host keeps " << Utf8(extension.documentId.ToString()) << " off: it died in its "
+              << Utf8(extension.call) << " call (ovxext quarantine release --data DIR "
+              << Utf8(extension.documentId.ToString()) << ")\n";
+    }
     return {};
 }
 

@@ -32,6 +32,8 @@ constexpr const char* kUsage =
     "  demo [--keep DIR]                walk through the life of extensions in a host, step by step\n"
     "  host --data DIR --source DIR [--app NAME] [--feature NAME]... [--trust PUBLIC]...\n"
     "                                   run a host over real folders until interrupted\n"
+    "  quarantine list|release --data DIR [ID]\n"
+    "                                   the extensions a host keeps off after dying in them\n"
     "  help                             show this text (also --help)\n"
     "  version                          show the component version (also --version)\n"
     "\n"
@@ -104,7 +106,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& rawOut, std::
     static const std::map<std::string, int (*)(const CommandContext&)> commands{
         {"init", &RunInit}, {"pack", &RunPack}, {"info", &RunInfo}, {"check", &RunCheck}, {"unpack", &RunUnpack},
         {"lint", &RunLint}, {"ls", &RunLs},     {"demo", &RunDemo},   {"host", &RunHost},
-        {"keygen", &RunKeygen}, {"sign", &RunSign}, {"verify", &RunVerify},
+        {"keygen", &RunKeygen}, {"sign", &RunSign}, {"verify", &RunVerify}, {"quarantine", &RunQuarantine},
     };
     const auto found = commands.find(command);
     if (found == commands.end()) {

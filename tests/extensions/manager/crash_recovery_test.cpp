@@ -4,6 +4,7 @@
 // must be loaded with all its files, with nothing else left below the platform folder.
 #include "test_host.h"
 
+#include "OvxComponent/extensions/manager/quarantine.h"
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
@@ -187,6 +188,8 @@ void ExpectRepaired(TestHost& host, int crashAt) {
         if (version == "2") wanted.push_back(testing::Eq(folder + "unpacked/content/added-in-2.txt"));
     }
     EXPECT_THAT(present, testing::UnorderedElementsAreArray(wanted)) << "after a crash at change " << crashAt;
+    // A crash outside any call into an extension keeps no extension off.
+    EXPECT_TRUE(QuarantinedExtensions(*session.manager).empty()) << "after a crash at change " << crashAt;
 }
 
 TEST(CrashRecovery, EveryCrashPointOfAnInstallAnUpdateAndARemovalIsRepairedAtTheNextStart) {
