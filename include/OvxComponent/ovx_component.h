@@ -294,6 +294,41 @@ OVX_API ovx_status ovx_manager_release_from_quarantine(ovx_manager* manager, con
  * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_set_quarantine_threshold(ovx_manager* manager, int crashes);
 
+/** Keeps every extension off for the manager's life but the pinned ones: a safe start, from
+ * which a user can always reach a working application. Call it before
+ * ovx_manager_start_loading. */
+/** \param manager The manager.
+ * \param pinned Document IDs of the extensions that load all the same, or NULL.
+ * \param count How many pinned has.
+ * \return OVX_OK, or OVX_E_INVALID_ARGUMENT for a NULL manager or a text that is not a
+ * document ID. */
+OVX_API ovx_status ovx_manager_start_safely(ovx_manager* manager, const char* const* pinned, size_t count);
+
+/** The calls of one kind into one extension in the manager's life. */
+typedef struct ovx_extension_timing {
+    const char* document_id; /**< "{XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}" */
+    const char* call;        /**< "load", "unload", "UI visit" or "resource visit" */
+    int calls;               /**< how many */
+    int64_t total_ns;        /**< how long they took together, in nanoseconds */
+    int64_t longest_ns;      /**< the longest of them, in nanoseconds */
+} ovx_extension_timing;
+
+/** Calls list once with the calls made so far, the slowest (by total time) first. */
+/** \param manager The manager.
+ * \param list Called once; what it receives is valid during the call only.
+ * \param context Handed to list.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager or list). */
+OVX_API ovx_status ovx_manager_extension_timings(ovx_manager* manager,
+                                                 void (*list)(void* context, const ovx_extension_timing* timings,
+                                                              size_t count),
+                                                 void* context);
+/** A call into an extension that takes longer than milliseconds is logged as a Warning
+ * under the extension; 0 sets no budget. */
+/** \param manager The manager.
+ * \param milliseconds The budget.
+ * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
+OVX_API ovx_status ovx_manager_set_call_budget(ovx_manager* manager, int64_t milliseconds);
+
 #ifdef __cplusplus
 }
 #endif

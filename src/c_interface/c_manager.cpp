@@ -1,6 +1,7 @@
 // The C interface's manager functions: a handle over the C++ manager, the work that it
 // dispatches to the host's main thread, and its failure report.
 #include "OvxComponent/extensions/manager/extension_manager.h"
+#include "OvxComponent/extensions/manager/extension_timings.h"
 #include "OvxComponent/extensions/manager/quarantine.h"
 #include "OvxComponent/ovx_component.h"
 #include "c_interface/c_installer.h"
@@ -333,6 +334,50 @@ ovx_status ovx_manager_set_quarantine_threshold(ovx_manager* manager, int crashe
     return Guarded([&] {
         if (!manager) return InvalidArgument("manager");
         SetQuarantineThreshold(*manager->manager, crashes);
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_start_safely(ovx_manager* manager, const char* const* pinned, size_t count) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        if (count > 0 && !pinned) return InvalidArgument("pinned");
+        std::vector<OvxUtils::Guid> ids;
+        for (size_t i = 0; i < count; ++i) {
+            const auto id = pinned[i] ? OvxUtils::Guid::FromString(CString::FromUtf8(pinned[i])) : std::nullopt;
+            if (!id) return Fail(OVX_E_INVALID_ARGUMENT, "pinned[" + std::to_string(i) + "] is not a GUID");
+            ids.push_back(*id);
+        }
+        StartSafely(*manager->manager, ids);
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_extension_timings(ovx_manager* manager,
+                                         void (*list)(void*, const ovx_extension_timing*, size_t), void* context) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        if (!list) return InvalidArgument("list");
+        const std::vector<ExtensionTiming> timings = ExtensionTimings(*manager->manager);
+        std::vector<std::string> ids, calls;
+        for (const ExtensionTiming& timing : timings) {
+            ids.push_back(timing.documentId.ToString().ToUtf8());
+            calls.push_back(timing.call.ToUtf8());
+        }
+        std::vector<ovx_extension_timing> view;
+        for (std::size_t i = 0; i < timings.size(); ++i) {
+            view.push_back({ids[i].c_str(), calls[i].c_str(), timings[i].calls,
+                            static_cast<int64_t>(timings[i].total.count()), static_cast<int64_t>(timings[i].longest.count())});
+        }
+        list(context, view.data(), view.size());
+        return OVX_OK;
+    });
+}
+
+ovx_status ovx_manager_set_call_budget(ovx_manager* manager, int64_t milliseconds) {
+    return Guarded([&] {
+        if (!manager) return InvalidArgument("manager");
+        SetCallBudget(*manager->manager, std::chrono::milliseconds(milliseconds < 0 ? 0 : milliseconds));
         return OVX_OK;
     });
 }

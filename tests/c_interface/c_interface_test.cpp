@@ -1,13 +1,11 @@
 // The C interface: its refusals with the name of what is missing, and a host's whole flow
 // through it, with the log handed over line by line and still written to its file.
 #include "OvxComponent/ovx_component.h"
-#include "extensions/loading/call_guard.h"
 #include "platform/system_io/file.h"
 #include "test_host.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -122,15 +120,9 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
 
     // A session that died in the extension's load left its marker: the next start keeps the
     // extension off until the host releases it.
-    std::array<unsigned char, OvxComponent::CallGuard::kMemorySize> note{};
-    OvxComponent::CallGuard guard;
-    guard.Attach(note);
-    {
-        const auto call = guard.Enter(TestGuid(1), OvxComponent::ExtensionCall::Load);
-        ASSERT_TRUE(OvxUtils::SystemIO::File::WriteAllBytes(
-            CString::FromUtf8(platform + "/orvex_extensions.0DEAD000.session"),
-            std::string_view(reinterpret_cast<const char*>(note.data()), note.size())));
-    }
+    ASSERT_TRUE(OvxUtils::SystemIO::File::WriteAllBytes(
+        CString::FromUtf8(platform + "/orvex_extensions.0DEAD000.session"),
+        MarkerOfACrashIn(TestGuid(1), OvxComponent::ExtensionCall::Load)));
     host.loadedIds.clear();
     ASSERT_EQ(ovx_manager_create(&config, &manager), OVX_OK) << ovx_last_error();
     ASSERT_EQ(ovx_manager_register_installer(manager, types, 1, &callbacks, &installer), OVX_OK) << ovx_last_error();
@@ -152,6 +144,15 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
     EXPECT_EQ(ovx_manager_release_from_quarantine(manager, id.c_str()), OVX_E_FAILED);
     EXPECT_NE(std::string(ovx_last_error()).find("not in quarantine"), std::string::npos) << ovx_last_error();
     EXPECT_EQ(ovx_manager_set_quarantine_threshold(nullptr, 2), OVX_E_INVALID_ARGUMENT);
+    const char* notAnId[] = {"nope"};
+    EXPECT_EQ(ovx_manager_start_safely(manager, notAnId, 1), OVX_E_INVALID_ARGUMENT);
+    EXPECT_EQ(ovx_manager_set_call_budget(nullptr, 5), OVX_E_INVALID_ARGUMENT);
+    int timed = -1;
+    EXPECT_EQ(ovx_manager_extension_timings(
+                  manager, [](void* context, const ovx_extension_timing*, size_t count) { *static_cast<int*>(context) = static_cast<int>(count); },
+                  &timed),
+              OVX_OK);
+    EXPECT_EQ(timed, 0) << "nothing was called in this session";
     ovx_installer_release(installer);
     ovx_manager_release(manager);
 }

@@ -3,14 +3,12 @@
 #include "run_ovxext.h"
 #include "test_host.h"
 
-#include "extensions/loading/call_guard.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/path.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 
 namespace {
@@ -71,15 +69,9 @@ TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
 
     // A run that died in the good extension's load: the next one keeps it off and says how
     // to let it in; ovxext quarantine lists and releases it.
-    std::array<unsigned char, CallGuard::kMemorySize> note{};
-    CallGuard guard;
-    guard.Attach(note);
     const OvxUtils::Guid goodId(0x5EED0001u, 1, 2, {3, 4, 5, 6, 7, 8, 9, 10});
-    {
-        const auto call = guard.Enter(goodId, ExtensionCall::Load);
-        ASSERT_TRUE(SystemIO::File::WriteAllBytes(temp / u"data/x64/orvex_extensions.0DEAD000.session",
-                                                  std::string(reinterpret_cast<const char*>(note.data()), note.size())));
-    }
+    ASSERT_TRUE(SystemIO::File::WriteAllBytes(temp / u"data/x64/orvex_extensions.0DEAD000.session",
+                                              OvxTest::MarkerOfACrashIn(goodId, ExtensionCall::Load)));
     result = RunOvxext(args);
     EXPECT_THAT(result.out, HasSubstr("host keeps {5EED0001-0001-0002-0304-05060708090A} off: it died in its load call"));
     EXPECT_THAT(result.out, HasSubstr("in quarantine: the host ended during its load call"));
@@ -94,6 +86,16 @@ TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
     EXPECT_EQ(RunOvxext(release).code, 1);
     EXPECT_THAT(RunOvxext(quarantine).out, HasSubstr("no extension is in quarantine"));
     EXPECT_THAT(RunOvxext(args).out, HasSubstr(good + "2\n"));
+
+    // A safe start keeps the extensions off; with --timings the slowest calls are listed.
+    std::vector<std::string> safe = args;
+    safe.push_back("--safe");
+    result = RunOvxext(safe);
+    EXPECT_THAT(result.out, HasSubstr("host starts safely"));
+    EXPECT_THAT(result.out, testing::Not(HasSubstr(good)));
+    std::vector<std::string> timed = args;
+    timed.push_back("--timings");
+    EXPECT_THAT(RunOvxext(timed).out, HasSubstr("{5EED0001-0001-0002-0304-05060708090A} load: 1 call, "));
 
     EXPECT_EQ(RunOvxext({"host", "--data", (temp / u"data").ToUtf8()}).code, 2);
     EXPECT_EQ(RunOvxext({"host", "--data", (temp / u"data").ToUtf8(), "--source", (temp / u"none").ToUtf8()}).code, 2);

@@ -141,7 +141,7 @@ public:
 
 private:
     CString Combine(const CString& relative) const { return SystemIO::Path::Combine(m_work, relative); }
-    HostOptions Options() const { return {m_data, {m_source}, ExtensionAppSupport::Atlas, {u"brushes"}, {}}; }
+    HostOptions Options() const { return {m_data, {m_source}, ExtensionAppSupport::Atlas, {u"brushes"}, {}, {}, false}; }
 
     void Step(const char* text) { m_out << "\n== " << text << "\n"; }
 

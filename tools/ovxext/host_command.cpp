@@ -21,7 +21,8 @@ using namespace std::chrono_literals;
 
 constexpr const char* kHelp =
     "usage: ovxext host --data DIR --source DIR [--source DIR]... [--app NAME] [--feature NAME]...\n"
-    "                   [--trust PUBLIC]... [--trust-mode warn|require] [--once]\n"
+    "                   [--trust PUBLIC]... [--trust-mode warn|require] [--safe [--pin ID]...]\n"
+    "                   [--timings] [--once]\n"
     "\n"
     "Runs a host over real folders until interrupted (Ctrl+C): it loads the extensions\n"
     "unpacked below DIR of --data (in its x64 folder), watches every --source folder for\n"
@@ -43,8 +44,14 @@ constexpr const char* kHelp =
     "  --trust-mode warn|require  require: load only packages signed by a trusted key (the\n"
     "                             default with --trust); warn: load every package, and report\n"
     "                             each that is not as an error\n"
+    "  --safe                     a safe start: every extension stays off for this run\n"
+    "  --pin ID                   with --safe, this extension loads all the same (repeatable)\n"
+    "  --timings                  at the end, list the slowest calls into extensions\n"
     "  --once                     start, scan the source folders, report and exit instead of\n"
     "                             waiting\n"
+    "\n"
+    "An extension that the host's process died in (a crash, or a kill while its call hung) is\n"
+    "kept off from the next run on; the host says so at start. See ovxext quarantine.\n"
     "\n"
     "exit codes: 0 nothing failed, 1 failures were reported, 2 usage error, 3 the data folder\n"
     "or a trusted key cannot be used\n";
@@ -61,6 +68,9 @@ int RunHost(const CommandContext& context) {
     parser.AddOption("--trust", true);
     parser.AddOption("--trust-mode");
     parser.AddFlag("--once");
+    parser.AddFlag("--safe");
+    parser.AddOption("--pin", true);
+    parser.AddFlag("--timings");
     if (!parser.Parse(context.args)) return ReportUsage(context, "host", parser.Error());
     if (!parser.Positional().empty()) {
         return ReportUsage(context, "host", "unexpected argument '" + parser.Positional()[0] + "'");
@@ -91,6 +101,17 @@ int RunHost(const CommandContext& context) {
         }
         options.trust.mode = *mode == "warn" ? OvxComponent::TrustMode::Warn : OvxComponent::TrustMode::Require;
     }
+    if (parser.Has("--safe")) {
+        options.safeStart.emplace();
+        for (const std::string& pinned : parser.Values("--pin")) {
+            const auto id = OvxUtils::Guid::FromString(FromUtf8(pinned));
+            if (!id) return ReportUsage(context, "host", "--pin takes a document ID, not '" + pinned + "'");
+            options.safeStart->push_back(*id);
+        }
+    } else if (!parser.Values("--pin").empty()) {
+        return ReportUsage(context, "host", "--pin goes with --safe");
+    }
+    options.timings = parser.Has("--timings");
     if (auto made = OvxUtils::SystemIO::Folder::EnsureExists(options.dataFolder); !made) {
         return ReportError(context, "host", *data, Utf8(made.ErrorText()), kExitFailure);
     }

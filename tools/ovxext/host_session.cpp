@@ -1,6 +1,7 @@
 // HostSession: the host that ovxext demo and host run around a manager.
 #include "host_session.h"
 
+#include "OvxComponent/extensions/manager/extension_timings.h"
 #include "OvxComponent/extensions/manager/quarantine.h"
 
 #include "command_context.h"
@@ -55,6 +56,11 @@ OvxUtils::Result<void> HostSession::Start(bool scanFirst) {
                                      m_options.trust);
     if (!made) return made.TakeError();
     m_manager = std::move(*made);
+    if (m_options.safeStart) {
+        StartSafely(*m_manager, *m_options.safeStart);
+        m_out << "  host starts safely: extensions are off for this run"
+              << (m_options.safeStart->empty() ? "" : " but the pinned ones") << "\n";
+    }
 
     std::ostream& out = m_out;
     auto loaded = m_loaded;
@@ -112,6 +118,20 @@ void HostSession::Settle() { m_loop.RunUntilQuiet(400ms, 30s); }
 std::size_t HostSession::Finish() {
     if (!m_manager) return 0;
     m_manager->UnloadAll();
+    if (m_options.timings) {
+        constexpr std::size_t kSlowest = 10;
+        const auto timings = ExtensionTimings(*m_manager);
+        m_out << "  slowest calls into extensions:" << (timings.empty() ? " none\n" : "\n");
+        for (std::size_t i = 0; i < timings.size() && i < kSlowest; ++i) {
+            const auto& timing = timings[i];
+            const auto micros = [](std::chrono::nanoseconds time) {
+                return std::to_string(std::chrono::duration_cast<std::chrono::microseconds>(time).count()) + " us";
+            };
+            m_out << "    " << Utf8(timing.documentId.ToString()) << " " << Utf8(timing.call) << ": " << timing.calls
+                  << (timing.calls == 1 ? " call, " : " calls, ") << micros(timing.total) << " in all, the longest "
+                  << micros(timing.longest) << "\n";
+        }
+    }
     std::size_t failedEntries = 0;
     m_manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString logName) {
         failedEntries = entries.size();

@@ -13,6 +13,7 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <optional>
 #include <vector>
 
 namespace Ovxext {
@@ -27,6 +28,9 @@ struct HostOptions {
     OvxComponent::ExtensionAppSupport app = OvxComponent::ExtensionAppSupport::Atlas;
     std::vector<CString> features;
     OvxComponent::TrustPolicy trust;  // off unless --trust or --trust-mode
+    // A safe start: every extension off for this run but the pinned ones.
+    std::optional<std::vector<OvxUtils::Guid>> safeStart;
+    bool timings = false;  // list the slowest calls into extensions at the end
 };
 
 class HostSession {

@@ -1,8 +1,10 @@
 // CallGuard: the note of the call in flight, and reading it back from a marker.
 #include "extensions/loading/call_guard.h"
 
+#include "OvxComponent/platform/result.h"
 #include "extensions/log/log_timestamp.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -46,15 +48,35 @@ void CallGuard::Attach(std::span<unsigned char> memory) {
 }
 
 CallGuard::Scope::Scope(CallGuard& guard, const std::optional<InFlightCall>& call)
-    : m_guard(guard), m_outer(guard.Current()) {
+    : m_guard(guard), m_outer(guard.Current()), m_call(call), m_began(std::chrono::steady_clock::now()) {
     if (call) m_guard.Write(call);
 }
 
-CallGuard::Scope::~Scope() { m_guard.Write(m_outer); }
+CallGuard::Scope::~Scope() {
+    if (m_call) m_guard.Count(*m_call, std::chrono::steady_clock::now() - m_began);
+    m_guard.Write(m_outer);
+}
 
 CallGuard::Scope CallGuard::Enter(const std::optional<OvxUtils::Guid>& documentId, ExtensionCall call) {
-    if (!documentId || m_memory.empty()) return Scope(*this, std::nullopt);
+    if (!documentId) return Scope(*this, std::nullopt);
     return Scope(*this, InFlightCall{*documentId, call, LogClockNow()});
+}
+
+void CallGuard::Count(const InFlightCall& call, std::chrono::nanoseconds took) {
+    CallTimes::Total& total = m_times[call.documentId].byCall[call.call];
+    ++total.calls;
+    total.time += took;
+    total.longest = std::max(total.longest, took);
+    if (m_budget.count() > 0 && took > m_budget) {
+        using std::chrono::duration_cast;
+        using std::chrono::milliseconds;
+        m_log.WriteByGuid(ExtensionLogLevel::Warning, call.documentId,
+                          u"the " + CallText(call.call) + u" call took " +
+                              OvxUtils::DecimalText(static_cast<unsigned long long>(duration_cast<milliseconds>(took).count())) +
+                              u" ms, over the host's budget of " +
+                              OvxUtils::DecimalText(static_cast<unsigned long long>(duration_cast<milliseconds>(m_budget).count())) +
+                              u" ms");
+    }
 }
 
 void CallGuard::Write(const std::optional<InFlightCall>& call) {

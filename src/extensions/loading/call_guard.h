@@ -7,13 +7,18 @@
 // behind, and the next start knows which extension took the host down.
 //
 // A note costs a few stores to memory and no system call. Without memory (before the
-// session began) the guard notes nothing. Used on the main thread only.
+// session began) the guard notes nothing. The guard also times each call, per extension,
+// for the host to read (ExtensionTimings) and to hold against a budget. Used on the main
+// thread only.
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
+#include "extensions/log/extension_log.h"
 #include "OvxComponent/platform/guid.h"
 
+#include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -32,8 +37,24 @@ struct InFlightCall {
     std::int64_t started = 0;  // 100 ns ticks since 1970, as log entries have them
 };
 
+// How long the calls into one extension took, by call.
+struct CallTimes {
+    struct Total {
+        int calls = 0;
+        std::chrono::nanoseconds time{0};
+        std::chrono::nanoseconds longest{0};
+    };
+    std::map<ExtensionCall, Total> byCall;
+};
+
 class CallGuard {
 public:
+    // Times every call it notes; a call over the budget (none at first) is logged as a
+    // Warning under its extension.
+    explicit CallGuard(ExtensionLog& log) : m_log(log) {}
+    CallGuard(const CallGuard&) = delete;
+    CallGuard& operator=(const CallGuard&) = delete;
+
     // The bytes the guard needs in the memory it writes to.
     static constexpr std::size_t kMemorySize = 64;
 
@@ -53,6 +74,8 @@ public:
         Scope(CallGuard& guard, const std::optional<InFlightCall>& call);
         CallGuard& m_guard;
         std::optional<InFlightCall> m_outer;
+        std::optional<InFlightCall> m_call;
+        std::chrono::steady_clock::time_point m_began;
     };
     // Without a document ID (a call for several extensions) nothing new is noted.
     Scope Enter(const std::optional<OvxUtils::Guid>& documentId, ExtensionCall call);
@@ -60,11 +83,20 @@ public:
     // The call in flight in the bytes of a marker; nothing when none was.
     static std::optional<InFlightCall> InFlight(std::string_view marker);
 
+    // How long the calls into each extension took in this session.
+    const std::map<OvxUtils::Guid, CallTimes>& Times() const { return m_times; }
+    // A call that takes longer is logged as a Warning; zero for no budget.
+    void SetBudget(std::chrono::nanoseconds budget) { m_budget = budget; }
+
 private:
     void Write(const std::optional<InFlightCall>& call);
     std::optional<InFlightCall> Current() const;
+    void Count(const InFlightCall& call, std::chrono::nanoseconds took);
 
+    ExtensionLog& m_log;
     std::span<unsigned char> m_memory;
+    std::map<OvxUtils::Guid, CallTimes> m_times;
+    std::chrono::nanoseconds m_budget{0};
 };
 
 }  // namespace OvxComponent

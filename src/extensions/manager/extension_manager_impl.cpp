@@ -2,6 +2,8 @@
 // parts carry out on the manager's members.
 #include "extensions/manager/extension_manager_impl.h"
 
+#include "OvxComponent/extensions/manager/extension_timings.h"
+#include "OvxComponent/extensions/manager/quarantine.h"
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/folder.h"
 
@@ -35,12 +37,14 @@ ExtensionManagerImpl::ExtensionManagerImpl(Passkey, const CString& rootFolder,
       appSupported(std::move(appSupportedCheck)),
       addonNames(addons.begin(), addons.end()),
       log(LogOutput(platformFolder, std::move(logStream))),
+      callGuard(log),
       quarantine(&log, platformFolder),
+      sessionGate(log, quarantine),
       installRepair(log, platformFolder, callGuard, quarantine),
       packageUnpacker(log, platformFolder, {requirementText, appSupported}, loadedExtensions, installRepair,
                       std::move(trustStore)),
       extensionLoader(log, installers, loadedExtensions, {loaderActive, initialLoadDone},
-             {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag}, callGuard, quarantine),
+             {uiModifier, uiReload, resourceLoader, addonNames, uiModificationFlag}, callGuard, sessionGate),
       extensionScanner(log, sourceFolders, installRepair, packageUnpacker, extensionLoader),
       sourceRescan(log, installRepair, packageUnpacker, extensionLoader, extensionScanner) {
     // The platform folder is the manager's own: it is made when the data folder exists, so
@@ -233,6 +237,30 @@ OvxUtils::Result<void> ReleaseFromQuarantine(IExtensionManager& manager, const O
 
 void SetQuarantineThreshold(IExtensionManager& manager, int crashes) {
     if (auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager)) impl->Quarantined().SetThreshold(crashes);
+}
+
+void StartSafely(IExtensionManager& manager, const std::vector<OvxUtils::Guid>& pinned) {
+    if (auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager)) {
+        impl->Gate().StartSafely(std::set<OvxUtils::Guid>(pinned.begin(), pinned.end()));
+    }
+}
+
+std::vector<ExtensionTiming> ExtensionTimings(IExtensionManager& manager) {
+    std::vector<ExtensionTiming> timings;
+    auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager);
+    if (impl == nullptr) return timings;
+    for (const auto& [id, times] : impl->Calls().Times()) {
+        for (const auto& [call, total] : times.byCall) {
+            timings.push_back({id, CallText(call), total.calls, total.time, total.longest});
+        }
+    }
+    std::stable_sort(timings.begin(), timings.end(),
+                     [](const ExtensionTiming& a, const ExtensionTiming& b) { return a.total > b.total; });
+    return timings;
+}
+
+void SetCallBudget(IExtensionManager& manager, std::chrono::milliseconds budget) {
+    if (auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager)) impl->Calls().SetBudget(budget);
 }
 
 }  // namespace OvxComponent

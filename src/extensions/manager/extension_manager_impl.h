@@ -13,6 +13,7 @@
 //   extensions/loading/ui_resource_visitor   handing UI and resource files to the host
 //   extensions/loading/call_guard            noting the call into an extension in flight
 //   extensions/manager/quarantine            keeping off the extensions that took the host down
+//   extensions/manager/session_gate          what keeps extensions off: a safe start, the quarantine
 //   extensions/manager/install_repair        the session, and repairing what a crash left
 //   extensions/manager/package_unpacker      opening, the unpack decision, unpacking; it
 //                                            owns the trust policy, the package records,
@@ -34,6 +35,7 @@
 #include "extensions/log/extension_log.h"
 #include "extensions/manager/install_repair.h"
 #include "extensions/manager/quarantine.h"
+#include "extensions/manager/session_gate.h"
 #include "extensions/manager/extension_scanner.h"
 #include "extensions/manager/package_unpacker.h"
 #include "extensions/manager/source_rescan.h"
@@ -108,6 +110,8 @@ public:
     UnloadOutcome RemoveExtension(const OvxUtils::Guid& documentId);
 
     Quarantine& Quarantined() { return quarantine; }
+    SessionGate& Gate() { return sessionGate; }
+    CallGuard& Calls() { return callGuard; }
 
     const ExtensionLog& Log() const { return log; }
     ExtensionLog& Log() { return log; }
@@ -144,6 +148,7 @@ private:
     // The parts, made once, each after those it works through.
     CallGuard callGuard;
     Quarantine quarantine;
+    SessionGate sessionGate;
     InstallRepair installRepair;
     PackageUnpacker packageUnpacker;
     ExtensionLoader extensionLoader;

@@ -15,7 +15,6 @@
 
 #include "OvxComponent/extensions/manager/quarantine.h"
 #include "extensions/loading/call_guard.h"
-#include "extensions/loading/extension_loader.h"
 #include "extensions/log/extension_log.h"
 #include "platform/system_io/file.h"
 
@@ -26,7 +25,7 @@
 
 namespace OvxComponent {
 
-class Quarantine final : public LoadGate {
+class Quarantine {
 public:
     using FileIdentity = OvxUtils::SystemIO::File::FileIdentity;
 
@@ -48,9 +47,9 @@ public:
     bool Release(const OvxUtils::Guid& documentId);
     void SetThreshold(int crashes) { m_threshold = crashes < 1 ? 1 : crashes; }
 
-    // LoadGate: logs and answers the refusal of an extension in quarantine; an extension
-    // whose installed copy changed since it crashed is let go first.
-    std::optional<CString> Refuse(const OvxUtils::Guid& documentId) override;
+    // Logs and answers the refusal of an extension in quarantine; an extension whose
+    // installed copy changed since it crashed is let go first.
+    std::optional<CString> Refuse(const OvxUtils::Guid& documentId);
 
     static std::string Format(const std::map<OvxUtils::Guid, Entry>& entries);
     static std::optional<std::map<OvxUtils::Guid, Entry>> Parse(std::string_view text);

@@ -4,6 +4,7 @@
 // package lets it load again. The host sessions that die run in child processes.
 #include "test_host.h"
 
+#include "OvxComponent/extensions/manager/extension_timings.h"
 #include "OvxComponent/extensions/manager/quarantine.h"
 #include "extensions/manager/install_layout.h"
 #include "platform/system_io/file.h"
@@ -13,7 +14,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -264,6 +268,99 @@ TEST(Quarantine, TheExtensionAHostDiedInIsKeptOffUntilReleasedOrReplaced) {
             EXPECT_TRUE(QuarantinedExtensions(*after.manager).empty());
         }
     }
+}
+
+// The host's start with its options, and what it logged under each extension.
+struct StartedWith {
+    StartedWith(TestHost& host, const std::function<void(IExtensionManager&)>& options) : manager(host.MakeManager()) {
+        options(*manager);
+        registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+        manager->StartLoading();
+        manager->FinishLoading();
+    }
+    ~StartedWith() { static_cast<void>(manager->UnloadAll()); }
+    std::vector<std::string> LinesOf(int number) const {
+        std::vector<std::string> lines;
+        for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(number))) {
+            lines.push_back(LevelText(entry.level).ToUtf8() + " " + entry.message.ToUtf8());
+        }
+        return lines;
+    }
+    std::shared_ptr<ExtensionManagerImpl> manager;
+    std::shared_ptr<OvxTest::TestInstaller> installer = std::make_shared<OvxTest::TestInstaller>();
+    std::shared_ptr<const IExtensionInstaller> registration;
+};
+
+TEST(Quarantine, ASafeStartKeepsAllButThePinnedOffForOneSession) {
+    TestHost host;
+    for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", Recipe(number));
+    { Start install(host); }
+    const struct {
+        const char* what;
+        std::vector<OvxUtils::Guid> pinned;
+        bool loaded1, loaded2;
+    } rows[] = {{"all off", {}, false, false}, {"all but 2 off", {TestGuid(2)}, false, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        StartedWith safe(host, [&](IExtensionManager& manager) { StartSafely(manager, row.pinned); });
+        EXPECT_EQ(safe.manager->FindExtension(TestGuid(1)).has_value(), row.loaded1);
+        EXPECT_EQ(safe.manager->FindExtension(TestGuid(2)).has_value(), row.loaded2);
+        EXPECT_THAT(safe.LinesOf(1), testing::Contains(HasSubstr("Warning kept off: the host started with its extensions off")));
+    }
+    StartedWith next(host, [](IExtensionManager&) {});
+    EXPECT_TRUE(next.manager->FindExtension(TestGuid(1)) && next.manager->FindExtension(TestGuid(2)));
+}
+
+// An installer whose load of extension 1 takes at least 20 ms.
+class SlowInstaller final : public IExtensionInstaller {
+public:
+    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
+                                          CString mimeType, CString path) const override {
+        if (documentId == TestGuid(1)) {
+            const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+            while (std::chrono::steady_clock::now() < until) {
+            }
+        }
+        return m_loader.Load(documentId, version, std::move(mimeType), std::move(path));
+    }
+    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const override {
+        return m_loader.Unload(state);
+    }
+    bool RemoveData(CString) const override { return true; }
+
+private:
+    OvxTest::TestInstaller m_loader;
+};
+
+TEST(ExtensionTimings, EachCallIsTimedSlowestFirstAndOneOverTheBudgetWarns) {
+    TestHost host;
+    for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", Recipe(number));
+    auto manager = host.MakeManager();
+    SetCallBudget(*manager, std::chrono::milliseconds(10));
+    manager->SetUiHandlers([](const std::vector<UiModification>&, const std::vector<UiModification>&, bool) { return true; },
+                           nullptr);
+    manager->SetResourceLoader([](const std::vector<CString>&) { return true; });
+    auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, std::make_shared<SlowInstaller>());
+    manager->StartLoading();
+    manager->Rescan(host.source);
+    static_cast<void>(manager->UnloadAll());
+
+    const std::vector<ExtensionTiming> timings = ExtensionTimings(*manager);
+    ASSERT_FALSE(timings.empty());
+    EXPECT_EQ(timings[0].documentId, TestGuid(1));
+    EXPECT_EQ(timings[0].call, u"load");
+    EXPECT_EQ(timings[0].calls, 1);
+    EXPECT_GE(timings[0].longest, std::chrono::milliseconds(20));
+    for (const char* call : {"load", "unload", "UI visit", "resource visit"}) {
+        EXPECT_TRUE(std::any_of(timings.begin(), timings.end(), [&](const ExtensionTiming& timing) {
+            return timing.documentId == TestGuid(2) && timing.call == CString::FromUtf8(call) && timing.calls == 1;
+        })) << call;
+    }
+    std::vector<std::string> warnings;
+    for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(1))) {
+        if (entry.level == ExtensionLogLevel::Warning) warnings.push_back(entry.message.ToUtf8());
+    }
+    EXPECT_THAT(warnings, testing::ElementsAre(testing::MatchesRegex("the load call took [0-9]+ ms, over the host's budget of 10 ms")));
 }
 
 TEST(Quarantine, CleanStartsAndStopsQuarantineNothing) {

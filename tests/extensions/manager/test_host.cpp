@@ -8,6 +8,7 @@
 #include "platform/system_io/path.h"
 #include "support/wait_until.h"
 
+#include <array>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -112,6 +113,15 @@ std::shared_ptr<ExtensionManagerImpl> TestHost::MakeManager(bool hostStream, std
     OvxUtils::NamedOutStream output{u"test log", std::nullopt, hostStream ? stream : nullptr};
     return ExtensionManagerImpl::Make(root, sources, dispatch, features, runsApp, addonNames, std::move(output),
                                       std::move(trust));
+}
+
+std::string MarkerOfACrashIn(const OvxUtils::Guid& documentId, ExtensionCall call) {
+    ExtensionLog log({u"marker", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+    CallGuard guard(log);
+    std::array<unsigned char, CallGuard::kMemorySize> marker{};
+    guard.Attach(marker);
+    const auto inFlight = guard.Enter(documentId, call);
+    return std::string(reinterpret_cast<const char*>(marker.data()), marker.size());
 }
 
 std::string Utf16ToUtf8(std::string_view bytes) {

@@ -34,6 +34,11 @@ CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 // Signs the package at path in place with key, as ovxext sign does.
 void SignInPlace(const CString& path, const OvxComponent::Minisign::SecretKey& key);
 
+// The bytes of the marker that a session leaves when its process dies in call of the
+// extension documentId: written as "orvex_extensions.TAG.session" into a platform folder,
+// the next start takes it for such a crash.
+std::string MarkerOfACrashIn(const OvxUtils::Guid& documentId, OvxComponent::ExtensionCall call);
+
 // A fixed document ID per number, for readable tests.
 OvxUtils::Guid TestGuid(int number);
 

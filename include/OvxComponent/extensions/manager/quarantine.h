@@ -4,7 +4,8 @@
 /// files), the next start keeps that extension off and says so in the log, with an Error
 /// entry that the failure report shows; everything else loads. The quarantine holds until
 /// the extension's package changes, or the host releases it here, or the user with
-/// `ovxext quarantine release --data DIR ID`.
+/// `ovxext quarantine release --data DIR ID`. And when the user cannot reach a working
+/// application all the same, a safe start keeps the extensions off for one session.
 #pragma once
 
 #include "OvxComponent/platform/cxx_standard.h"
@@ -44,5 +45,12 @@ OVX_API OvxUtils::Result<void> ReleaseFromQuarantine(IExtensionManager& manager,
 /// \param manager A manager made by MakeExtensionManager.
 /// \param crashes At least 1; a smaller value counts as 1.
 OVX_API void SetQuarantineThreshold(IExtensionManager& manager, int crashes);
+
+/// Keeps every extension off for the manager's life but those pinned (none by default):
+/// a safe start, from which a user can always reach a working application. Call it before
+/// StartLoading. The extensions kept off are logged as Warnings; nothing is deleted.
+/// \param manager A manager made by MakeExtensionManager.
+/// \param pinned The extensions that load all the same.
+OVX_API void StartSafely(IExtensionManager& manager, const std::vector<OvxUtils::Guid>& pinned = {});
 
 }  // namespace OvxComponent
