@@ -18,6 +18,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -361,6 +362,32 @@ TEST(ExtensionTimings, EachCallIsTimedSlowestFirstAndOneOverTheBudgetWarns) {
         if (entry.level == ExtensionLogLevel::Warning) warnings.push_back(entry.message.ToUtf8());
     }
     EXPECT_THAT(warnings, testing::ElementsAre(testing::MatchesRegex("the load call took [0-9]+ ms, over the host's budget of 10 ms")));
+}
+
+TEST(Quarantine, AThresholdCountsTheCrashesOfOnePackage) {
+    TestHost host;
+    OvxTest::PackExtension(host.source + u"/a.OrvexExtension", Recipe(1));
+    { Start install(host); }
+    const CString platform = InstallLayout::PlatformFolder(host.root);
+    const auto crash = [&](const char* tag) {
+        ASSERT_TRUE(SystemIO::File::WriteAllBytes(platform + u"/orvex_extensions." + CString::FromUtf8(tag) + u".session",
+                                                  OvxTest::MarkerOfACrashIn(TestGuid(1), ExtensionCall::Load)));
+    };
+    const auto startWithThreshold = [&] {
+        return std::make_unique<StartedWith>(host, [](IExtensionManager& manager) { SetQuarantineThreshold(manager, 2); });
+    };
+    crash("0000000A");
+    {
+        const auto first = startWithThreshold();
+        EXPECT_TRUE(first->manager->FindExtension(TestGuid(1))) << "one crash of two";
+        EXPECT_TRUE(QuarantinedExtensions(*first->manager).empty());
+    }
+    crash("0000000B");
+    const auto second = startWithThreshold();
+    EXPECT_FALSE(second->manager->FindExtension(TestGuid(1)));
+    const auto quarantined = QuarantinedExtensions(*second->manager);
+    ASSERT_EQ(quarantined.size(), 1u);
+    EXPECT_EQ(quarantined[0].crashes, 2);
 }
 
 TEST(Quarantine, CleanStartsAndStopsQuarantineNothing) {
