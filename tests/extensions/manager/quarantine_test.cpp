@@ -361,7 +361,9 @@ TEST(ExtensionTimings, EachCallIsTimedSlowestFirstAndOneOverTheBudgetWarns) {
     for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(1))) {
         if (entry.level == ExtensionLogLevel::Warning) warnings.push_back(entry.message.ToUtf8());
     }
-    EXPECT_THAT(warnings, testing::ElementsAre(testing::MatchesRegex("the load call took [0-9]+ ms, over the host's budget of 10 ms")));
+    // (GoogleTest's regular expressions on Windows know no character classes.)
+    EXPECT_THAT(warnings, testing::ElementsAre(testing::AllOf(testing::StartsWith("the load call took "),
+                                                              testing::EndsWith(" ms, over the host's budget of 10 ms"))));
 }
 
 TEST(Quarantine, AThresholdCountsTheCrashesOfOnePackage) {
