@@ -97,6 +97,11 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
     EXPECT_EQ(host.loadedIds, std::vector<std::string>{id});
     int loaded = 0;
     EXPECT_TRUE(ovx_manager_is_loaded(manager, id.c_str(), &loaded) == OVX_OK && loaded == 1);
+    int loads = 0;  // the calls of the one timing there is
+    const auto timings = [](void* context, const ovx_extension_timing* timing, size_t count) {
+        *static_cast<int*>(context) = count == 1 && std::string(timing->call) == "load" ? timing->calls : -1;
+    };
+    EXPECT_TRUE(ovx_manager_extension_timings(manager, timings, &loads) == OVX_OK && loads == 1);
 
     char buffer[4] = {};
     size_t length = 0;
@@ -147,12 +152,7 @@ TEST(CInterface, CarriesAHostThroughLoadingTrackingAndUnloading) {
     const char* notAnId[] = {"nope"};
     EXPECT_EQ(ovx_manager_start_safely(manager, notAnId, 1), OVX_E_INVALID_ARGUMENT);
     EXPECT_EQ(ovx_manager_set_call_budget(nullptr, 5), OVX_E_INVALID_ARGUMENT);
-    int timed = -1;
-    EXPECT_EQ(ovx_manager_extension_timings(
-                  manager, [](void* context, const ovx_extension_timing*, size_t count) { *static_cast<int*>(context) = static_cast<int>(count); },
-                  &timed),
-              OVX_OK);
-    EXPECT_EQ(timed, 0) << "nothing was called in this session";
+
     ovx_installer_release(installer);
     ovx_manager_release(manager);
 }

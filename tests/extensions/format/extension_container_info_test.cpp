@@ -1,5 +1,7 @@
 // ExtensionContainerInfo: the record's defaults, and its ranges and lists from text.
 #include "OvxComponent/extensions/format/extension_container_info.h"
+#include "extension_package_builder.h"
+#include "extensions/format/extension_info_bytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -58,6 +60,31 @@ TEST(ExtensionContainerInfo, FeatureGroupNamesMayNotHoldTheSeparator) {
 
     EXPECT_TRUE(info.SetAllFeatureRequirements(std::vector<CString>{u"x", u"y,z"}));
     EXPECT_EQ(FeatureGroups(info), (Groups{{u"x"}, {u"y", u"z"}}));
+}
+
+// The records that the library keeps of what it read hold every field, and refuse every
+// cut of their bytes.
+TEST(ExtensionContainerInfo, TheByteEncodingKeepsEveryFieldAndRefusesEveryCut) {
+    ExtensionContainerInfo info;
+    info.data() = OvxTest::SampleExtensionData();
+    info.data().AuxiliaryString = u"carried";
+    info.data().AuxiliaryInteger = -3;
+    info.data().requirements.Features = {{u"ink", u"layers"}, {u"gpu"}};
+    info.SetInstanceID(*OvxUtils::Guid::FromString(u"{00000000-0000-0000-0000-000000000008}"));
+    info.SetDerivedFrom({*OvxUtils::Guid::FromString(u"{00000000-0000-0000-0000-000000000009}")});
+    OvxUtils::ByteWriter out;
+    WriteInfo(out, info);
+    const std::string bytes = out.Take();
+    OvxUtils::ByteReader in(bytes);
+    const auto back = ReadInfo(in);
+    ASSERT_TRUE(back && in.AtEnd());
+    EXPECT_EQ(back->data(), info.data());
+    EXPECT_EQ(back->GetInstanceID(), info.GetInstanceID());
+    EXPECT_EQ(back->GetDerivedFrom(), info.GetDerivedFrom());
+    for (std::size_t size = 0; size < bytes.size(); ++size) {
+        OvxUtils::ByteReader cut(std::string_view(bytes).substr(0, size));
+        EXPECT_TRUE(!ReadInfo(cut) || !cut.AtEnd()) << "cut at " << size;
+    }
 }
 
 }  // namespace

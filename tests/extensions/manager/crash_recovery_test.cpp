@@ -10,6 +10,7 @@
 #include "platform/system_io/folder.h"
 #include "platform/system_io/held_file.h"
 #include "platform/system_io/path.h"
+#include "support/child_process.h"
 #include "support/fault_injection.h"
 #include "support/wait_until.h"
 
@@ -22,11 +23,7 @@
 #include <map>
 #include <string>
 
-#ifdef _WIN32
-#include "platform/system_io/win32_io.h"
-
-#include <windows.h>
-#else
+#ifndef _WIN32
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -81,57 +78,26 @@ void RunLifecycle(TestHost& host, const CString& work, int crashAt) {
 }
 
 #ifdef _WIN32
-// Windows has no fork: the child is this program again, running this test with the crash
-// point and the parent's work folder in its environment.
 constexpr wchar_t kChildVariable[] = L"OVX_CRASH_RECOVERY_CHILD";  // "N|work folder"
 
 // In the child: runs the lifecycle and says so; in the parent: false.
 bool RunAsChild() {
-    std::wstring value(32768, L'\0');
-    const DWORD length = ::GetEnvironmentVariableW(kChildVariable, value.data(), static_cast<DWORD>(value.size()));
-    if (length == 0 || length >= value.size()) return false;
-    value.resize(length);
-    const std::size_t bar = value.find(L'|');
-    const CString work(std::wstring_view(value).substr(bar + 1));
+    const auto request = OvxTest::ChildRequest(kChildVariable);
+    if (!request) return false;
+    const CString work = OvxTest::WorkFolderOf(*request);
     TestHost host;
     host.root = SystemIO::Path::Combine(work, u"data");
     host.source = SystemIO::Path::Combine(work, u"source");
-    RunLifecycle(host, work, std::stoi(value.substr(0, bar)));
+    RunLifecycle(host, work, std::stoi(*request));
     return true;
 }
 
 // Runs the lifecycle in a child that ends itself at its crashAt-th change of the disk:
 // true when it did, false when it ran through (and failed the test if it failed).
 bool CrashedInChild(TestHost& host, int crashAt) {
-    std::wstring program(MAX_PATH, L'\0');
-    program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    std::wstring commandLine =
-        L"child --gtest_filter=" + CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
-    // The child's own temporary folders go below the parent's, which removes them.
-    const CString childTemp = host.temp / u"child-temp";
-    EXPECT_TRUE(SystemIO::Folder::EnsureExists(childTemp));
-    const std::wstring request = std::to_wstring(crashAt) + L"|" + host.temp.Path().Str();
-    std::map<std::wstring, std::wstring> before;
-    for (const auto& [name, value] : {std::pair{L"TMP", childTemp.Str()}, {L"TEMP", childTemp.Str()},
-                                      {kChildVariable, request}}) {
-        before[name] = ::_wgetenv(name) ? ::_wgetenv(name) : L"";
-        ::_wputenv_s(name, value.c_str());
-    }
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION child{};
-    // Wine now and then fails to create a process (ERROR_INTERNAL_ERROR); nothing ran then.
-    BOOL started = FALSE;
-    for (int attempt = 0; attempt < 3 && !started; ++attempt) {
-        started = ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                   &startup, &child);
-    }
-    const DWORD startError = ::GetLastError();
-    for (const auto& [name, value] : before) ::_wputenv_s(name.c_str(), value.c_str());
-    EXPECT_TRUE(started) << "cannot start the child for crash point " << crashAt << ": error " << startError;
-    if (!started) return false;
-    const SystemIO::Detail::UniqueFileHandle process(child.hProcess), thread(child.hThread);
+    const auto process =
+        OvxTest::StartChild(kChildVariable, std::to_wstring(crashAt) + L"|" + host.temp.Path().Str(), host.temp.Path());
+    if (!process.IsValid()) return false;
     DWORD code = 0;
     ::WaitForSingleObject(process.Get(), INFINITE);
     ::GetExitCodeProcess(process.Get(), &code);

@@ -21,11 +21,7 @@ using testing::EndsWith;
 const std::string kStartLine = "(Information): \"manager\" initial loading of unpacked extensions";
 const std::string kFinishLine = "(Information): \"manager\" finished initial loading unpacked extensions";
 
-// An extension whose content carries a UI modification beside the add-on marker "Test".
-PackageRecipe WithUi(int number) {
-    return {TestGuid(number), {1}, OvxTest::kTestExtensionType,
-            {{u"appui.xslt", "<xsl/>"}, {u"config.xml", "<c/>"}, {u"Test/addon", ""}}};
-}
+using OvxTest::WithUi;
 
 class ExtensionLoading : public testing::Test {
 protected:

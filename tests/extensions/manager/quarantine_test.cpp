@@ -25,9 +25,7 @@
 #include <thread>
 
 #ifdef _WIN32
-#include "platform/system_io/win32_io.h"
-
-#include <windows.h>
+#include "support/child_process.h"
 #else
 #include <csignal>
 #include <sys/wait.h>
@@ -37,26 +35,16 @@
 namespace {
 
 using namespace OvxComponent;
-using OvxTest::PackageRecipe;
 using OvxTest::TestGuid;
 using OvxTest::TestHost;
 using testing::HasSubstr;
 namespace SystemIO = OvxUtils::SystemIO;
 
+// The ways to die inside a call into an extension. Extension 1 takes the host down;
+// extension 2 is well behaved.
 enum class Death { Segfault, Abort, Terminate, Exit, StackOverflow, KillWhileHanging };
-
-const char* NameOf(Death death) {
-    constexpr const char* kNames[] = {"a segmentation fault", "abort()", "an escaping exception", "exit()",
-                                      "a stack overflow", "a kill while it hangs"};
-    return kNames[static_cast<int>(death)];
-}
-
-// Extension 1 is the one that takes the host down; extension 2 is well behaved. Both carry
-// a UI modification and a resource file.
-PackageRecipe Recipe(int number) {
-    return {TestGuid(number), {1}, OvxTest::kTestExtensionType,
-            {{u"appui.xslt", "<xsl/>"}, {u"config.xml", "<c/>"}, {u"Test/addon", ""}}};
-}
+constexpr const char* kDeathNames[] = {"a segmentation fault", "abort()", "an escaping exception", "exit()",
+                                       "a stack overflow", "a kill while it hangs"};
 
 volatile int recursionLimit = 1 << 30;  // never reached: the stack ends first
 
@@ -149,41 +137,25 @@ void DoomedSession(TestHost& host, const CString& work, ExtensionCall call, Deat
 constexpr wchar_t kChildVariable[] = L"OVX_QUARANTINE_CHILD";  // "call|death|work folder"
 
 bool RunAsChild() {
-    std::wstring value(32768, L'\0');
-    const DWORD length = ::GetEnvironmentVariableW(kChildVariable, value.data(), static_cast<DWORD>(value.size()));
-    if (length == 0 || length >= value.size()) return false;
-    value.resize(length);
-    const std::size_t first = value.find(L'|'), second = value.find(L'|', first + 1);
+    const auto request = OvxTest::ChildRequest(kChildVariable);
+    if (!request) return false;
+    const CString work = OvxTest::WorkFolderOf(*request);
     TestHost host;
-    const CString work(std::wstring_view(value).substr(second + 1));
     host.root = SystemIO::Path::Combine(work, u"data");
     host.source = SystemIO::Path::Combine(work, u"source");
-    DoomedSession(host, work, static_cast<ExtensionCall>(std::stoi(value.substr(0, first))),
-                  static_cast<Death>(std::stoi(value.substr(first + 1, second - first - 1))));
+    const std::size_t bar = request->find(L'|');
+    DoomedSession(host, work, static_cast<ExtensionCall>(std::stoi(*request)),
+                  static_cast<Death>(std::stoi(request->substr(bar + 1))));
     return true;
 }
 
 // Runs the doomed session in a child: this program again, running this test.
 void RunDoomed(TestHost& host, ExtensionCall call, Death death) {
-    std::wstring program(MAX_PATH, L'\0');
-    program.resize(::GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
-    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-    std::wstring commandLine =
-        L"child --gtest_filter=" + CString::FromUtf8(std::string(test->test_suite_name()) + "." + test->name()).Str();
-    const std::wstring request = std::to_wstring(static_cast<int>(call)) + L"|" + std::to_wstring(static_cast<int>(death)) +
-                                 L"|" + host.temp.Path().Str();
-    ::_wputenv_s(kChildVariable, request.c_str());
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION child{};
-    BOOL started = FALSE;
-    for (int attempt = 0; attempt < 3 && !started; ++attempt) {
-        started = ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                                   &startup, &child);
-    }
-    ::_wputenv_s(kChildVariable, L"");
-    ASSERT_TRUE(started) << "cannot start the child: error " << ::GetLastError();
-    const SystemIO::Detail::UniqueFileHandle process(child.hProcess), thread(child.hThread);
+    const auto process = OvxTest::StartChild(kChildVariable,
+                                             std::to_wstring(static_cast<int>(call)) + L"|" +
+                                                 std::to_wstring(static_cast<int>(death)) + L"|" + host.temp.Path().Str(),
+                                             host.temp.Path());
+    ASSERT_TRUE(process.IsValid());
     if (death == Death::KillWhileHanging) {
         EXPECT_TRUE(OvxTest::WaitUntil([&] { return SystemIO::File::Exists(HangingFile(host.temp.Path())); }));
         ::TerminateProcess(process.Get(), 1);
@@ -209,15 +181,24 @@ void RunDoomed(TestHost& host, ExtensionCall call, Death death) {
 }
 #endif
 
-// The next start of the host, as it always starts.
+// A start of the host, with its options, and what it logged under an extension.
 struct Start {
-    explicit Start(TestHost& host) : manager(host.MakeManager()) {
+    explicit Start(TestHost& host, const std::function<void(IExtensionManager&)>& options = nullptr)
+        : manager(host.MakeManager()) {
+        if (options) options(*manager);
         registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
         manager->StartLoading();
         manager->FinishLoading();
         manager->Rescan(host.source);
     }
     ~Start() { static_cast<void>(manager->UnloadAll()); }
+    std::vector<std::string> LinesOf(int number) const {
+        std::vector<std::string> lines;
+        for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(number))) {
+            lines.push_back(LevelText(entry.level).ToUtf8() + " " + entry.message.ToUtf8());
+        }
+        return lines;
+    }
     std::shared_ptr<ExtensionManagerImpl> manager;
     std::shared_ptr<OvxTest::TestInstaller> installer = std::make_shared<OvxTest::TestInstaller>();
     std::shared_ptr<const IExtensionInstaller> registration;
@@ -231,10 +212,10 @@ TEST(Quarantine, TheExtensionAHostDiedInIsKeptOffUntilReleasedOrReplaced) {
                             Death::KillWhileHanging};
     for (const ExtensionCall call : calls) {
         for (const Death death : deaths) {
-            SCOPED_TRACE(std::string(NameOf(death)) + " in the " + CallText(call).ToUtf8() + " call");
+            SCOPED_TRACE(std::string(kDeathNames[static_cast<int>(death)]) + " in the " + CallText(call).ToUtf8() + " call");
             TestHost host;
-            const CString doomedPackage = OvxTest::PackExtension(host.source + u"/doomed.OrvexExtension", Recipe(1));
-            OvxTest::PackExtension(host.source + u"/sound.OrvexExtension", Recipe(2));
+            const CString doomedPackage = OvxTest::PackExtension(host.source + u"/doomed.OrvexExtension", OvxTest::WithUi(1));
+            OvxTest::PackExtension(host.source + u"/sound.OrvexExtension", OvxTest::WithUi(2));
             RunDoomed(host, call, death);
             {
                 Start next(host);
@@ -244,12 +225,9 @@ TEST(Quarantine, TheExtensionAHostDiedInIsKeptOffUntilReleasedOrReplaced) {
                 ASSERT_EQ(quarantined.size(), 1u);
                 EXPECT_EQ(quarantined[0].documentId, TestGuid(1));
                 EXPECT_EQ(quarantined[0].call, CallText(call));
-                std::vector<std::string> report;
-                next.manager->ReportFailures([&](OvxUtils::array_view<const ExtensionLogEntry> entries, CString) {
-                    for (const ExtensionLogEntry& entry : entries) report.push_back(entry.message.ToUtf8());
-                });
-                EXPECT_THAT(report, testing::Contains(HasSubstr("in quarantine: the host ended during its " +
-                                                                CallText(call).ToUtf8() + " call")));
+                // An Error under the extension: the failure report shows it.
+                EXPECT_THAT(next.LinesOf(1), testing::Contains(HasSubstr("Error in quarantine: the host ended during its " +
+                                                                         CallText(call).ToUtf8() + " call")));
                 if (call == ExtensionCall::Load) {
                     // Released, it loads at the next start.
                     EXPECT_TRUE(ReleaseFromQuarantine(*next.manager, TestGuid(1)));
@@ -271,30 +249,9 @@ TEST(Quarantine, TheExtensionAHostDiedInIsKeptOffUntilReleasedOrReplaced) {
     }
 }
 
-// The host's start with its options, and what it logged under each extension.
-struct StartedWith {
-    StartedWith(TestHost& host, const std::function<void(IExtensionManager&)>& options) : manager(host.MakeManager()) {
-        options(*manager);
-        registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
-        manager->StartLoading();
-        manager->FinishLoading();
-    }
-    ~StartedWith() { static_cast<void>(manager->UnloadAll()); }
-    std::vector<std::string> LinesOf(int number) const {
-        std::vector<std::string> lines;
-        for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(number))) {
-            lines.push_back(LevelText(entry.level).ToUtf8() + " " + entry.message.ToUtf8());
-        }
-        return lines;
-    }
-    std::shared_ptr<ExtensionManagerImpl> manager;
-    std::shared_ptr<OvxTest::TestInstaller> installer = std::make_shared<OvxTest::TestInstaller>();
-    std::shared_ptr<const IExtensionInstaller> registration;
-};
-
 TEST(Quarantine, ASafeStartKeepsAllButThePinnedOffForOneSession) {
     TestHost host;
-    for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", Recipe(number));
+    for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", OvxTest::WithUi(number));
     { Start install(host); }
     const struct {
         const char* what;
@@ -303,12 +260,12 @@ TEST(Quarantine, ASafeStartKeepsAllButThePinnedOffForOneSession) {
     } rows[] = {{"all off", {}, false, false}, {"all but 2 off", {TestGuid(2)}, false, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        StartedWith safe(host, [&](IExtensionManager& manager) { StartSafely(manager, row.pinned); });
+        Start safe(host, [&](IExtensionManager& manager) { StartSafely(manager, row.pinned); });
         EXPECT_EQ(safe.manager->FindExtension(TestGuid(1)).has_value(), row.loaded1);
         EXPECT_EQ(safe.manager->FindExtension(TestGuid(2)).has_value(), row.loaded2);
         EXPECT_THAT(safe.LinesOf(1), testing::Contains(HasSubstr("Warning kept off: the host started with its extensions off")));
     }
-    StartedWith next(host, [](IExtensionManager&) {});
+    Start next(host);
     EXPECT_TRUE(next.manager->FindExtension(TestGuid(1)) && next.manager->FindExtension(TestGuid(2)));
 }
 
@@ -335,7 +292,7 @@ private:
 
 TEST(ExtensionTimings, EachCallIsTimedSlowestFirstAndOneOverTheBudgetWarns) {
     TestHost host;
-    for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", Recipe(number));
+    for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", OvxTest::WithUi(number));
     auto manager = host.MakeManager();
     SetCallBudget(*manager, std::chrono::milliseconds(10));
     manager->SetUiHandlers([](const std::vector<UiModification>&, const std::vector<UiModification>&, bool) { return true; },
@@ -368,7 +325,7 @@ TEST(ExtensionTimings, EachCallIsTimedSlowestFirstAndOneOverTheBudgetWarns) {
 
 TEST(Quarantine, AThresholdCountsTheCrashesOfOnePackage) {
     TestHost host;
-    OvxTest::PackExtension(host.source + u"/a.OrvexExtension", Recipe(1));
+    OvxTest::PackExtension(host.source + u"/a.OrvexExtension", OvxTest::WithUi(1));
     { Start install(host); }
     const CString platform = InstallLayout::PlatformFolder(host.root);
     const auto crash = [&](const char* tag) {
@@ -376,7 +333,7 @@ TEST(Quarantine, AThresholdCountsTheCrashesOfOnePackage) {
                                                   OvxTest::MarkerOfACrashIn(TestGuid(1), ExtensionCall::Load)));
     };
     const auto startWithThreshold = [&] {
-        return std::make_unique<StartedWith>(host, [](IExtensionManager& manager) { SetQuarantineThreshold(manager, 2); });
+        return std::make_unique<Start>(host, [](IExtensionManager& manager) { SetQuarantineThreshold(manager, 2); });
     };
     crash("0000000A");
     {
@@ -394,7 +351,7 @@ TEST(Quarantine, AThresholdCountsTheCrashesOfOnePackage) {
 
 TEST(Quarantine, CleanStartsAndStopsQuarantineNothing) {
     TestHost host;
-    OvxTest::PackExtension(host.source + u"/a.OrvexExtension", Recipe(1));
+    OvxTest::PackExtension(host.source + u"/a.OrvexExtension", OvxTest::WithUi(1));
     for (int start = 0; start < 200; ++start) {
         Start session(host);
         ASSERT_TRUE(session.manager->FindExtension(TestGuid(1))) << "start " << start;

@@ -40,6 +40,10 @@ HeldOpen::~HeldOpen() {
 }
 #endif
 
+PackageRecipe WithUi(int number) {
+    return {TestGuid(number), {1}, kTestExtensionType, {{u"appui.xslt", "<xsl/>"}, {u"config.xml", "<c/>"}, {u"Test/addon", ""}}};
+}
+
 CString PackExtension(const CString& packagePath, const PackageRecipe& recipe) {
     TempFolder staging;
     std::vector<CString> files;

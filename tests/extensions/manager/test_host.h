@@ -28,6 +28,10 @@ struct PackageRecipe {
     OvxComponent::ExtensionAppSupport app = OvxComponent::ExtensionAppSupport::Atlas;
 };
 
+// Extension number's recipe with a UI modification and a resource file beside the add-on
+// marker "Test".
+PackageRecipe WithUi(int number);
+
 // Packs recipe into a package at packagePath (its folder is made) and returns the path.
 CString PackExtension(const CString& packagePath, const PackageRecipe& recipe);
 

@@ -235,53 +235,20 @@ TEST_F(VerificationRecordTest, EachPackageFileIsReadAtMostOncePerRescanAndPerSta
 }
 #endif
 
-TEST(VerificationRecordBytes, EveryFieldReadsBackAndNoCutOfTheBytesReads) {
+TEST(VerificationRecordBytes, AnEntryReadsBackAndNoCutOfTheFileReads) {
     ExtensionContainerInfo info;
-    ExtensionData& data = info.data();
-    data.requirements.AppList = {ExtensionAppSupport::Atlas, ExtensionAppSupport::Delta};
-    data.requirements.AppVersion = {OvxUtils::Version{18}, std::nullopt};
-    data.requirements.PlatformSupport = {OvxUtils::runtime_bits::x64};
-    data.requirements.WinVersion = {std::nullopt, OvxUtils::Version{10, 0, 2}};
-    data.requirements.Features = {{u"ink", u"layers"}, {u"gpu"}};
-    data.Title = MultiLanguageString(u"Toolbox");
-    data.Title.Set(u"de", u"Werkzeugkasten \u00e4");
-    data.Description = MultiLanguageString(u"Tools \U0001F527");
-    data.DocumentID = TestGuid(7);
-    data.AuxiliaryString = u"carried";
-    data.Version = {2, 0, 11};
-    data.ExtensionType = OvxTest::kTestExtensionType;
-    data.Keywords = {MultiLanguageString(u"draw"), MultiLanguageString(u"paint")};
-    ExtensionEntryPoint entry;
-    entry.Name = MultiLanguageString(u"Open");
-    entry.Type = ExtensionEntryPointType::Menu;
-    entry.Value = u"open";
-    entry.Guid = u"{00000000-0000-0000-0000-000000000001}";
-    data.EntryPoints = {entry, ExtensionEntryPoint{}};
-    data.CreatorTool = u"ovxext";
-    data.Notes = MultiLanguageString(u"notes");
-    data.AuxiliaryInteger = -3;
-    info.SetInstanceID(TestGuid(8));
-    info.SetDerivedFrom({TestGuid(9), TestGuid(10)});
+    info.SetDocumentID(TestGuid(7));
     const VerificationRecord::FileIdentity identity{1, 2, 3, 4, 5};
     Minisign::PublicKey signer;
     signer.id.fill(1);
     signer.key.fill(2);
-
-    VerificationRecord::Entries entries;
-    entries["{GUID}/2.0.11/installed_copy.OrvexExtension"] = {identity, info.Modify(), signer};
-    const std::string bytes = FormatVerificationRecord(entries, kVersion);
+    const std::string bytes = FormatVerificationRecord({{"{GUID}/1.0/installed_copy.OrvexExtension", {identity, info.Modify(), signer}}}, kVersion);
     const auto read = ParseVerificationRecord(bytes, kVersion);
     ASSERT_TRUE(read && read->size() == 1);
     const VerificationRecord::Entry& back = read->begin()->second;
-    EXPECT_EQ(back.copy, identity);
-    ASSERT_TRUE(back.info);
-    EXPECT_EQ(back.info->data(), data);
-    EXPECT_EQ(back.info->GetInstanceID(), info.GetInstanceID());
-    EXPECT_EQ(back.info->GetDerivedFrom(), info.GetDerivedFrom());
+    EXPECT_TRUE(back.copy == identity && back.info && back.info->GetDocumentID() == TestGuid(7));
     ASSERT_TRUE(back.filesVerifiedBy);
-    EXPECT_EQ(back.filesVerifiedBy->id, signer.id);
-    EXPECT_EQ(back.filesVerifiedBy->key, signer.key);
-
+    EXPECT_TRUE(back.filesVerifiedBy->id == signer.id && back.filesVerifiedBy->key == signer.key);
     for (std::size_t size = 0; size < bytes.size(); ++size) {
         EXPECT_FALSE(ParseVerificationRecord(bytes.substr(0, size), kVersion)) << "cut at " << size;
     }
