@@ -33,7 +33,7 @@ OvxUtils::SystemIO::Detail::UniqueFileHandle StartChild(const wchar_t* variable,
     EXPECT_TRUE(OvxUtils::SystemIO::Folder::EnsureExists(childTemp));
     std::map<std::wstring, std::wstring> before;
     for (const auto& [name, value] :
-         {std::pair{L"TMP", childTemp.Str()}, {L"TEMP", childTemp.Str()}, {std::wstring(variable), request}}) {
+         {std::pair<std::wstring, std::wstring>{L"TMP", childTemp.Str()}, {L"TEMP", childTemp.Str()}, {variable, request}}) {
         before[name] = ::_wgetenv(name.c_str()) ? ::_wgetenv(name.c_str()) : L"";
         ::_wputenv_s(name.c_str(), value.c_str());
     }
