@@ -85,9 +85,7 @@ bool RunAsChild() {
     const auto request = OvxTest::ChildRequest(kChildVariable);
     if (!request) return false;
     const CString work = OvxTest::WorkFolderOf(*request);
-    TestHost host;
-    host.root = SystemIO::Path::Combine(work, u"data");
-    host.source = SystemIO::Path::Combine(work, u"source");
+    TestHost host(work);
     RunLifecycle(host, work, std::stoi(*request));
     return true;
 }

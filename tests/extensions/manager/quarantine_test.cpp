@@ -140,9 +140,7 @@ bool RunAsChild() {
     const auto request = OvxTest::ChildRequest(kChildVariable);
     if (!request) return false;
     const CString work = OvxTest::WorkFolderOf(*request);
-    TestHost host;
-    host.root = SystemIO::Path::Combine(work, u"data");
-    host.source = SystemIO::Path::Combine(work, u"source");
+    TestHost host(work);
     const std::size_t bar = request->find(L'|');
     DoomedSession(host, work, static_cast<ExtensionCall>(std::stoi(*request)),
                   static_cast<Death>(std::stoi(request->substr(bar + 1))));

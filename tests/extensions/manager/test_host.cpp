@@ -102,6 +102,9 @@ void WaitForTheChangeClockToMove(const CString& path) {
     SystemIO::File::Delete(probe);
 }
 
+TestHost::TestHost(const CString& work)
+    : root(SystemIO::Path::Combine(work, u"data")), source(SystemIO::Path::Combine(work, u"source")) {}
+
 TestHost::TestHost() : root(temp / u"data"), source(temp / u"source") {
     EXPECT_TRUE(SystemIO::Folder::EnsureExists(root) && SystemIO::Folder::EnsureExists(source));
 }

@@ -82,6 +82,9 @@ private:
 class TestHost {
 public:
     TestHost();
+    // A host over the data and source folders below work, which another process of the
+    // test made (a crash test's child works in its parent's folders).
+    explicit TestHost(const CString& work);
 
     // A manager over <temp>/data with the source folder <temp>/source. With a host stream
     // the log goes to memory (Lines); otherwise to the manager's own file.
