@@ -88,14 +88,15 @@ TEST(OvxextHost, OnceLoadsWhatTheSourceHoldsTakesUpdatesAndReportsFailures) {
     EXPECT_THAT(RunOvxext(args).out, HasSubstr(good + "2\n"));
 
     // A safe start keeps the extensions off; with --timings the slowest calls are listed.
-    std::vector<std::string> safe = args;
-    safe.push_back("--safe");
-    result = RunOvxext(safe);
+    const auto runWith = [&](const char* option) {
+        std::vector<std::string> more = args;
+        more.push_back(option);
+        return RunOvxext(more);
+    };
+    result = runWith("--safe");
     EXPECT_THAT(result.out, HasSubstr("host starts safely"));
     EXPECT_THAT(result.out, testing::Not(HasSubstr(good)));
-    std::vector<std::string> timed = args;
-    timed.push_back("--timings");
-    EXPECT_THAT(RunOvxext(timed).out, HasSubstr("{5EED0001-0001-0002-0304-05060708090A} load: 1 call, "));
+    EXPECT_THAT(runWith("--timings").out, HasSubstr("{5EED0001-0001-0002-0304-05060708090A} load: 1 call, "));
 
     EXPECT_EQ(RunOvxext({"host", "--data", (temp / u"data").ToUtf8()}).code, 2);
     EXPECT_EQ(RunOvxext({"host", "--data", (temp / u"data").ToUtf8(), "--source", (temp / u"none").ToUtf8()}).code, 2);

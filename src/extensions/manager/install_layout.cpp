@@ -26,6 +26,10 @@ CString VerificationRecordFile(const CString& platformFolder) {
     return Path::Combine(platformFolder, u"orvex_extensions.verified");
 }
 
+CString QuarantineFile(const CString& platformFolder) {
+    return Path::Combine(platformFolder, u"orvex_extensions.quarantine");
+}
+
 CString RefusedPackagesFile(const CString& platformFolder) {
     return Path::Combine(platformFolder, u"orvex_extensions.refused");
 }

@@ -8,6 +8,7 @@
 //   <platform folder>/{DOCUMENT-ID}/<version>/unpacked/...
 //   <platform folder>/orvex_extensions.refused   packages the trust policy refused
 //   <platform folder>/orvex_extensions.verified  what was verified of each installed copy
+//   <platform folder>/orvex_extensions.quarantine  extensions kept off after the host died in them
 #pragma once
 
 #include "OvxComponent/platform/cstring.h"
@@ -24,6 +25,7 @@ CString LogFile(const CString& platformFolder);
 CString InstallLock(const CString& platformFolder);
 CString RefusedPackagesFile(const CString& platformFolder);
 CString VerificationRecordFile(const CString& platformFolder);
+CString QuarantineFile(const CString& platformFolder);
 CString ExtensionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId);
 CString VersionFolder(const CString& platformFolder, const OvxUtils::Guid& documentId, const OvxUtils::Version& version);
 CString InstalledCopy(const CString& versionFolder);

@@ -28,7 +28,7 @@ bool ReadNumber(std::string_view& text, auto& value) {
 
 Quarantine::Quarantine(ExtensionLog* log, const CString& platformFolder)
     : m_log(log), m_platformFolder(platformFolder),
-      m_file(OvxUtils::SystemIO::Path::Combine(platformFolder, u"orvex_extensions.quarantine")) {}
+      m_file(InstallLayout::QuarantineFile(platformFolder)) {}
 
 std::string Quarantine::Format(const std::map<OvxUtils::Guid, Entry>& entries) {
     std::string text(kHeader);

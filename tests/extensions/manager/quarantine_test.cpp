@@ -76,61 +76,60 @@ void Escape() noexcept { thrower(); }
     std::abort();
 }
 
-// An installer that dies in the call of the doomed extension.
-class DoomedInstaller final : public IExtensionInstaller {
-public:
-    DoomedInstaller(ExtensionCall call, Death death, CString hanging) : m_call(call), m_death(death), m_hanging(std::move(hanging)) {}
-    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
-                                          CString mimeType, CString path) const override {
-        if (documentId == TestGuid(1) && m_call == ExtensionCall::Load) Die(m_death, m_hanging);
-        return m_loader.Load(documentId, version, std::move(mimeType), std::move(path));
-    }
-    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const override {
-        if (state->Data().DocumentID == TestGuid(1) && m_call == ExtensionCall::Unload) Die(m_death, m_hanging);
-        return m_loader.Unload(state);
-    }
-    bool RemoveData(CString) const override { return true; }
-
-private:
-    ExtensionCall m_call;
-    Death m_death;
-    CString m_hanging;
-    OvxTest::TestInstaller m_loader;
-};
-
 // The file that a hanging call writes, in the parent's work folder.
 CString HangingFile(const CString& work) { return SystemIO::Path::Combine(work, u"hanging"); }
+
+// A start of the host, with its options, and what it logged under an extension.
+struct Start {
+    explicit Start(TestHost& host, const std::function<void(Start&)>& options = nullptr)
+        : manager(host.MakeManager()) {
+        if (options) options(*this);
+        registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+        manager->StartLoading();
+        manager->FinishLoading();
+        manager->Rescan(host.source);
+    }
+    ~Start() { static_cast<void>(manager->UnloadAll()); }
+    std::vector<std::string> LinesOf(int number) const {
+        std::vector<std::string> lines;
+        for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(number))) {
+            lines.push_back(LevelText(entry.level).ToUtf8() + " " + entry.message.ToUtf8());
+        }
+        return lines;
+    }
+    std::shared_ptr<ExtensionManagerImpl> manager;
+    std::shared_ptr<OvxTest::TestInstaller> installer = std::make_shared<OvxTest::TestInstaller>();
+    std::shared_ptr<const IExtensionInstaller> registration;
+};
 
 // A host session over the folders of host, whose work folder is work, that dies in the call
 // of extension 1.
 void DoomedSession(TestHost& host, const CString& work, ExtensionCall call, Death death) {
     const CString hanging = HangingFile(work);
     const CString doomedFolder = TestGuid(1).ToString();
-    auto manager = host.MakeManager();
     const auto doomed = [&](const auto& files, ExtensionCall during) {
         if (call != during) return;
         for (const auto& file : files) {
             if (CString(file).Find(doomedFolder) >= 0) Die(death, hanging);
         }
     };
-    manager->SetUiHandlers(
-        [&](const std::vector<UiModification>& application, const std::vector<UiModification>&, bool) {
-            std::vector<CString> paths;
-            for (const UiModification& modification : application) paths.push_back(modification.path);
-            doomed(paths, ExtensionCall::UiVisit);
+    Start session(host, [&](Start& start) {
+        start.manager->SetUiHandlers(
+            [&](const std::vector<UiModification>& application, const std::vector<UiModification>&, bool) {
+                std::vector<CString> paths;
+                for (const UiModification& modification : application) paths.push_back(modification.path);
+                doomed(paths, ExtensionCall::UiVisit);
+                return true;
+            },
+            nullptr);
+        start.manager->SetResourceLoader([&](const std::vector<CString>& files) {
+            doomed(files, ExtensionCall::ResourceVisit);
             return true;
-        },
-        nullptr);
-    manager->SetResourceLoader([&](const std::vector<CString>& files) {
-        doomed(files, ExtensionCall::ResourceVisit);
-        return true;
+        });
+        start.installer->beforeCall = [&](const OvxUtils::Guid& documentId, ExtensionCall during) {
+            if (documentId == TestGuid(1) && during == call) Die(death, hanging);
+        };
     });
-    auto registration =
-        manager->RegisterInstaller({OvxTest::kTestExtensionType}, std::make_shared<DoomedInstaller>(call, death, hanging));
-    manager->StartLoading();
-    manager->FinishLoading();
-    manager->Rescan(host.source);
-    static_cast<void>(manager->UnloadAll());
 }
 
 #ifdef _WIN32
@@ -179,38 +178,14 @@ void RunDoomed(TestHost& host, ExtensionCall call, Death death) {
 }
 #endif
 
-// A start of the host, with its options, and what it logged under an extension.
-struct Start {
-    explicit Start(TestHost& host, const std::function<void(IExtensionManager&)>& options = nullptr)
-        : manager(host.MakeManager()) {
-        if (options) options(*manager);
-        registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
-        manager->StartLoading();
-        manager->FinishLoading();
-        manager->Rescan(host.source);
-    }
-    ~Start() { static_cast<void>(manager->UnloadAll()); }
-    std::vector<std::string> LinesOf(int number) const {
-        std::vector<std::string> lines;
-        for (const ExtensionLogEntry& entry : manager->Log().EntriesFor(TestGuid(number))) {
-            lines.push_back(LevelText(entry.level).ToUtf8() + " " + entry.message.ToUtf8());
-        }
-        return lines;
-    }
-    std::shared_ptr<ExtensionManagerImpl> manager;
-    std::shared_ptr<OvxTest::TestInstaller> installer = std::make_shared<OvxTest::TestInstaller>();
-    std::shared_ptr<const IExtensionInstaller> registration;
-};
 
 TEST(Quarantine, TheExtensionAHostDiedInIsKeptOffUntilReleasedOrReplaced) {
     if (RunAsChild()) return;
-    const ExtensionCall calls[] = {ExtensionCall::Load, ExtensionCall::Unload, ExtensionCall::UiVisit,
-                                   ExtensionCall::ResourceVisit};
-    const Death deaths[] = {Death::Segfault, Death::Abort, Death::Terminate, Death::Exit, Death::StackOverflow,
-                            Death::KillWhileHanging};
-    for (const ExtensionCall call : calls) {
-        for (const Death death : deaths) {
-            SCOPED_TRACE(std::string(kDeathNames[static_cast<int>(death)]) + " in the " + CallText(call).ToUtf8() + " call");
+    for (const ExtensionCall call :
+         {ExtensionCall::Load, ExtensionCall::Unload, ExtensionCall::UiVisit, ExtensionCall::ResourceVisit}) {
+        for (int number = 0; number < static_cast<int>(std::size(kDeathNames)); ++number) {
+            const auto death = static_cast<Death>(number);
+            SCOPED_TRACE(std::string(kDeathNames[number]) + " in the " + CallText(call).ToUtf8() + " call");
             TestHost host;
             const CString doomedPackage = OvxTest::PackExtension(host.source + u"/doomed.OrvexExtension", OvxTest::WithUi(1));
             OvxTest::PackExtension(host.source + u"/sound.OrvexExtension", OvxTest::WithUi(2));
@@ -258,7 +233,7 @@ TEST(Quarantine, ASafeStartKeepsAllButThePinnedOffForOneSession) {
     } rows[] = {{"all off", {}, false, false}, {"all but 2 off", {TestGuid(2)}, false, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        Start safe(host, [&](IExtensionManager& manager) { StartSafely(manager, row.pinned); });
+        Start safe(host, [&](Start& start) { StartSafely(*start.manager, row.pinned); });
         EXPECT_EQ(safe.manager->FindExtension(TestGuid(1)).has_value(), row.loaded1);
         EXPECT_EQ(safe.manager->FindExtension(TestGuid(2)).has_value(), row.loaded2);
         EXPECT_THAT(safe.LinesOf(1), testing::Contains(HasSubstr("Warning kept off: the host started with its extensions off")));
@@ -267,38 +242,22 @@ TEST(Quarantine, ASafeStartKeepsAllButThePinnedOffForOneSession) {
     EXPECT_TRUE(next.manager->FindExtension(TestGuid(1)) && next.manager->FindExtension(TestGuid(2)));
 }
 
-// An installer whose load of extension 1 takes at least 20 ms.
-class SlowInstaller final : public IExtensionInstaller {
-public:
-    std::shared_ptr<IExtensionState> Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
-                                          CString mimeType, CString path) const override {
-        if (documentId == TestGuid(1)) {
-            const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
-            while (std::chrono::steady_clock::now() < until) {
-            }
-        }
-        return m_loader.Load(documentId, version, std::move(mimeType), std::move(path));
-    }
-    OvxUtils::optional<UnloadResult> Unload(std::shared_ptr<IExtensionState>& state) const override {
-        return m_loader.Unload(state);
-    }
-    bool RemoveData(CString) const override { return true; }
-
-private:
-    OvxTest::TestInstaller m_loader;
-};
-
 TEST(ExtensionTimings, EachCallIsTimedSlowestFirstAndOneOverTheBudgetWarns) {
     TestHost host;
     for (int number : {1, 2}) OvxTest::PackExtension(host.source + u"/" + TestGuid(number).ToString() + u".OrvexExtension", OvxTest::WithUi(number));
-    auto manager = host.MakeManager();
-    SetCallBudget(*manager, std::chrono::milliseconds(10));
-    manager->SetUiHandlers([](const std::vector<UiModification>&, const std::vector<UiModification>&, bool) { return true; },
-                           nullptr);
-    manager->SetResourceLoader([](const std::vector<CString>&) { return true; });
-    auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, std::make_shared<SlowInstaller>());
-    manager->StartLoading();
-    manager->Rescan(host.source);
+    Start started(host, [](Start& start) {
+        SetCallBudget(*start.manager, std::chrono::milliseconds(10));
+        start.manager->SetUiHandlers(
+            [](const std::vector<UiModification>&, const std::vector<UiModification>&, bool) { return true; }, nullptr);
+        start.manager->SetResourceLoader([](const std::vector<CString>&) { return true; });
+        start.installer->beforeCall = [](const OvxUtils::Guid& documentId, ExtensionCall call) {
+            // Extension 1's load takes at least 20 ms.
+            const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(20);
+            while (documentId == TestGuid(1) && call == ExtensionCall::Load && std::chrono::steady_clock::now() < until) {
+            }
+        };
+    });
+    const auto& manager = started.manager;
     static_cast<void>(manager->UnloadAll());
 
     const std::vector<ExtensionTiming> timings = ExtensionTimings(*manager);
@@ -331,7 +290,7 @@ TEST(Quarantine, AThresholdCountsTheCrashesOfOnePackage) {
                                                   OvxTest::MarkerOfACrashIn(TestGuid(1), ExtensionCall::Load)));
     };
     const auto startWithThreshold = [&] {
-        return std::make_unique<Start>(host, [](IExtensionManager& manager) { SetQuarantineThreshold(manager, 2); });
+        return std::make_unique<Start>(host, [](Start& start) { SetQuarantineThreshold(*start.manager, 2); });
     };
     crash("0000000A");
     {

@@ -163,6 +163,7 @@ int TestHost::RunMainThread() {
 
 std::shared_ptr<IExtensionState> TestInstaller::Load(const OvxUtils::Guid& documentId, const OvxUtils::Version& version,
                                                      CString mimeType, CString path) const {
+    if (beforeCall) beforeCall(documentId, ExtensionCall::Load);
     loadedPaths.push_back(path);
     if (refuseLoads) return nullptr;
     ExtensionData data;
@@ -173,6 +174,7 @@ std::shared_ptr<IExtensionState> TestInstaller::Load(const OvxUtils::Guid& docum
 }
 
 OvxUtils::optional<UnloadResult> TestInstaller::Unload(std::shared_ptr<IExtensionState>& state) const {
+    if (beforeCall) beforeCall(state->Data().DocumentID, ExtensionCall::Unload);
     ++unloads;
     if (unloadAnswer) static_cast<TestState&>(*state).MarkUnloaded();
     return unloadAnswer;

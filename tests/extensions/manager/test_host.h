@@ -140,6 +140,8 @@ public:
     ~TestInstaller() override;
 
     bool refuseLoads = false;
+    // Called first in each Load and Unload: a test's way to make an extension slow, or fatal.
+    std::function<void(const OvxUtils::Guid&, OvxComponent::ExtensionCall)> beforeCall;
     OvxUtils::optional<OvxComponent::UnloadResult> unloadAnswer = OvxComponent::UnloadResult::Unloaded;
     mutable std::vector<CString> loadedPaths;
     mutable int unloads = 0;
