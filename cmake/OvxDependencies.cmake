@@ -36,6 +36,29 @@ if(WIN32)
   target_compile_definitions(ovx_sodium INTERFACE SODIUM_STATIC)
 endif()
 
+# nlohmann-json reads the update channel's metadata and gives ovxext's --json its output.
+# It is header-only: a native build takes Debian's package; a cross build takes a copy of
+# that package's headers, since the host's include folder cannot be searched by the cross
+# compiler.
+if(CMAKE_CROSSCOMPILING)
+  find_path(OVX_NLOHMANN_JSON_INCLUDE nlohmann/json.hpp PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+  if(NOT OVX_NLOHMANN_JSON_INCLUDE)
+    message(FATAL_ERROR "nlohmann/json.hpp not found in /usr/include: install nlohmann-json3-dev")
+  endif()
+  file(COPY ${OVX_NLOHMANN_JSON_INCLUDE}/nlohmann DESTINATION ${PROJECT_BINARY_DIR}/nlohmann-json/include)
+  add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED)
+  target_include_directories(nlohmann_json::nlohmann_json SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/nlohmann-json/include)
+else()
+  find_package(nlohmann_json 3 REQUIRED)
+endif()
+
+# The update channel's transport and its RSA and ECDSA keys: libcurl and OpenSSL on Linux
+# (Debian's libcurl4-openssl-dev and libssl-dev); on Windows the system's WinHTTP and CNG.
+if(NOT WIN32)
+  find_package(CURL REQUIRED)
+  find_package(OpenSSL 3 REQUIRED COMPONENTS Crypto)
+endif()
+
 # The Windows libzip is a static library; its header must not declare dllimport then.
 get_target_property(libzip_type libzip::zip TYPE)
 if(libzip_type STREQUAL "STATIC_LIBRARY")
