@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Runs the TUF conformance suite against ovx-tuf-client, the update channel's repository
+# client on the command line.
+#
+# Usage: scripts/tuf-conformance.sh linux|windows [pytest arguments...]
+#   linux:   the whole suite against build/linux/bin/ovx-tuf-client
+#   windows: the basic, file download, rollback and expiration groups against
+#            build/windows/bin/ovx-tuf-client.exe under Wine (WinHTTP and CNG)
+# The suite is looked for in $OVX_TUF_CONFORMANCE, then in the shared folder beside the
+# repository (../shared/tuf-conformance). Expected failures are listed, with their
+# reasons, in tools/tuf_client/ovx-tuf-client.xfails.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+repo=$PWD
+platform=${1:?usage: $0 linux|windows [pytest arguments...]}
+shift
+
+suite=${OVX_TUF_CONFORMANCE:-}
+if [[ -z $suite ]]; then
+  for candidate in "$repo/../shared/tuf-conformance" /work/shared/tuf-conformance; do
+    [[ -x $candidate/run.sh ]] && { suite=$(cd "$candidate" && pwd); break; }
+  done
+fi
+[[ -n $suite && -x $suite/run.sh ]] || {
+  echo "tuf-conformance: the suite is not found; set OVX_TUF_CONFORMANCE to its folder" >&2
+  exit 1
+}
+
+# The suite reads the expected failures from the file beside the client it runs.
+entry_folder=$repo/build/tuf-conformance/$platform
+mkdir -p "$entry_folder"
+cp tools/tuf_client/ovx-tuf-client.xfails "$entry_folder/ovx-tuf-client.xfails"
+case $platform in
+  linux)
+    ln -sf "$repo/build/linux/bin/ovx-tuf-client" "$entry_folder/ovx-tuf-client"
+    exec "$suite/run.sh" "$entry_folder/ovx-tuf-client" "$@"
+    ;;
+  windows)
+    export WINEPREFIX=$repo/build/windows/wineprefix
+    cat >"$entry_folder/ovx-tuf-client" <<WRAPPER
+#!/usr/bin/env bash
+. "$repo/cmake/wine-env.sh"
+exec wine "$repo/build/windows/bin/ovx-tuf-client.exe" "\$@"
+WRAPPER
+    chmod +x "$entry_folder/ovx-tuf-client"
+    cmake/wine-session.sh start
+    trap 'cmake/wine-session.sh stop' EXIT
+    "$suite/run.sh" "$entry_folder/ovx-tuf-client" \
+      -k "test_basic or test_file_download or test_rollback or test_expiration" "$@"
+    ;;
+  *) echo "usage: $0 linux|windows [pytest arguments...]" >&2; exit 2 ;;
+esac
