@@ -329,6 +329,55 @@ OVX_API ovx_status ovx_manager_extension_timings(ovx_manager* manager,
  * \return OVX_OK, or why not (OVX_E_INVALID_ARGUMENT for a NULL manager). */
 OVX_API ovx_status ovx_manager_set_call_budget(ovx_manager* manager, int64_t milliseconds);
 
+/** A running update channel (docs/update-channel.md): packages delivered into one of the
+ * manager's source folders from a repository of The Update Framework, on a thread of the
+ * channel's own. */
+typedef struct ovx_channel ovx_channel;
+
+/** What a channel is started with. */
+typedef struct ovx_channel_config {
+    /** The root metadata the host ships: the bytes of a "root.json". */
+    const char* trusted_root;
+    /** The number of bytes of trusted_root. */
+    size_t trusted_root_length;
+    /** The repository's metadata URL, http or https. */
+    const char* metadata_url;
+    /** The repository's targets URL, http or https. */
+    const char* targets_url;
+    /** The channel's own folder, below the host's data folder. */
+    const char* state_folder;
+    /** One of the manager's source folders, where packages go. */
+    const char* destination;
+    /** Seconds between refreshes; 0 for six hours. */
+    int64_t poll_seconds;
+    /** Called on the channel's thread after each refresh, or NULL; reason is "" when it
+     * succeeded, and valid during the call only. */
+    void (*on_refresh)(void* context, int succeeded, const char* reason);
+    /** Handed to on_refresh. */
+    void* context;
+} ovx_channel_config;
+
+/** Starts a channel that delivers the packages for this host's applications and platform;
+ * *channel receives the handle, to be released with ovx_channel_release. */
+/** \param manager The manager whose source folder is the destination.
+ * \param config What the channel needs; read during the call only.
+ * \param channel Receives the handle.
+ * \return OVX_OK, or OVX_E_FAILED and ovx_last_error() naming what is wrong with the config. */
+OVX_API ovx_status ovx_channel_start(ovx_manager* manager, const ovx_channel_config* config, ovx_channel** channel);
+/** Asks for a refresh now; returns at once. */
+/** \param channel The channel.
+ * \return OVX_OK, or OVX_E_INVALID_ARGUMENT for a NULL channel. */
+OVX_API ovx_status ovx_channel_refresh(ovx_channel* channel);
+/** Asks for a refresh now and waits for it to end. */
+/** \param channel The channel.
+ * \param timeout_ms The longest wait.
+ * \return OVX_OK when a refresh succeeded; OVX_E_FAILED with its reason in ovx_last_error()
+ * when it was refused or did not end in time. */
+OVX_API ovx_status ovx_channel_refresh_and_wait(ovx_channel* channel, int64_t timeout_ms);
+/** Stops the channel (a download in progress is cut) and releases the handle. */
+/** \param channel The channel; NULL is ignored. */
+OVX_API void ovx_channel_release(ovx_channel* channel);
+
 #ifdef __cplusplus
 }
 #endif

@@ -6,15 +6,12 @@
 #include "OvxComponent/ovx_component.h"
 #include "c_interface/c_installer.h"
 #include "c_interface/last_error.h"
+#include "c_interface/manager_handle.h"
 #include "c_interface/log_line_stream.h"
 #include "extensions/manager/install_layout.h"
 
 #include <string>
 #include <vector>
-
-struct ovx_manager {
-    std::shared_ptr<OvxComponent::IExtensionManager> manager;
-};
 
 struct ovx_installer {
     std::shared_ptr<const OvxComponent::IExtensionInstaller> registration;

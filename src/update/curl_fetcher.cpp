@@ -7,6 +7,7 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <optional>
 
@@ -31,8 +32,11 @@ public:
     CurlFetcher(const CurlFetcher&) = delete;
     CurlFetcher& operator=(const CurlFetcher&) = delete;
 
+    void Cancel() override { m_cancelled.store(true); }
+
     Result<unsigned> Fetch(const std::string& url, const FetchLimits& limits, const BodySink& sink) override {
         if (!m_handle) return Refused("cannot download " + Named(url) + ": libcurl did not start");
+        if (m_cancelled.load()) return Refused("download of " + Named(url) + " cancelled");
         Transfer transfer{m_handle, &limits, &sink, 0, std::nullopt, false};
         curl_easy_reset(m_handle);
         curl_easy_setopt(m_handle, CURLOPT_URL, url.c_str());
@@ -49,12 +53,17 @@ public:
         curl_easy_setopt(m_handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(limits.maxBytes));
         curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, &Transfer::OnBody);
         curl_easy_setopt(m_handle, CURLOPT_WRITEDATA, &transfer);
+        // libcurl asks about once a second, also while it waits for a byte.
+        curl_easy_setopt(m_handle, CURLOPT_NOPROGRESS, 0L);
+        curl_easy_setopt(m_handle, CURLOPT_XFERINFOFUNCTION, &CurlFetcher::OnProgress);
+        curl_easy_setopt(m_handle, CURLOPT_XFERINFODATA, &m_cancelled);
         CURLcode code = curl_easy_perform(m_handle);
         if (transfer.failure) {
             transfer.failure->text = u"download of " + ::CString::FromUtf8(Named(url)) + u" failed: " +
                                      transfer.failure->text;
             return std::move(*transfer.failure);
         }
+        if (code == CURLE_ABORTED_BY_CALLBACK) return Refused("download of " + Named(url) + " cancelled");
         if (code != CURLE_OK && !transfer.bodyDropped) {
             std::string reason = curl_easy_strerror(code);
             if (code == CURLE_OPERATION_TIMEDOUT) reason = "too slow: " + reason;
@@ -102,7 +111,12 @@ private:
         }
     };
 
+    static int OnProgress(void* cancelled, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+        return static_cast<std::atomic<bool>*>(cancelled)->load() ? 1 : 0;
+    }
+
     CURL* m_handle;
+    std::atomic<bool> m_cancelled{false};
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "update/hash_check.h"
 
+#include "platform/system_io/file.h"
 #include "update/update_error.h"
 
 #include <array>
@@ -52,6 +53,18 @@ OvxUtils::Result<void> HashCheck::Finish(const std::optional<std::uint64_t>& len
                            " is not the one its metadata lists");
     }
     return {};
+}
+
+bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std::string, std::string>& hashes) {
+    namespace File = OvxUtils::SystemIO::File;
+    auto size = File::GetSize(path);
+    if (!size || *size != length) return false;
+    HashCheck check(hashes);
+    auto read = File::ReadChunks(path, [&](std::string_view part) {
+        check.Add(part);
+        return true;
+    });
+    return read && check.Finish(length, "the file").HasValue();
 }
 
 OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes, const std::optional<std::uint64_t>& length,

@@ -2,6 +2,7 @@
 // that a package is checked while it downloads, without a second read.
 #pragma once
 
+#include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/result.h"
 
 #include <sodium.h>
@@ -30,6 +31,10 @@ private:
     crypto_hash_sha512_state m_sha512{};
     std::uint64_t m_length = 0;
 };
+
+// Whether the file at path has the length and every listed hash; false also when it
+// cannot be read.
+bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std::string, std::string>& hashes);
 
 // The same check for bytes held whole.
 OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes, const std::optional<std::uint64_t>& length,

@@ -436,26 +436,25 @@ std::string SuccinctRoles::RoleFor(std::string_view targetPath) const {
     crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(targetPath.data()), targetPath.size());
     std::uint32_t first = (std::uint32_t{digest[0]} << 24) | (std::uint32_t{digest[1]} << 16) |
                           (std::uint32_t{digest[2]} << 8) | std::uint32_t{digest[3]};
-    std::uint64_t bin = first >> (32 - bitLength);
-    std::uint64_t last = (std::uint64_t{1} << bitLength) - 1;
+    return NameOf(first >> (32 - bitLength));
+}
+
+std::string SuccinctRoles::NameOf(std::uint64_t bin) const {
+    // The suffix has as many hex digits as the highest bin needs.
     std::size_t width = 0;
-    for (std::uint64_t rest = last; rest; rest >>= 4) ++width;
+    for (std::uint64_t rest = (std::uint64_t{1} << bitLength) - 1; rest; rest >>= 4) ++width;
     std::string digits(width, '0');
     for (std::size_t i = width; i-- > 0; bin >>= 4) digits[i] = "0123456789abcdef"[bin & 0xF];
     return namePrefix + "-" + digits;
 }
 
 bool SuccinctRoles::IsOneOf(std::string_view roleName) const {
-    if (roleName.size() <= namePrefix.size() + 1 || roleName.substr(0, namePrefix.size()) != namePrefix ||
-        roleName[namePrefix.size()] != '-')
-        return false;
-    auto digits = roleName.substr(namePrefix.size() + 1);
-    std::uint64_t last = (std::uint64_t{1} << bitLength) - 1;
-    std::size_t width = 0;
-    for (std::uint64_t rest = last; rest; rest >>= 4) ++width;
+    if (roleName.size() <= namePrefix.size() + 1 || roleName.substr(0, namePrefix.size()) != namePrefix) return false;
     std::uint64_t bin = 0;
+    auto digits = roleName.substr(namePrefix.size() + 1);
     auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), bin, 16);
-    return digits.size() == width && error == std::errc() && end == digits.data() + digits.size() && bin <= last;
+    if (error != std::errc() || end != digits.data() + digits.size() || bin >> bitLength) return false;
+    return NameOf(bin) == roleName;
 }
 
 bool Covers(const DelegatedRole& role, std::string_view targetPath) {

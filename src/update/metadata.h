@@ -97,6 +97,7 @@ struct SuccinctRoles {
     std::string namePrefix;
 
     std::string RoleFor(std::string_view targetPath) const;
+    std::string NameOf(std::uint64_t bin) const;
     bool IsOneOf(std::string_view roleName) const;
 };
 

@@ -108,6 +108,7 @@ Result<void> Updater::UpdateTimestamp() {
     auto outcome = m_trusted->UpdateTimestamp(answer->body);
     if (!outcome) return Refused("the timestamp is refused: " + TextOf(outcome));
     if (*outcome == TrustedMetadata::TimestampOutcome::SameVersion) {
+        m_timestampUnchanged = true;
         Report("timestamp unchanged");
         return {};
     }
@@ -160,6 +161,7 @@ Result<void> Updater::LoadTargets(const std::string& role, const std::string& de
 Result<void> Updater::Refresh() {
     m_trusted.reset();
     m_refreshed = false;
+    m_timestampUnchanged = false;
     if (auto loaded = LoadRoot(); !loaded) return loaded;
     if (auto roots = UpdateRoots(); !roots) return roots;
     if (auto timestamp = UpdateTimestamp(); !timestamp) return timestamp;
@@ -207,16 +209,49 @@ Result<std::optional<TargetFile>> Updater::FindTarget(const std::string& path) {
     return std::optional<TargetFile>();
 }
 
+Result<std::vector<TargetFile>> Updater::AllTargets() {
+    if (!m_refreshed) {
+        if (auto refreshed = Refresh(); !refreshed) return refreshed.TakeError();
+    }
+    // Every role reachable through the delegations, once each; the paths they list are
+    // then looked up as a client would, so a path counts only where the delegation order
+    // and the patterns let it.
+    std::vector<std::pair<std::string, std::string>> toVisit{{"targets", "root"}};
+    std::set<std::string> visited;
+    std::set<std::string> paths;
+    while (!toVisit.empty()) {
+        auto [role, delegator] = std::move(toVisit.back());
+        toVisit.pop_back();
+        if (!visited.insert(role).second) continue;
+        if (visited.size() > m_settings.maxListedRoles)
+            return Refused("the repository has more than the " + std::to_string(m_settings.maxListedRoles) +
+                           " roles a listing reads");
+        if (auto loaded = LoadTargets(role, delegator); !loaded) return loaded.TakeError();
+        const Targets& targets = *m_trusted->TargetsOf(role);
+        for (const auto& [path, file] : targets.targets) paths.insert(path);
+        if (!targets.delegations) continue;
+        std::vector<std::pair<std::string, std::string>> children;
+        if (const auto& succinct = targets.delegations->succinct) {
+            for (std::uint64_t bin = 0; bin < (std::uint64_t{1} << succinct->bitLength); ++bin) {
+                children.emplace_back(succinct->NameOf(bin), role);
+                if (children.size() > m_settings.maxListedRoles) break;
+            }
+        } else {
+            for (const auto& child : targets.delegations->roles) children.emplace_back(child.name, role);
+        }
+        toVisit.insert(toVisit.end(), children.rbegin(), children.rend());
+    }
+    std::vector<TargetFile> all;
+    for (const auto& path : paths) {
+        auto found = FindTarget(path);
+        if (!found) return found.TakeError();
+        if (*found) all.push_back(std::move(**found));
+    }
+    return all;
+}
+
 bool Updater::IsDownloaded(const TargetFile& target, const CString& path) const {
-    auto size = File::GetSize(path);
-    if (!size || *size != target.length) return false;
-    HashCheck check(target.hashes);
-    if (!File::ReadChunks(path, [&](std::string_view part) {
-            check.Add(part);
-            return true;
-        }))
-        return false;
-    return check.Finish(target.length, "the stored copy").HasValue();
+    return FileMatches(path, target.length, target.hashes);
 }
 
 Result<void> Updater::Download(const TargetFile& target, const CString& path) {

@@ -14,6 +14,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace OvxUpdate {
 
@@ -32,6 +33,7 @@ struct UpdaterSettings {
     std::uint64_t targetsMaxBytes = 5'000'000;
     unsigned maxRootRotations = 256;
     unsigned maxDelegations = 32;
+    unsigned maxListedRoles = 1024;
     // The time limits of every download (maxBytes is set per download).
     FetchLimits timing;
 };
@@ -52,12 +54,21 @@ public:
     // role that may list it does. Refreshes first when this updater has not.
     Result<std::optional<TargetFile>> FindTarget(const std::string& path);
 
+    // Every target the repository lists, each as FindTarget would find it: the roles are
+    // read in FindTarget's order, and a target counts only from the first role that may
+    // list its path. A repository with more roles than maxListedRoles is refused.
+    Result<std::vector<TargetFile>> AllTargets();
+
     // Whether the file at path has the target's length and hashes already.
     bool IsDownloaded(const TargetFile& target, const CString& path) const;
 
     // Downloads the target and puts it at path in one step, checked; on any failure
     // nothing is at path that was not there before.
     Result<void> Download(const TargetFile& target, const CString& path);
+
+    // Whether the last refresh found the timestamp it had stored: then nothing else in the
+    // repository changed either.
+    bool TimestampWasUnchanged() const { return m_timestampUnchanged; }
 
     // The trusted metadata after a refresh (null before one succeeded far enough).
     const TrustedMetadata* Trusted() const { return m_trusted ? &*m_trusted : nullptr; }
@@ -87,6 +98,7 @@ private:
     StepReport m_report;
     std::optional<TrustedMetadata> m_trusted;
     bool m_refreshed = false;
+    bool m_timestampUnchanged = false;
 };
 
 // text with every byte but the unreserved ones (letters, digits, "-._~") percent-encoded.

@@ -32,8 +32,8 @@ struct FetchLimits {
 /// Takes each part of a body as it arrives; a failure stops the download.
 using BodySink = std::function<OvxUtils::Result<void>(std::string_view part)>;
 
-/// Fetches a URL for the update channel. Called from the channel's own thread, one fetch
-/// at a time.
+/// Fetches a URL for the update channel. Fetch is called from the channel's own thread,
+/// one fetch at a time; Cancel from any thread.
 class IFetcher {
 public:
     virtual ~IFetcher() = default;
@@ -46,6 +46,10 @@ public:
     /// broken limit, the sink's own failure).
     virtual OvxUtils::Result<unsigned> Fetch(const std::string& url, const FetchLimits& limits,
                                              const BodySink& sink) = 0;
+    /// Asks a fetch in progress to stop soon, and every later one at once: the channel
+    /// calls it from another thread when it stops, so that a host that closes is not held
+    /// up by a slow server. A fetch so stopped fails.
+    virtual void Cancel() = 0;
 };
 
 /// The system's fetcher: libcurl on Linux, WinHTTP on Windows.

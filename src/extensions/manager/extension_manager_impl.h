@@ -113,6 +113,9 @@ public:
     SessionGate& Gate() { return sessionGate; }
     CallGuard& Calls() { return callGuard; }
 
+    // Whether the host supports an application; asked on the main thread only.
+    bool SupportsApplication(ExtensionAppSupport application) const { return appSupported && appSupported(application); }
+
     const ExtensionLog& Log() const { return log; }
     ExtensionLog& Log() { return log; }
 

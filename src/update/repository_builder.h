@@ -1,0 +1,94 @@
+// RepositoryBuilder: a repository of The Update Framework kept in memory and published as
+// the files a web server serves: version-prefixed metadata and hash-prefixed targets when
+// snapshots are consistent, the timestamp last. Each top-level role has its own Ed25519
+// keys; secret keys are wiped from memory when the builder goes.
+#pragma once
+
+#include "OvxComponent/platform/result.h"
+#include "update/metadata.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace OvxUpdate {
+
+// An Ed25519 key that signs metadata.
+class SigningKey {
+public:
+    static SigningKey Generate();
+    ~SigningKey();
+    SigningKey(const SigningKey& other) = default;
+    SigningKey& operator=(const SigningKey& other) = default;
+
+    const PublicKey& Public() const { return m_public; }
+    const std::string& Id() const { return m_id; }
+    // The key's signature over message, in hex.
+    std::string SignHex(std::string_view message) const;
+
+private:
+    SigningKey() = default;
+    std::array<unsigned char, 64> m_secret{};
+    PublicKey m_public;
+    std::string m_id;
+};
+
+// A key's ID: the SHA-256 of its canonical JSON, in hex.
+std::string KeyIdOf(const PublicKey& key);
+nlohmann::json KeyJson(const PublicKey& key);
+// A metadata document: the signed part and a signature by each key.
+Result<std::string> SignDocument(const nlohmann::json& signedPart, const std::vector<SigningKey>& keys);
+// "2030-01-01T00:00:00Z" for seconds since 1970.
+std::string ExpiryText(std::int64_t secondsSince1970);
+
+class RepositoryBuilder {
+public:
+    // One key for each top-level role, every role expiring lifetimeSeconds after now;
+    // root version 1 is published at once.
+    RepositoryBuilder(std::int64_t now, std::int64_t lifetimeSeconds, bool consistentSnapshot = true);
+
+    void AddTarget(const std::string& path, std::string_view bytes, nlohmann::json custom = nullptr);
+    void RemoveTarget(const std::string& path);
+    void SetExpiry(const std::string& role, std::int64_t expires);
+    // Replaces a top-level role's keys by a new one (for the root: the new root version
+    // is signed by the old keys and the new).
+    void RotateKey(const std::string& role);
+
+    // New targets, snapshot and timestamp versions; a new root version first when the
+    // root changed. The timestamp is written last.
+    Result<void> Publish();
+    // Only a new timestamp, for the same snapshot.
+    Result<void> PublishTimestamp();
+
+    // The files to serve, by name below the metadata and targets URLs.
+    const std::map<std::string, std::string>& MetadataFiles() const { return m_metadataFiles; }
+    const std::map<std::string, std::string>& TargetFiles() const { return m_targetFiles; }
+    // The root version 1, as a host ships it.
+    const std::string& FirstRoot() const { return m_metadataFiles.at("1.root.json"); }
+
+private:
+    struct Role {
+        std::vector<SigningKey> keys;
+        std::uint64_t version = 0;
+        std::int64_t expires = 0;
+    };
+    nlohmann::json Header(const std::string& type, const Role& role) const;
+    Result<std::string> PublishRoot(const std::vector<SigningKey>& extraSigners);
+    Result<void> PublishTimestampFor(const std::string& snapshotBytes);
+
+    bool m_consistent;
+    std::map<std::string, Role> m_roles;
+    nlohmann::json m_targets = nlohmann::json::object();
+    std::string m_lastSnapshot;
+    bool m_rootChanged = false;
+    std::vector<SigningKey> m_retiredRootKeys;
+    std::map<std::string, std::string> m_metadataFiles;
+    std::map<std::string, std::string> m_targetFiles;
+};
+
+}  // namespace OvxUpdate

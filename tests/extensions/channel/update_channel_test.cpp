@@ -1,0 +1,204 @@
+// The update channel delivers a repository's packages into a manager's source folder: it
+// places, replaces and removes the host's packages, refuses a repository under attack
+// without touching a package, asks for nothing when nothing changed, and a crash at any
+// change of the disk leaves trusted metadata whole and no partial package under a name
+// the manager reads.
+#include "OvxComponent/extensions/channel/update_channel.h"
+#include "OvxComponent/ovx_component.h"
+#include "extensions/channel/channel_refresh.h"
+#include "platform/system_io/file.h"
+#include "platform/system_io/folder.h"
+#include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
+#include "support/child_process.h"
+#include "support/fault_injection.h"
+#include "support/http_test_server.h"
+#include "test_host.h"
+#include "update/repository_builder.h"
+#include "update/trusted_metadata.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+using namespace OvxComponent;
+using OvxTest::TestGuid;
+using OvxTest::TestHost;
+namespace File = OvxUtils::SystemIO::File;
+namespace Folder = OvxUtils::SystemIO::Folder;
+namespace Path = OvxUtils::SystemIO::Path;
+
+constexpr std::int64_t kDay = 86'400;
+std::int64_t Now() { return static_cast<std::int64_t>(std::time(nullptr)); }
+
+// Serves <folder>/metadata and <folder>/targets as http://repo.test/...; counts requests.
+class FolderFetcher final : public OvxUpdate::IFetcher {
+public:
+    explicit FolderFetcher(CString folder) : m_folder(std::move(folder)) {}
+    OvxUtils::Result<unsigned> Fetch(const std::string& url, const OvxUpdate::FetchLimits& limits,
+                                     const OvxUpdate::BodySink& sink) override {
+        ++requests;
+        auto bytes = File::ReadAllBytes(Path::Combine(m_folder, CString::FromUtf8(url.substr(sizeof "http://repo.test/" - 1))));
+        if (!bytes) return 404u;
+        if (bytes->size() > limits.maxBytes) return OvxUtils::Error{u"response too long"};
+        bytesRead += bytes->size();
+        if (auto taken = sink(*bytes); !taken) return taken.TakeError();
+        return 200u;
+    }
+    void Cancel() override {}
+    int requests = 0;
+    std::size_t bytesRead = 0;
+
+private:
+    CString m_folder;
+};
+
+// A repository of packages for the test host, written to <temp>/repo.
+struct Repository {
+    explicit Repository(TestHost& testHost) : host(testHost), builder(Now(), 30 * kDay) {}
+
+    // Package number as a target; platform "x64" is this host's, others are not.
+    void Add(int number, int version, const char* platform = "x64") {
+        CString package = OvxTest::PackExtension(host.temp / u"made.OrvexExtension", {TestGuid(number), {version, 0}});
+        nlohmann::json fields = {{"orvex", {{"document_id", TestGuid(number).ToString().ToUtf8()}, {"platforms", {platform}}}}};
+        latest[number] = *File::ReadAllBytes(package);
+        builder.AddTarget("ext/" + std::to_string(number) + ".OrvexExtension", latest[number], fields);
+    }
+    void Publish() {
+        ASSERT_TRUE(builder.Publish());
+        Write();
+    }
+    void Write() {
+        timestamps.push_back(builder.MetadataFiles().at("timestamp.json"));
+        for (const auto& [files, folder] : {std::pair{&builder.MetadataFiles(), "metadata/"}, {&builder.TargetFiles(), "targets/"}})
+            for (const auto& [name, bytes] : *files) Overwrite((folder + name).c_str(), bytes);
+    }
+    void Overwrite(const char* file, const std::string& bytes) {
+        CString path = Path::Combine(host.temp / u"repo", CString::FromUtf8(file));
+        ASSERT_TRUE(Folder::EnsureExists(Path::GetParentFolder(path)) && File::WriteAllBytes(path, bytes));
+    }
+
+    TestHost& host;
+    OvxUpdate::RepositoryBuilder builder;
+    std::map<int, std::string> latest;   // package bytes by number
+    std::vector<std::string> timestamps;  // as published, oldest first
+};
+
+UpdateChannelSettings SettingsFor(TestHost& host, const std::string& root, std::shared_ptr<OvxUpdate::IFetcher> fetcher,
+                                  const std::string& base = "http://repo.test/") {
+    UpdateChannelSettings settings;
+    settings.trustedRoot = root;
+    settings.metadataUrl = base + "metadata/";
+    settings.targetsUrl = base + "targets/";
+    settings.stateFolder = host.temp / u"channel";
+    settings.destination = host.source;
+    settings.fetcher = std::move(fetcher);
+    return settings;
+}
+
+std::optional<std::string> Placed(TestHost& host, int number) {
+    auto bytes = File::ReadAllBytes(Path::Combine(host.source, CString::FromUtf8(std::to_string(number) + ".OrvexExtension")));
+    return bytes ? std::optional(*bytes) : std::nullopt;
+}
+
+TEST(UpdateChannel, PlacesReplacesAndRemovesTheHostsPackagesAndTheManagerLoadsThem) {
+    TestHost host;
+    Repository repository(host);
+    repository.Add(1, 1);
+    repository.Add(2, 1, "arm64");
+    repository.Publish();
+    auto fetcher = std::make_shared<FolderFetcher>(host.temp / u"repo");
+    auto manager = host.MakeManager();
+    auto installer = std::make_shared<OvxTest::TestInstaller>();
+    auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
+    manager->StartLoading();
+    manager->FinishLoading();
+    auto channel = UpdateChannel::Start(*manager, SettingsFor(host, repository.builder.FirstRoot(), fetcher));
+    ASSERT_TRUE(channel) << channel.ErrorText().ToUtf8();
+    const auto refresh = [&] {
+        auto ended = (*channel)->RefreshAndWait(std::chrono::seconds(20));
+        EXPECT_TRUE(ended && ended->succeeded) << (ended ? ended->reason.ToUtf8() : "no refresh");
+        manager->Rescan(host.source);
+        while (host.RunMainThread() > 0) {
+        }
+        return ended.value_or(ChannelRefresh{});
+    };
+
+    EXPECT_EQ(refresh().placed, 1);
+    EXPECT_TRUE(Placed(host, 1) == repository.latest[1]);
+    EXPECT_FALSE(Placed(host, 2)) << "a package for another platform";
+    EXPECT_TRUE(manager->FindExtension(TestGuid(1)));
+
+    repository.Add(1, 2);
+    repository.Publish();
+    EXPECT_EQ(refresh().replaced, 1);
+    EXPECT_TRUE(Placed(host, 1) == repository.latest[1]);
+
+    repository.builder.RemoveTarget("ext/1.OrvexExtension");
+    repository.Publish();
+    EXPECT_EQ(refresh().removed, 1);
+    EXPECT_FALSE(Placed(host, 1));
+    EXPECT_FALSE(manager->FindExtension(TestGuid(1)));
+
+    // Nothing changed: the next root and the timestamp are asked for, nothing else is read.
+    fetcher->requests = 0;
+    fetcher->bytesRead = 0;
+    refresh();
+    EXPECT_EQ(fetcher->requests, 2);
+    EXPECT_EQ(fetcher->bytesRead, repository.builder.MetadataFiles().at("timestamp.json").size());
+    EXPECT_THAT(OvxTest::Utf16ToUtf8(*File::ReadAllBytes(host.temp / u"channel/orvex_channel.log")),
+                testing::HasSubstr("Removed \"1.OrvexExtension\": the repository no longer lists target \"ext/1.OrvexExtension\"."));
+}
+
+TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
+    const struct {
+        const char* name;
+        std::function<void(Repository&)> attack;
+        const char* reason;
+    } cases[] = {
+        {"expired timestamp", [](Repository& r) { r.builder.SetExpiry("timestamp", Now() - kDay); r.Publish(); }, "expired"},
+        {"rolled back", [](Repository& r) { r.Overwrite("metadata/timestamp.json", r.timestamps.front()); }, "rolled back"},
+        {"bad signature", [](Repository& r) {
+             r.Publish();
+             std::string forged = r.builder.MetadataFiles().at("timestamp.json");
+             forged.replace(forged.find("\"version\": "), 12, "\"version\": 9");
+             r.Overwrite("metadata/timestamp.json", forged);
+         }, "threshold not met"},
+        {"hash mismatch", [](Repository& r) {
+             r.Add(1, 3);
+             r.Publish();
+             std::string package = r.latest[1];
+             package.back() ^= 1;
+             for (const auto& [name, bytes] : r.builder.TargetFiles())
+                 if (bytes == r.latest[1]) r.Overwrite(("targets/" + name).c_str(), package);
+         }, "hash mismatch"},
+        {"unreachable", [](Repository& r) { r.Publish(); File::Delete(r.host.temp / u"repo/metadata/timestamp.json"); }, "404"},
+    };
+    for (const auto& row : cases) {
+        TestHost host;
+        Repository repository(host);
+        repository.Add(1, 1);
+        repository.Publish();
+        repository.Publish();
+        auto manager = host.MakeManager();
+        auto channel = UpdateChannel::Start(*manager, SettingsFor(host, repository.builder.FirstRoot(),
+                                                                  std::make_shared<FolderFetcher>(host.temp / u"repo")));
+        ASSERT_TRUE(channel && (*channel)->RefreshAndWait(std::chrono::seconds(20))->succeeded) << row.name;
+        const auto before = Placed(host, 1);
+        row.attack(repository);
+        auto refused = (*channel)->RefreshAndWait(std::chrono::seconds(20));
+        ASSERT_TRUE(refused) << row.name;
+        EXPECT_FALSE(refused->succeeded) << row.name;
+        EXPECT_THAT(refused->reason.ToUtf8(), testing::HasSubstr(row.reason)) << row.name;
+        EXPECT_TRUE(Placed(host, 1) == before) << row.name;
+    }
+}
+}  // namespace
