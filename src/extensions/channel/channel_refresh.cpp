@@ -2,7 +2,9 @@
 
 #include "extensions/channel/channel_package.h"
 #include "extensions/log/log_timestamp.h"
+#include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
+#include "platform/system_io/temporary_name.h"
 #include "update/hash_check.h"
 #include "update/update_error.h"
 
@@ -12,6 +14,7 @@
 namespace OvxComponent {
 
 namespace File = OvxUtils::SystemIO::File;
+namespace Folder = OvxUtils::SystemIO::Folder;
 namespace Path = OvxUtils::SystemIO::Path;
 
 namespace {
@@ -75,6 +78,8 @@ ChannelRefresh ChannelRefresher::Run() {
         wanted.emplace(target.path, std::pair{&target, *name});
     }
 
+    for (const auto& [path, entry] : m_placed.Entries()) names.emplace(entry.fileName, path);
+    SweepLeftovers(names);
     Counts counts;
     CString firstFailure;
     for (const auto& [path, target] : wanted) {
@@ -129,6 +134,17 @@ OvxUtils::Result<void> ChannelRefresher::Place(OvxUpdate::Updater& updater, cons
     entry.identity = File::GetIdentity(path);
     entries.insert_or_assign(target.path, entry);
     return {};
+}
+
+void ChannelRefresher::SweepLeftovers(const std::map<CString, std::string>& names) {
+    // What a crash left of an earlier download: temporary names beside the channel's own
+    // packages (others in the folder may be another program's work in progress).
+    for (const CString& path : Folder::GetFiles(m_settings.destination, false)) {
+        CString file = Path::GetFileName(path);
+        if (!OvxUtils::SystemIO::TemporaryName::IsTemporary(file)) continue;
+        for (const auto& [name, target] : names)
+            if (file.StartsWith(u"." + name + u".")) File::Delete(path);
+    }
 }
 
 void ChannelRefresher::Remove(const std::string& targetPath, Counts& counts) {

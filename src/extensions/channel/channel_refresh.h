@@ -9,6 +9,8 @@
 #include "update/updater.h"
 
 #include <functional>
+#include <map>
+#include <string>
 
 namespace OvxComponent {
 
@@ -28,6 +30,7 @@ private:
     };
     OvxUtils::Result<void> Place(OvxUpdate::Updater& updater, const OvxUpdate::TargetFile& target, const CString& name,
                                  Counts& counts);
+    void SweepLeftovers(const std::map<CString, std::string>& names);
     void Remove(const std::string& targetPath, Counts& counts);
     ChannelRefresh Refused(const CString& reason);
 

@@ -35,6 +35,7 @@ using OvxTest::TestHost;
 namespace File = OvxUtils::SystemIO::File;
 namespace Folder = OvxUtils::SystemIO::Folder;
 namespace Path = OvxUtils::SystemIO::Path;
+namespace Faults = OvxTest::Faults;
 
 constexpr std::int64_t kDay = 86'400;
 std::int64_t Now() { return static_cast<std::int64_t>(std::time(nullptr)); }
@@ -70,6 +71,7 @@ struct Repository {
         CString package = OvxTest::PackExtension(host.temp / u"made.OrvexExtension", {TestGuid(number), {version, 0}});
         nlohmann::json fields = {{"orvex", {{"document_id", TestGuid(number).ToString().ToUtf8()}, {"platforms", {platform}}}}};
         latest[number] = *File::ReadAllBytes(package);
+        made.push_back(latest[number]);
         builder.AddTarget("ext/" + std::to_string(number) + ".OrvexExtension", latest[number], fields);
     }
     void Publish() {
@@ -89,17 +91,18 @@ struct Repository {
     TestHost& host;
     OvxUpdate::RepositoryBuilder builder;
     std::map<int, std::string> latest;   // package bytes by number
+    std::vector<std::string> made;        // every package's bytes
     std::vector<std::string> timestamps;  // as published, oldest first
 };
 
-UpdateChannelSettings SettingsFor(TestHost& host, const std::string& root, std::shared_ptr<OvxUpdate::IFetcher> fetcher,
+UpdateChannelSettings SettingsFor(const CString& work, const std::string& root, std::shared_ptr<OvxUpdate::IFetcher> fetcher,
                                   const std::string& base = "http://repo.test/") {
     UpdateChannelSettings settings;
     settings.trustedRoot = root;
     settings.metadataUrl = base + "metadata/";
     settings.targetsUrl = base + "targets/";
-    settings.stateFolder = host.temp / u"channel";
-    settings.destination = host.source;
+    settings.stateFolder = Path::Combine(work, u"channel");
+    settings.destination = Path::Combine(work, u"source");
     settings.fetcher = std::move(fetcher);
     return settings;
 }
@@ -121,7 +124,7 @@ TEST(UpdateChannel, PlacesReplacesAndRemovesTheHostsPackagesAndTheManagerLoadsTh
     auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
     manager->StartLoading();
     manager->FinishLoading();
-    auto channel = UpdateChannel::Start(*manager, SettingsFor(host, repository.builder.FirstRoot(), fetcher));
+    auto channel = UpdateChannel::Start(*manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(), fetcher));
     ASSERT_TRUE(channel) << channel.ErrorText().ToUtf8();
     const auto refresh = [&] {
         auto ended = (*channel)->RefreshAndWait(std::chrono::seconds(20));
@@ -189,7 +192,7 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
         repository.Publish();
         repository.Publish();
         auto manager = host.MakeManager();
-        auto channel = UpdateChannel::Start(*manager, SettingsFor(host, repository.builder.FirstRoot(),
+        auto channel = UpdateChannel::Start(*manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(),
                                                                   std::make_shared<FolderFetcher>(host.temp / u"repo")));
         ASSERT_TRUE(channel && (*channel)->RefreshAndWait(std::chrono::seconds(20))->succeeded) << row.name;
         const auto before = Placed(host, 1);
@@ -201,4 +204,90 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
         EXPECT_TRUE(Placed(host, 1) == before) << row.name;
     }
 }
+// One refresh over the folders below work, wanting every package; in a child, ended at
+// its crashAt-th change of the disk.
+ChannelRefresh RefreshIn(const CString& work, int crashAt = 0) {
+    UpdateChannelSettings settings = SettingsFor(work, {}, nullptr);
+    ExtensionLog log(OvxUtils::NamedOutStream{u"log", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+    FolderFetcher fetcher(Path::Combine(work, u"repo"));
+    ChannelRefresher refresher(settings, fetcher, log, [](const ChannelPackage&) { return true; });
+    if (crashAt > 0) Faults::CrashAt(crashAt);
+    ChannelRefresh refresh = refresher.Run();
+    Faults::Disarm();
+    return refresh;
+}
+
+#ifdef _WIN32
+constexpr wchar_t kChildVariable[] = L"OVX_CHANNEL_CRASH_CHILD";  // "N|work folder"
+
+bool RunAsChild() {
+    const auto request = OvxTest::ChildRequest(kChildVariable);
+    if (!request) return false;
+    RefreshIn(OvxTest::WorkFolderOf(*request), std::stoi(*request));
+    return true;
+}
+
+bool CrashedInChild(const CString& work, int crashAt) {
+    const auto process = OvxTest::StartChild(kChildVariable, std::to_wstring(crashAt) + L"|" + work.Str(), work);
+    if (!process.IsValid()) return false;
+    DWORD code = 0;
+    ::WaitForSingleObject(process.Get(), INFINITE);
+    ::GetExitCodeProcess(process.Get(), &code);
+    return code == Faults::kCrashExitCode;
+}
+#else
+bool CrashedInChild(const CString& work, int crashAt) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        RefreshIn(work, crashAt);
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+}
+#endif
+
+TEST(UpdateChannel, ACrashAtAnyChangeOfTheDiskLeavesWholeMetadataAndWholePackages) {
+#ifdef _WIN32
+    if (RunAsChild()) return;
+#endif
+    ASSERT_TRUE(Faults::Available());
+    for (int crashAt = 1;; ++crashAt) {
+        TestHost host;
+        Repository repository(host);
+        repository.Add(1, 1);
+        repository.Add(2, 1);
+        repository.Publish();
+        ASSERT_TRUE(Folder::EnsureExists(host.temp / u"channel/metadata") &&
+                    File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
+        ASSERT_TRUE(RefreshIn(host.temp.Path()).succeeded);
+        repository.Add(1, 2);
+        repository.builder.RemoveTarget("ext/2.OrvexExtension");
+        repository.Add(3, 1);
+        repository.Publish();
+        if (!CrashedInChild(host.temp.Path(), crashAt)) {
+            EXPECT_GT(crashAt, 10) << "the refresh changes the disk fewer times than expected";
+            break;  // the refresh ran through: every point before was a crash point
+        }
+        for (const CString& path : Folder::GetFiles(host.temp / u"channel/metadata", false)) {
+            if (OvxUtils::SystemIO::TemporaryName::IsTemporary(Path::GetFileName(path))) continue;
+            auto document = OvxUpdate::ReadSignedDocument(*File::ReadAllBytes(path));
+            EXPECT_TRUE(document) << path.ToUtf8() << " after a crash at change " << crashAt;
+        }
+        for (const CString& path : Folder::GetFiles(host.source, false)) {
+            if (OvxUtils::SystemIO::TemporaryName::IsTemporary(Path::GetFileName(path))) continue;
+            auto bytes = File::ReadAllBytes(path);
+            EXPECT_TRUE(std::count(repository.made.begin(), repository.made.end(), *bytes) == 1)
+                << path.ToUtf8() << " is not a whole package after a crash at change " << crashAt;
+        }
+        auto next = RefreshIn(host.temp.Path());
+        EXPECT_TRUE(next.succeeded) << next.reason.ToUtf8() << " after a crash at change " << crashAt;
+        EXPECT_TRUE(Placed(host, 1) == repository.latest[1] && !Placed(host, 2) && Placed(host, 3) == repository.latest[3])
+            << "after a crash at change " << crashAt;
+        EXPECT_EQ(Folder::GetFiles(host.source, false).size(), 2u) << "leftovers after a crash at change " << crashAt;
+        if (HasFailure()) break;
+    }
+}
+
 }  // namespace
