@@ -49,6 +49,12 @@ using UniqueHash = std::unique_ptr<void, DestroyHash>;
 using UniqueKeyInfo = std::unique_ptr<CERT_PUBLIC_KEY_INFO, FreeLocal>;
 using Digest = std::array<UCHAR, kDigestSize>;
 
+// A key with the provider it was made by, which must outlive it.
+struct Key {
+    UniqueAlgorithm algorithm;
+    UniqueKey handle;
+};
+
 // CNG takes its inputs through non-const pointers; it does not write them.
 PUCHAR Bytes(std::string_view bytes) { return reinterpret_cast<PUCHAR>(const_cast<char*>(bytes.data())); }
 
@@ -118,8 +124,8 @@ Result<UniqueKeyInfo> DecodePem(std::string_view pem, const CString& keyName) {
     return UniqueKeyInfo(info);
 }
 
-Result<UniqueKey> ImportKey(LPCWSTR algorithmName, LPCWSTR blobType, std::vector<UCHAR>& blob,
-                            const CString& keyName) {
+Result<Key> ImportKey(LPCWSTR algorithmName, LPCWSTR blobType, std::vector<UCHAR>& blob,
+                      const CString& keyName) {
     Result<UniqueAlgorithm> algorithm = OpenAlgorithm(algorithmName);
     if (!algorithm) return algorithm.TakeError();
     BCRYPT_KEY_HANDLE key = nullptr;
@@ -129,8 +135,7 @@ Result<UniqueKey> ImportKey(LPCWSTR algorithmName, LPCWSTR blobType, std::vector
         return Error{u"cannot read the " + keyName + u" public key: CNG refuses it (" +
                      StatusText(status) + u")"};
     }
-    // The algorithm may close now: a key keeps its provider open.
-    return UniqueKey(key);
+    return Key{std::move(*algorithm), UniqueKey(key)};
 }
 
 // A signature that does not hold is false; CNG's other failures are errors.
@@ -142,7 +147,7 @@ Result<bool> Outcome(NTSTATUS status, const CString& kind) {
 }
 
 struct RsaKey {
-    UniqueKey key;
+    Key key;
     std::size_t modulusBits = 0;
 };
 
@@ -174,7 +179,7 @@ Result<RsaKey> ReadRsaKey(std::string_view pem) {
     for (; length > 0 && blob[offset] == 0; --length) ++offset;
     if (length == 0) return Error{u"cannot read the RSA public key: its modulus is zero"};
     const std::size_t bits = length * 8 - static_cast<std::size_t>(std::countl_zero(blob[offset]));
-    Result<UniqueKey> key = ImportKey(BCRYPT_RSA_ALGORITHM, BCRYPT_RSAPUBLIC_BLOB, blob, u"RSA");
+    Result<Key> key = ImportKey(BCRYPT_RSA_ALGORITHM, BCRYPT_RSAPUBLIC_BLOB, blob, u"RSA");
     if (!key) return key.TakeError();
     return RsaKey{std::move(*key), bits};
 }
@@ -188,7 +193,7 @@ std::vector<UCHAR> EccBlob(const unsigned char* point) {
     return blob;
 }
 
-Result<UniqueKey> ReadP256Key(std::string_view publicKey) {
+Result<Key> ReadP256Key(std::string_view publicKey) {
     constexpr std::size_t kPointSize = 1 + 2 * kCoordinateSize;
     if (publicKey.size() == kPointSize && publicKey[0] == 0x04) {
         std::vector<UCHAR> blob = EccBlob(reinterpret_cast<const unsigned char*>(publicKey.data()));
@@ -270,8 +275,8 @@ Result<bool> VerifyRsaPssSha256(std::string_view publicKeyPem, std::string_view 
     for (const std::size_t salt : {std::size_t{kDigestSize}, maxSalt}) {
         BCRYPT_PSS_PADDING_INFO padding{BCRYPT_SHA256_ALGORITHM, static_cast<ULONG>(salt)};
         const NTSTATUS status =
-            ::BCryptVerifySignature(key->key.get(), &padding, digest->data(), kDigestSize, Bytes(signature),
-                                    static_cast<ULONG>(signature.size()), BCRYPT_PAD_PSS);
+            ::BCryptVerifySignature(key->key.handle.get(), &padding, digest->data(), kDigestSize,
+                                    Bytes(signature), static_cast<ULONG>(signature.size()), BCRYPT_PAD_PSS);
         Result<bool> holds = Outcome(status, u"RSA-PSS");
         if (!holds || *holds) return holds;
     }
@@ -280,13 +285,13 @@ Result<bool> VerifyRsaPssSha256(std::string_view publicKeyPem, std::string_view 
 
 Result<bool> VerifyEcdsaP256Sha256(std::string_view publicKey, std::string_view message,
                                    std::string_view derSignature) {
-    Result<UniqueKey> key = ReadP256Key(publicKey);
+    Result<Key> key = ReadP256Key(publicKey);
     if (!key) return key.TakeError();
     std::array<UCHAR, 2 * kCoordinateSize> rs{};
     if (!ParseDerSignature(derSignature, rs)) return false;
     Result<Digest> digest = Sha256(message);
     if (!digest) return digest.TakeError();
-    const NTSTATUS status = ::BCryptVerifySignature(key->get(), nullptr, digest->data(), kDigestSize,
+    const NTSTATUS status = ::BCryptVerifySignature(key->handle.get(), nullptr, digest->data(), kDigestSize,
                                                     rs.data(), static_cast<ULONG>(rs.size()), 0);
     return Outcome(status, u"ECDSA");
 }

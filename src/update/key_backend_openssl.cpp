@@ -4,6 +4,7 @@
 
 #include <openssl/bio.h>
 #include <openssl/core_names.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/param_build.h>
 #include <openssl/pem.h>
@@ -27,6 +28,7 @@ Result<KeyHandle> ReadPem(std::string_view pem, int expectedType) {
     std::unique_ptr<BIO, decltype(&BIO_free)> bio(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), BIO_free);
     if (!bio) return Refused("out of memory reading a public key");
     KeyHandle key(PEM_read_bio_PUBKEY(bio.get(), nullptr, nullptr, nullptr));
+    ERR_clear_error();
     if (!key) return Refused("a public key is not a PEM \"PUBLIC KEY\"");
     if (EVP_PKEY_get_base_id(key.get()) != expectedType) return Refused("a public key is not of the kind its scheme names");
     return key;
@@ -42,22 +44,29 @@ Result<KeyHandle> ReadPoint(std::string_view point) {
                                                                       EVP_PKEY_CTX_free);
     EVP_PKEY* key = nullptr;
     if (!params || !context || EVP_PKEY_fromdata_init(context.get()) <= 0 ||
-        EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, params.get()) <= 0)
+        EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, params.get()) <= 0) {
+        ERR_clear_error();
         return Refused("a public key is not a point on P-256");
+    }
     return KeyHandle(key);
 }
 
-Result<bool> Verify(EVP_PKEY* key, std::string_view message, std::string_view signature, bool pss) {
+// saltLength: 0 for no PSS padding (ECDSA), else OpenSSL's RSA_PSS_SALTLEN_* choice.
+Result<bool> Verify(EVP_PKEY* key, std::string_view message, std::string_view signature, int saltLength = 0) {
+    bool pss = saltLength != 0;
     std::unique_ptr<EVP_MD_CTX, ContextFree> context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr;
     if (!context || EVP_DigestVerifyInit(context.get(), &keyContext, EVP_sha256(), nullptr, key) != 1)
         return Refused("the signature check could not start");
     if (pss && (EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) != 1 ||
-                EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_AUTO) != 1 ||
+                EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, saltLength) != 1 ||
                 EVP_PKEY_CTX_set_rsa_mgf1_md(keyContext, EVP_sha256()) != 1))
         return Refused("the signature check could not start");
-    return EVP_DigestVerify(context.get(), reinterpret_cast<const unsigned char*>(signature.data()), signature.size(),
-                            reinterpret_cast<const unsigned char*>(message.data()), message.size()) == 1;
+    bool holds = EVP_DigestVerify(context.get(), reinterpret_cast<const unsigned char*>(signature.data()),
+                                  signature.size(), reinterpret_cast<const unsigned char*>(message.data()),
+                                  message.size()) == 1;
+    ERR_clear_error();  // a signature that does not hold leaves its reasons on the thread's queue
+    return holds;
 }
 
 }  // namespace
@@ -65,7 +74,11 @@ Result<bool> Verify(EVP_PKEY* key, std::string_view message, std::string_view si
 Result<bool> VerifyRsaPssSha256(std::string_view publicKeyPem, std::string_view message, std::string_view signature) {
     auto key = ReadPem(publicKeyPem, EVP_PKEY_RSA);
     if (!key) return key.TakeError();
-    return Verify(key->get(), message, signature, true);
+    // Signers use a salt as long as the digest, or the longest the key allows; the same two
+    // are accepted on every platform.
+    auto holds = Verify(key->get(), message, signature, RSA_PSS_SALTLEN_DIGEST);
+    if (!holds || *holds) return holds;
+    return Verify(key->get(), message, signature, RSA_PSS_SALTLEN_MAX);
 }
 
 Result<bool> VerifyEcdsaP256Sha256(std::string_view publicKey, std::string_view message, std::string_view derSignature) {
@@ -79,7 +92,7 @@ Result<bool> VerifyEcdsaP256Sha256(std::string_view publicKey, std::string_view 
             std::string_view(group, length) != "prime256v1")
             return Refused("an ECDSA key is not on P-256");
     }
-    return Verify(key->get(), message, derSignature, false);
+    return Verify(key->get(), message, derSignature);
 }
 
 }  // namespace OvxUpdate::KeyBackend

@@ -38,11 +38,11 @@ namespace OvxComponent {
 struct ChannelPackage {
     std::string targetPath;            ///< the target's path in the repository
     std::uint64_t length = 0;          ///< its size in bytes
-    std::optional<OvxUtils::Guid> documentId;
-    CString version;
+    std::optional<OvxUtils::Guid> documentId;  ///< the extension's document ID
+    CString version;                           ///< the extension's version, "1.2.0.0"
     std::vector<CString> applications;  ///< empty: any application
     std::vector<CString> platforms;     ///< empty: any platform
-    CString extensionType;
+    CString extensionType;             ///< the extension type (MIME type) that picks its installer
     bool hasExtensionFields = false;   ///< whether the target carries the "orvex" fields at all
 };
 
@@ -51,8 +51,9 @@ struct UpdateChannelSettings {
     /// The root metadata the host ships (the bytes of a "root.json"): the keys the channel
     /// trusts at first. A newer root stored by an earlier run is kept.
     std::string trustedRoot;
-    /// The repository's metadata and targets, http or https.
+    /// The repository's metadata URL, http or https.
     std::string metadataUrl;
+    /// The repository's targets URL, http or https.
     std::string targetsUrl;
     /// The channel's own folder, for the trusted metadata, its record of the packages it
     /// placed and its log "orvex_channel.log"; one below the host's data folder.
@@ -63,9 +64,10 @@ struct UpdateChannelSettings {
     /// applications the host supports (or that name none) and whose platforms include this
     /// one (or that name none).
     std::function<bool(const ChannelPackage&)> wants;
-    /// Time between refreshes, each moved by up to jitter of it either way so that many
-    /// hosts do not ask at the same instant.
+    /// Time between refreshes.
     std::chrono::seconds pollInterval{std::chrono::hours(6)};
+    /// Each wait is moved by up to this share of pollInterval either way (0 to 0.5), so
+    /// that many hosts do not ask at the same instant.
     double jitter = 0.1;
     /// The host's own fetcher (proxies, authentication); when empty, the system's.
     std::shared_ptr<OvxUpdate::IFetcher> fetcher;
@@ -77,7 +79,7 @@ struct UpdateChannelSettings {
 
 /// What the last refresh did.
 struct ChannelRefresh {
-    bool succeeded = false;
+    bool succeeded = false;     ///< whether it read the repository and placed all it had to
     CString reason;             ///< why it was refused; empty when it succeeded
     std::int64_t time = 0;      ///< when it ended, in 100 ns ticks since 1970-01-01 UTC
     int placed = 0;             ///< packages new in the destination
