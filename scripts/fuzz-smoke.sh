@@ -16,7 +16,11 @@ cmake --preset linux-fuzz >/dev/null
 cmake --build --preset linux-fuzz
 
 rm -rf "$work"
-mkdir -p "$work/artifacts" "$work/text" "$work/signature" "$work/record"
+mkdir -p "$work/artifacts" "$work/text" "$work/signature" "$work/record" "$work/metadata"
+# The update metadata fuzzer starts from a document of each shape (the first byte picks
+# the role it is offered as).
+printf '\001{"signatures":[{"keyid":"ab","sig":"00"}],"signed":{"_type":"timestamp","spec_version":"1.0.31","version":2,"expires":"2030-01-01T00:00:00Z","meta":{"snapshot.json":{"version":1,"length":10,"hashes":{"sha256":"00"}}}}}' >"$work/metadata/timestamp"
+printf '\003{"signatures":[],"signed":{"_type":"targets","spec_version":"1.0","version":1,"expires":"2030-01-01T00:00:00Z","targets":{"a":{"length":1,"hashes":{"sha256":"00"},"custom":{}}},"delegations":{"keys":{},"roles":[{"name":"r","keyids":[],"threshold":1,"terminating":false,"paths":["a/*","[!x]?"]}]}}}' >"$work/metadata/targets"
 "$bin/ovx_container_seeds" "$work/open" "$work/xml"
 
 fuzz() {
@@ -36,3 +40,4 @@ fuzz ovx_open_package_fuzzer open
 fuzz ovx_xml_fuzzer xml
 fuzz ovx_signature_files_fuzzer signature
 fuzz ovx_verification_record_fuzzer record
+fuzz ovx_update_metadata_fuzzer metadata

@@ -5,6 +5,7 @@
 // the manager reads.
 #include "OvxComponent/extensions/channel/update_channel.h"
 #include "OvxComponent/ovx_component.h"
+#include "c_interface/manager_handle.h"
 #include "extensions/channel/channel_refresh.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
@@ -183,6 +184,11 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
              for (const auto& [name, bytes] : r.builder.TargetFiles())
                  if (bytes == r.latest[1]) r.Overwrite(("targets/" + name).c_str(), package);
          }, "hash mismatch"},
+        {"wrong version", [](Repository& r) {
+             std::string older = r.builder.MetadataFiles().at("2.targets.json");
+             r.Publish();
+             r.Overwrite("metadata/3.targets.json", older);
+         }, "version mismatch"},
         {"unreachable", [](Repository& r) { r.Publish(); File::Delete(r.host.temp / u"repo/metadata/timestamp.json"); }, "404"},
     };
     for (const auto& row : cases) {
@@ -288,6 +294,69 @@ TEST(UpdateChannel, ACrashAtAnyChangeOfTheDiskLeavesWholeMetadataAndWholePackage
         EXPECT_EQ(Folder::GetFiles(host.source, false).size(), 2u) << "leftovers after a crash at change " << crashAt;
         if (HasFailure()) break;
     }
+}
+
+// A full disk while a package downloads fails the refresh with the system's reason and
+// leaves nothing but the packages placed before.
+TEST(UpdateChannel, AFullDiskFailsTheDownloadWithItsReasonAndLeavesNoPartialPackage) {
+    ASSERT_TRUE(Faults::Available());
+#ifdef _WIN32
+    const int diskFull = ERROR_DISK_FULL;
+#else
+    const int diskFull = ENOSPC;
+#endif
+    TestHost host;
+    Repository repository(host);
+    repository.Add(1, 1);
+    repository.Publish();
+    ASSERT_TRUE(Folder::EnsureExists(host.temp / u"channel/metadata") &&
+                File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
+    ASSERT_TRUE(RefreshIn(host.temp.Path()).succeeded);
+    repository.Add(1, 2);
+    repository.Publish();
+    const auto before = Placed(host, 1);
+    Faults::Fail(diskFull, false);
+    auto full = RefreshIn(host.temp.Path());
+    Faults::Disarm();
+    EXPECT_FALSE(full.succeeded);
+    EXPECT_THAT(full.reason.ToUtf8(),
+                testing::HasSubstr(OvxUtils::SystemErrorText(static_cast<std::uint32_t>(diskFull)).ToUtf8()));
+    EXPECT_TRUE(Placed(host, 1) == before);
+    EXPECT_EQ(Folder::GetFiles(host.source, false).size(), 1u);
+    EXPECT_TRUE(RefreshIn(host.temp.Path()).succeeded);
+    EXPECT_TRUE(Placed(host, 1) == repository.latest[1]);
+}
+
+// The C interface over the system's fetcher and a real server: a config the manager
+// cannot take is refused with its reason; a good one places the package; a server that
+// answers 503 fails the refresh, named in ovx_last_error().
+TEST(UpdateChannel, TheCInterfaceDeliversThroughARealServer) {
+    TestHost host;
+    Repository repository(host);
+    repository.Add(1, 1);
+    repository.Publish();
+    OvxTest::HttpTestServer server;
+    for (const auto& [files, folder] : {std::pair{&repository.builder.MetadataFiles(), "/metadata/"},
+                                        {&repository.builder.TargetFiles(), "/targets/"}})
+        for (const auto& [name, bytes] : *files) server.Set(folder + name, {200, bytes});
+    ovx_manager manager{host.MakeManager()};
+    const std::string root = repository.builder.FirstRoot(), metadata = server.Url("/metadata/"),
+                      targets = server.Url("/targets/"), state = (host.temp / u"channel").ToUtf8();
+    std::string destination = (host.temp / u"elsewhere").ToUtf8();
+    ovx_channel_config config{root.data(), root.size(), metadata.c_str(), targets.c_str(), state.c_str(),
+                              destination.c_str(), 0, nullptr, nullptr};
+    ovx_channel* channel = nullptr;
+    ASSERT_EQ(ovx_channel_start(&manager, &config, &channel), OVX_E_FAILED);
+    EXPECT_THAT(ovx_last_error(), testing::HasSubstr("is not one of the manager's source folders"));
+    destination = host.source.ToUtf8();
+    config.destination = destination.c_str();
+    ASSERT_EQ(ovx_channel_start(&manager, &config, &channel), OVX_OK) << ovx_last_error();
+    EXPECT_EQ(ovx_channel_refresh_and_wait(channel, 20'000), OVX_OK) << ovx_last_error();
+    EXPECT_TRUE(Placed(host, 1) == repository.latest[1]);
+    server.Set("/metadata/timestamp.json", {503, "busy"});
+    EXPECT_EQ(ovx_channel_refresh_and_wait(channel, 20'000), OVX_E_FAILED);
+    EXPECT_THAT(ovx_last_error(), testing::HasSubstr("503"));
+    ovx_channel_release(channel);
 }
 
 }  // namespace
