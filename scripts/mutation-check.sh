@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Puts sixteen deliberate faults into the library, one at a time, and lists the tests that
+# Puts eighteen deliberate faults into the library, one at a time, and lists the tests that
 # fail for each: a check that the tests still catch real faults after they were cut or
 # merged. Runs in a temporary worktree of HEAD, so the work tree stays as it is. The faults
 # of the Windows-only COM helpers are built with the windows preset and run under Wine
@@ -68,6 +68,11 @@ mutate "files verified before count without asking today's trust policy" src/ext
   '/    if (!Trust::Vouches(\*recorded->filesVerifiedBy, m_trust)) return std::nullopt;/d'
 mutate "the host's requirements are not asked again of a recorded copy" src/extensions/manager/package_unpacker.cpp \
   's/        info != nullptr \&\& !CheckRequirements(/        info != nullptr \&\& package.container->IsOpen() \&\& !CheckRequirements(/'
+# The update channel: a package unchecked, and a rolled-back timestamp let through.
+mutate "a downloaded package is not checked against its hashes" src/update/updater.cpp \
+  '/        if (auto checked = check.Finish(target.length, what); !checked) return checked;/d'
+mutate "the stored timestamp is not the floor of a new one" src/update/updater.cpp \
+  '/    if (auto stored = ReadStored("timestamp")) (void)m_trusted->UpdateTimestamp(\*stored);/d'
 mutate "the variant enumerator's Next skips elements" src/automation/enum_base.cpp \
   '0,/        ++m_position;/s//        m_position += 2;/' windows
 mutate "the dispatch holder's name lookup answers the wrong DISPID" src/automation/type_info.cpp \

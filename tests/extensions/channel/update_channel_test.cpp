@@ -169,7 +169,8 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
         const char* reason;
     } cases[] = {
         {"expired timestamp", [](Repository& r) { r.builder.SetExpiry("timestamp", Now() - kDay); r.Publish(); }, "expired"},
-        {"rolled back", [](Repository& r) { r.Overwrite("metadata/timestamp.json", r.timestamps.front()); }, "rolled back"},
+        {"rolled back", [](Repository& r) { r.Overwrite("metadata/timestamp.json", r.timestamps.front()); },
+         "rolled back: timestamp"},
         {"bad signature", [](Repository& r) {
              r.Publish();
              std::string forged = r.builder.MetadataFiles().at("timestamp.json");
