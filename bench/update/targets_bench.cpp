@@ -25,12 +25,20 @@ const SignedTargets& ThousandTargets() {
             targets["ext/package-" + std::to_string(i) + ".OrvexExtension"] = {
                 {"length", 100'000 + i},
                 {"hashes", {{"sha256", hash}}},
-                {"custom", {{"orvex", {{"document_id", "{6F9619FF-8B86-D011-B42D-00C04FC964FF}"}, {"version", "1.2.0.0"},
-                                       {"applications", {"Atlas", "Delta"}}, {"platforms", {"x64"}}}}}}};
+                {"custom",
+                 {{"orvex",
+                   {{"document_id", "{6F9619FF-8B86-D011-B42D-00C04FC964FF}"},
+                    {"version", "1.2.0.0"},
+                    {"applications", {"Atlas", "Delta"}},
+                    {"platforms", {"x64"}}}}}}};
         }
-        nlohmann::json part = {{"_type", "targets"}, {"spec_version", "1.0.31"}, {"version", 7},
-                               {"expires", OvxUpdate::ExpiryText(std::time(nullptr) + 86'400)}, {"targets", targets}};
-        SignedTargets result{OvxUpdate::SignDocument(part, {key}).Value(), {{key.Id(), key.Public()}}, {{key.Id()}, 1}};
+        nlohmann::json part = {{"_type", "targets"},
+                               {"spec_version", "1.0.31"},
+                               {"version", 7},
+                               {"expires", OvxUpdate::ExpiryText(std::time(nullptr) + 86'400)},
+                               {"targets", targets}};
+        SignedTargets result{
+            OvxUpdate::SignDocument(part, {key}).Value(), {{key.Id(), key.Public()}}, {{key.Id()}, 1}};
         return result;
     }();
     return made;
@@ -49,7 +57,8 @@ void ReadAndVerify(benchmark::State& state) {
         auto document = OvxUpdate::ReadSignedDocument(made.bytes);
         auto targets = OvxUpdate::ReadTargets(*document);
         auto signedBy = OvxUpdate::CheckThreshold(*document, made.keys, made.role, "targets");
-        if (!targets || !signedBy || targets->targets.size() != 1000) state.SkipWithError("the targets do not check");
+        if (!targets || !signedBy || targets->targets.size() != 1000)
+            state.SkipWithError("the targets do not check");
         benchmark::DoNotOptimize(targets);
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * made.bytes.size()));

@@ -46,26 +46,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         (void)OvxUpdate::ReadTimestamp(*document);
         (void)OvxUpdate::ReadSnapshot(*document);
         if (auto targets = OvxUpdate::ReadTargets(*document); targets && targets->delegations) {
-            for (const auto& role : targets->delegations->roles) (void)OvxUpdate::Covers(role, "a/b.OrvexExtension");
-            if (const auto& succinct = targets->delegations->succinct) (void)succinct->IsOneOf(succinct->RoleFor("a/b"));
+            for (const auto& role : targets->delegations->roles)
+                (void)OvxUpdate::Covers(role, "a/b.OrvexExtension");
+            if (const auto& succinct = targets->delegations->succinct)
+                (void)succinct->IsOneOf(succinct->RoleFor("a/b"));
         }
     }
     const auto& files = Repository().MetadataFiles();
     auto trusted = OvxUpdate::TrustedMetadata::FromRoot(Repository().FirstRoot(), 1'700'000'100);
     if (!trusted) std::abort();
     switch (data[0] % 4) {
-    case 0: (void)trusted->UpdateRoot(bytes); break;
-    case 1: (void)trusted->UpdateTimestamp(bytes); break;
-    case 2:
-        if (!trusted->UpdateTimestamp(files.at("timestamp.json"))) std::abort();
-        (void)trusted->UpdateSnapshot(bytes, data[0] & 4);
-        break;
-    default:
-        if (!trusted->UpdateTimestamp(files.at("timestamp.json")) ||
-            !trusted->UpdateSnapshot(files.at("1.snapshot.json"), false))
-            std::abort();
-        (void)trusted->UpdateTargets(bytes, "targets", "root");
-        break;
+        case 0: (void)trusted->UpdateRoot(bytes); break;
+        case 1: (void)trusted->UpdateTimestamp(bytes); break;
+        case 2:
+            if (!trusted->UpdateTimestamp(files.at("timestamp.json"))) std::abort();
+            (void)trusted->UpdateSnapshot(bytes, data[0] & 4);
+            break;
+        default:
+            if (!trusted->UpdateTimestamp(files.at("timestamp.json")) ||
+                !trusted->UpdateSnapshot(files.at("1.snapshot.json"), false))
+                std::abort();
+            (void)trusted->UpdateTargets(bytes, "targets", "root");
+            break;
     }
     return 0;
 }

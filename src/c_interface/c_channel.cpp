@@ -13,7 +13,9 @@ struct ovx_channel {
 namespace OvxComponent::CInterface {
 namespace {
 
-ovx_status InvalidArgument(const char* what) { return Fail(OVX_E_INVALID_ARGUMENT, std::string(what) + " is null"); }
+ovx_status InvalidArgument(const char* what) {
+    return Fail(OVX_E_INVALID_ARGUMENT, std::string(what) + " is null");
+}
 
 }  // namespace
 }  // namespace OvxComponent::CInterface
@@ -22,7 +24,8 @@ using namespace OvxComponent::CInterface;
 
 ovx_status ovx_channel_start(ovx_manager* manager, const ovx_channel_config* config, ovx_channel** channel) {
     return Guarded([&] {
-        if (!manager || !config || !channel) return InvalidArgument(!manager ? "manager" : !config ? "config" : "channel");
+        if (!manager || !config || !channel)
+            return InvalidArgument(!manager ? "manager" : !config ? "config" : "channel");
         if (!config->trusted_root || !config->metadata_url || !config->targets_url || !config->state_folder ||
             !config->destination)
             return InvalidArgument("a text of the config");
@@ -34,7 +37,8 @@ ovx_status ovx_channel_start(ovx_manager* manager, const ovx_channel_config* con
         settings.destination = CString::FromUtf8(config->destination);
         if (config->poll_seconds > 0) settings.pollInterval = std::chrono::seconds(config->poll_seconds);
         if (auto* onRefresh = config->on_refresh) {
-            settings.onRefresh = [onRefresh, context = config->context](bool succeeded, const CString& reason) {
+            settings.onRefresh = [onRefresh, context = config->context](bool succeeded,
+                                                                        const CString& reason) {
                 onRefresh(context, succeeded ? 1 : 0, reason.ToUtf8().c_str());
             };
         }
@@ -56,7 +60,8 @@ ovx_status ovx_channel_refresh(ovx_channel* channel) {
 ovx_status ovx_channel_refresh_and_wait(ovx_channel* channel, int64_t timeout_ms) {
     return Guarded([&] {
         if (!channel) return InvalidArgument("channel");
-        auto refresh = channel->channel->RefreshAndWait(std::chrono::milliseconds(timeout_ms < 0 ? 0 : timeout_ms));
+        auto refresh =
+            channel->channel->RefreshAndWait(std::chrono::milliseconds(timeout_ms < 0 ? 0 : timeout_ms));
         if (!refresh) return Fail(OVX_E_FAILED, "the refresh did not end in time");
         if (!refresh->succeeded) return Fail(OVX_E_FAILED, refresh->reason.ToUtf8());
         return OVX_OK;

@@ -43,7 +43,8 @@ public:
         curl_easy_setopt(m_handle, CURLOPT_PROTOCOLS_STR, "http,https");
         curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
         curl_easy_setopt(m_handle, CURLOPT_FOLLOWLOCATION, 0L);
-        curl_easy_setopt(m_handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connectTimeout.count()));
+        curl_easy_setopt(m_handle, CURLOPT_CONNECTTIMEOUT_MS,
+                         static_cast<long>(limits.connectTimeout.count()));
         curl_easy_setopt(m_handle, CURLOPT_TIMEOUT_MS, static_cast<long>(limits.totalTimeout.count()));
         // Fewer than one byte a second for the stall time: the server has stopped sending.
         curl_easy_setopt(m_handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
@@ -59,14 +60,17 @@ public:
         curl_easy_setopt(m_handle, CURLOPT_XFERINFODATA, &m_cancelled);
         CURLcode code = curl_easy_perform(m_handle);
         if (transfer.failure) {
-            transfer.failure->text = u"download of " + ::CString::FromUtf8(Named(url)) + u" failed: " +
-                                     transfer.failure->text;
+            transfer.failure->text =
+                u"download of " + ::CString::FromUtf8(Named(url)) + u" failed: " + transfer.failure->text;
             return std::move(*transfer.failure);
         }
         if (code == CURLE_ABORTED_BY_CALLBACK) return Refused("download of " + Named(url) + " cancelled");
         if (code != CURLE_OK && !transfer.bodyDropped) {
             std::string reason = curl_easy_strerror(code);
             if (code == CURLE_OPERATION_TIMEDOUT) reason = "too slow: " + reason;
+            if (code == CURLE_COULDNT_CONNECT || code == CURLE_COULDNT_RESOLVE_HOST ||
+                code == CURLE_COULDNT_RESOLVE_PROXY)
+                reason = "server unreachable: " + reason;
             if (code == CURLE_FILESIZE_EXCEEDED)
                 reason = "response too long: announced as more than the " + std::to_string(limits.maxBytes) +
                          " bytes allowed";

@@ -55,7 +55,8 @@ OvxUtils::Result<void> HashCheck::Finish(const std::optional<std::uint64_t>& len
     return {};
 }
 
-bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std::string, std::string>& hashes) {
+bool FileMatches(const ::CString& path, std::uint64_t length,
+                 const std::map<std::string, std::string>& hashes) {
     namespace File = OvxUtils::SystemIO::File;
     auto size = File::GetSize(path);
     if (!size || *size != length) return false;
@@ -67,8 +68,10 @@ bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std
     return read && check.Finish(length, "the file").HasValue();
 }
 
-OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes, const std::optional<std::uint64_t>& length,
-                                            const std::map<std::string, std::string>& hashes, std::string_view what) {
+OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes,
+                                            const std::optional<std::uint64_t>& length,
+                                            const std::map<std::string, std::string>& hashes,
+                                            std::string_view what) {
     HashCheck check(hashes);
     check.Add(bytes);
     return check.Finish(length, what);

@@ -34,10 +34,13 @@ private:
 
 // Whether the file at path has the length and every listed hash; false also when it
 // cannot be read.
-bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std::string, std::string>& hashes);
+bool FileMatches(const ::CString& path, std::uint64_t length,
+                 const std::map<std::string, std::string>& hashes);
 
 // The same check for bytes held whole.
-OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes, const std::optional<std::uint64_t>& length,
-                                            const std::map<std::string, std::string>& hashes, std::string_view what);
+OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes,
+                                            const std::optional<std::uint64_t>& length,
+                                            const std::map<std::string, std::string>& hashes,
+                                            std::string_view what);
 
 }  // namespace OvxUpdate

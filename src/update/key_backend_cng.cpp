@@ -132,8 +132,8 @@ Result<Key> ImportKey(LPCWSTR algorithmName, LPCWSTR blobType, std::vector<UCHAR
     const NTSTATUS status = ::BCryptImportKeyPair(algorithm->get(), nullptr, blobType, &key, blob.data(),
                                                   static_cast<ULONG>(blob.size()), 0);
     if (!BCRYPT_SUCCESS(status)) {
-        return Error{u"cannot read the " + keyName + u" public key: CNG refuses it (" +
-                     StatusText(status) + u")"};
+        return Error{u"cannot read the " + keyName + u" public key: CNG refuses it (" + StatusText(status) +
+                     u")"};
     }
     return Key{std::move(*algorithm), UniqueKey(key)};
 }

@@ -23,8 +23,8 @@ Result<const json*> Member(const json& object, const char* name, json::value_t k
     auto found = object.find(name);
     if (found == object.end()) return Refused(std::string(where) + " has no \"" + name + "\"");
     bool matches = found->type() == kind ||
-                   (kind == json::value_t::number_unsigned && found->type() == json::value_t::number_integer &&
-                    found->get<std::int64_t>() >= 0);
+                   (kind == json::value_t::number_unsigned &&
+                    found->type() == json::value_t::number_integer && found->get<std::int64_t>() >= 0);
     if (!matches) return Refused(std::string(where) + ": \"" + name + "\" is not " + kindName);
     return &*found;
 }
@@ -63,7 +63,8 @@ Result<RoleHeader> ReadHeader(const json& signedPart, std::string_view expectedT
     auto type = StringMember(signedPart, "_type", "the signed part");
     if (!type) return type.TakeError();
     if (*type != expectedType)
-        return Refused("the metadata is of type " + Named(*type) + ", not \"" + std::string(expectedType) + "\"");
+        return Refused("the metadata is of type " + Named(*type) + ", not \"" + std::string(expectedType) +
+                       "\"");
     auto where = "the " + std::string(expectedType) + " metadata";
     auto specVersion = StringMember(signedPart, "spec_version", where);
     if (!specVersion) return specVersion.TakeError();
@@ -76,7 +77,9 @@ Result<RoleHeader> ReadHeader(const json& signedPart, std::string_view expectedT
     auto expiresText = StringMember(signedPart, "expires", where);
     if (!expiresText) return expiresText.TakeError();
     auto expires = ParseExpiry(*expiresText);
-    if (!expires) return Refused(where + " expires at " + Named(*expiresText) + ", not a time like 2030-01-01T00:00:00Z");
+    if (!expires)
+        return Refused(where + " expires at " + Named(*expiresText) +
+                       ", not a time like 2030-01-01T00:00:00Z");
     RoleHeader header;
     header.type = *type;
     header.version = *version;
@@ -153,7 +156,8 @@ Result<Delegations> ReadDelegations(const json& object) {
     delegations.keys = std::move(*keyMap);
     bool hasRoles = object.contains("roles");
     bool hasSuccinct = object.contains("succinct_roles");
-    if (hasRoles == hasSuccinct) return Refused("the delegations must have either \"roles\" or \"succinct_roles\"");
+    if (hasRoles == hasSuccinct)
+        return Refused("the delegations must have either \"roles\" or \"succinct_roles\"");
     if (hasSuccinct) {
         auto succinct = ObjectMember(object, "succinct_roles", where);
         if (!succinct) return succinct.TakeError();
@@ -192,7 +196,8 @@ Result<Delegations> ReadDelegations(const json& object) {
         delegated.terminating = terminating->get<bool>();
         bool hasPaths = role.contains("paths");
         bool hasPrefixes = role.contains("path_hash_prefixes");
-        if (hasPaths && hasPrefixes) return Refused(roleWhere + " has both \"paths\" and \"path_hash_prefixes\"");
+        if (hasPaths && hasPrefixes)
+            return Refused(roleWhere + " has both \"paths\" and \"path_hash_prefixes\"");
         if (hasPaths || hasPrefixes) {
             auto list = ArrayMember(role, hasPaths ? "paths" : "path_hash_prefixes", roleWhere);
             if (!list) return list.TakeError();
@@ -327,7 +332,8 @@ Result<SignedDocument> ReadSignedDocument(std::string_view bytes) {
         if (!keyId) return keyId.TakeError();
         auto hex = StringMember(signature, "sig", "a signature");
         if (!hex) return hex.TakeError();
-        if (!seen.emplace(*keyId, true).second) return Refused("key " + Named(*keyId) + " signs the metadata twice");
+        if (!seen.emplace(*keyId, true).second)
+            return Refused("key " + Named(*keyId) + " signs the metadata twice");
         result.signatures.push_back({*keyId, *hex});
     }
     auto canonical = CanonicalJson(**signedPart);
@@ -423,7 +429,8 @@ Result<Targets> ReadTargets(const SignedDocument& document) {
         targets.targets.emplace(path, std::move(target));
     }
     if (auto delegations = part.find("delegations"); delegations != part.end()) {
-        if (!delegations->is_object()) return Refused("the targets metadata's \"delegations\" is not an object");
+        if (!delegations->is_object())
+            return Refused("the targets metadata's \"delegations\" is not an object");
         auto read = ReadDelegations(*delegations);
         if (!read) return read.TakeError();
         targets.delegations = std::move(*read);
@@ -433,7 +440,8 @@ Result<Targets> ReadTargets(const SignedDocument& document) {
 
 std::string SuccinctRoles::RoleFor(std::string_view targetPath) const {
     std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-    crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(targetPath.data()), targetPath.size());
+    crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(targetPath.data()),
+                       targetPath.size());
     std::uint32_t first = (std::uint32_t{digest[0]} << 24) | (std::uint32_t{digest[1]} << 16) |
                           (std::uint32_t{digest[2]} << 8) | std::uint32_t{digest[3]};
     return NameOf(first >> (32 - bitLength));
@@ -449,7 +457,8 @@ std::string SuccinctRoles::NameOf(std::uint64_t bin) const {
 }
 
 bool SuccinctRoles::IsOneOf(std::string_view roleName) const {
-    if (roleName.size() <= namePrefix.size() + 1 || roleName.substr(0, namePrefix.size()) != namePrefix) return false;
+    if (roleName.size() <= namePrefix.size() + 1 || roleName.substr(0, namePrefix.size()) != namePrefix)
+        return false;
     std::uint64_t bin = 0;
     auto digits = roleName.substr(namePrefix.size() + 1);
     auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), bin, 16);

@@ -43,8 +43,8 @@ SigningKey::~SigningKey() { sodium_memzero(m_secret.data(), m_secret.size()); }
 
 std::string SigningKey::SignHex(std::string_view message) const {
     std::array<unsigned char, crypto_sign_BYTES> signature{};
-    crypto_sign_detached(signature.data(), nullptr, reinterpret_cast<const unsigned char*>(message.data()), message.size(),
-                         m_secret.data());
+    crypto_sign_detached(signature.data(), nullptr, reinterpret_cast<const unsigned char*>(message.data()),
+                         message.size(), m_secret.data());
     return HexOf(signature.data(), signature.size());
 }
 
@@ -58,7 +58,8 @@ Result<std::string> SignDocument(const json& signedPart, const std::vector<Signi
     auto canonical = CanonicalJson(signedPart);
     if (!canonical) return canonical.TakeError();
     json signatures = json::array();
-    for (const auto& key : keys) signatures.push_back({{"keyid", key.Id()}, {"sig", key.SignHex(*canonical)}});
+    for (const auto& key : keys)
+        signatures.push_back({{"keyid", key.Id()}, {"sig", key.SignHex(*canonical)}});
     return json{{"signatures", signatures}, {"signed", signedPart}}.dump(1);
 }
 
@@ -77,12 +78,16 @@ std::string ExpiryText(std::int64_t secondsSince1970) {
 
 RepositoryBuilder::RepositoryBuilder(std::int64_t now, std::int64_t lifetimeSeconds, bool consistentSnapshot)
     : m_consistent(consistentSnapshot) {
-    for (const char* name : kTopLevel) m_roles[name] = Role{{SigningKey::Generate()}, 0, now + lifetimeSeconds};
+    for (const char* name : kTopLevel)
+        m_roles[name] = Role{{SigningKey::Generate()}, 0, now + lifetimeSeconds};
     (void)PublishRoot({});
 }
 
 json RepositoryBuilder::Header(const std::string& type, const Role& role) const {
-    return {{"_type", type}, {"spec_version", "1.0.31"}, {"version", role.version}, {"expires", ExpiryText(role.expires)}};
+    return {{"_type", type},
+            {"spec_version", "1.0.31"},
+            {"version", role.version},
+            {"expires", ExpiryText(role.expires)}};
 }
 
 Result<std::string> RepositoryBuilder::PublishRoot(const std::vector<SigningKey>& extraSigners) {
@@ -148,7 +153,8 @@ Result<void> RepositoryBuilder::Publish() {
     targetsPart["targets"] = m_targets;
     auto targetsBytes = SignDocument(targetsPart, targets.keys);
     if (!targetsBytes) return targetsBytes.TakeError();
-    m_metadataFiles[(m_consistent ? std::to_string(targets.version) + "." : "") + "targets.json"] = *targetsBytes;
+    m_metadataFiles[(m_consistent ? std::to_string(targets.version) + "." : "") + "targets.json"] =
+        *targetsBytes;
 
     Role& snapshot = m_roles["snapshot"];
     ++snapshot.version;
@@ -156,7 +162,8 @@ Result<void> RepositoryBuilder::Publish() {
     snapshotPart["meta"] = {{"targets.json", {{"version", targets.version}}}};
     auto snapshotBytes = SignDocument(snapshotPart, snapshot.keys);
     if (!snapshotBytes) return snapshotBytes.TakeError();
-    m_metadataFiles[(m_consistent ? std::to_string(snapshot.version) + "." : "") + "snapshot.json"] = *snapshotBytes;
+    m_metadataFiles[(m_consistent ? std::to_string(snapshot.version) + "." : "") + "snapshot.json"] =
+        *snapshotBytes;
     m_lastSnapshot = *snapshotBytes;
     return PublishTimestampFor(m_lastSnapshot);
 }

@@ -11,7 +11,8 @@ namespace {
 std::string VersionText(std::uint64_t version) { return "version " + std::to_string(version); }
 
 template <class Role>
-Result<std::pair<SignedDocument, Role>> ReadAs(std::string_view bytes, Result<Role> (*read)(const SignedDocument&)) {
+Result<std::pair<SignedDocument, Role>> ReadAs(std::string_view bytes,
+                                               Result<Role> (*read)(const SignedDocument&)) {
     auto document = ReadSignedDocument(bytes);
     if (!document) return document.TakeError();
     auto role = read(*document);
@@ -36,13 +37,14 @@ Result<void> TrustedMetadata::UpdateRoot(std::string_view bytes) {
     if (!read) return read.TakeError();
     auto& [document, root] = *read;
     if (auto byTrusted = CheckThreshold(document, m_root.keys, m_root.roles.at("root"), "root"); !byTrusted)
-        return Refused("root " + VersionText(root.version) + " is not signed by the trusted root's keys: " +
-                       TextOf(byTrusted));
+        return Refused("root " + VersionText(root.version) +
+                       " is not signed by the trusted root's keys: " + TextOf(byTrusted));
     if (root.version != m_root.version + 1)
         return Refused("root version mismatch: the server sent " + VersionText(root.version) + " for " +
                        VersionText(m_root.version + 1));
     if (auto bySelf = CheckThreshold(document, root.keys, root.roles.at("root"), "root"); !bySelf)
-        return Refused("root " + VersionText(root.version) + " is not signed by its own keys: " + TextOf(bySelf));
+        return Refused("root " + VersionText(root.version) +
+                       " is not signed by its own keys: " + TextOf(bySelf));
     m_root = std::move(root);
     return {};
 }
@@ -53,16 +55,18 @@ Result<TrustedMetadata::TimestampOutcome> TrustedMetadata::UpdateTimestamp(std::
     auto read = ReadAs(bytes, &ReadTimestamp);
     if (!read) return read.TakeError();
     auto& [document, timestamp] = *read;
-    if (auto signature = CheckThreshold(document, m_root.keys, m_root.roles.at("timestamp"), "timestamp"); !signature)
+    if (auto signature = CheckThreshold(document, m_root.keys, m_root.roles.at("timestamp"), "timestamp");
+        !signature)
         return signature.TakeError();
     if (m_timestamp) {
         if (timestamp.version < m_timestamp->version)
-            return Refused("rolled back: timestamp " + VersionText(timestamp.version) + " is older than the trusted " +
-                           VersionText(m_timestamp->version));
+            return Refused("rolled back: timestamp " + VersionText(timestamp.version) +
+                           " is older than the trusted " + VersionText(m_timestamp->version));
         if (timestamp.version == m_timestamp->version) return TimestampOutcome::SameVersion;
         if (timestamp.snapshot.version < m_timestamp->snapshot.version)
-            return Refused("rolled back: the timestamp names snapshot " + VersionText(timestamp.snapshot.version) +
-                           ", older than the trusted " + VersionText(m_timestamp->snapshot.version));
+            return Refused("rolled back: the timestamp names snapshot " +
+                           VersionText(timestamp.snapshot.version) + ", older than the trusted " +
+                           VersionText(m_timestamp->snapshot.version));
     }
     m_timestamp = std::move(timestamp);
     if (auto final = CheckTimestampIsFinal(); !final) return final.TakeError();
@@ -76,17 +80,20 @@ Result<void> TrustedMetadata::CheckTimestampIsFinal() const {
 
 Result<void> TrustedMetadata::UpdateSnapshot(std::string_view bytes, bool local) {
     if (!m_timestamp) return Refused("the snapshot cannot be read before the timestamp");
-    if (!m_targets.empty()) return Refused("the snapshot cannot change after the targets of the same refresh");
+    if (!m_targets.empty())
+        return Refused("the snapshot cannot change after the targets of the same refresh");
     if (auto final = CheckTimestampIsFinal(); !final) return final.TakeError();
     if (!local) {
         const MetaFile& listed = m_timestamp->snapshot;
-        if (auto matches = CheckLengthAndHashes(bytes, listed.length, listed.hashes, "the snapshot"); !matches)
+        if (auto matches = CheckLengthAndHashes(bytes, listed.length, listed.hashes, "the snapshot");
+            !matches)
             return matches.TakeError();
     }
     auto read = ReadAs(bytes, &ReadSnapshot);
     if (!read) return read.TakeError();
     auto& [document, snapshot] = *read;
-    if (auto signature = CheckThreshold(document, m_root.keys, m_root.roles.at("snapshot"), "snapshot"); !signature)
+    if (auto signature = CheckThreshold(document, m_root.keys, m_root.roles.at("snapshot"), "snapshot");
+        !signature)
         return signature.TakeError();
     if (m_snapshot) {
         for (const auto& [name, file] : m_snapshot->meta) {
@@ -134,7 +141,8 @@ Result<void> TrustedMetadata::UpdateTargets(std::string_view bytes, const std::s
     if (auto final = CheckSnapshotIsFinal(); !final) return final.TakeError();
     auto listed = m_snapshot->meta.find(role + ".json");
     if (listed == m_snapshot->meta.end()) return Refused("the snapshot does not list role " + Named(role));
-    if (auto matches = CheckLengthAndHashes(bytes, listed->second.length, listed->second.hashes, "role " + Named(role));
+    if (auto matches =
+            CheckLengthAndHashes(bytes, listed->second.length, listed->second.hashes, "role " + Named(role));
         !matches)
         return matches.TakeError();
     auto delegation = DelegationOf(role, delegator);

@@ -17,8 +17,8 @@ namespace Path = OvxUtils::SystemIO::Path;
 namespace {
 
 bool IsUnreserved(unsigned char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
-           c == '_' || c == '~';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '.' || c == '_' || c == '~';
 }
 
 std::string StatusText(unsigned status) { return "the server answered " + std::to_string(status); }
@@ -39,7 +39,9 @@ std::string PercentEncoded(std::string_view text, bool keepSlashes) {
     return encoded;
 }
 
-CString Updater::FileNameOf(const std::string& role) { return CString::FromUtf8(PercentEncoded(role) + ".json"); }
+CString Updater::FileNameOf(const std::string& role) {
+    return CString::FromUtf8(PercentEncoded(role) + ".json");
+}
 
 Updater::Updater(UpdaterSettings settings, IFetcher& fetcher, std::int64_t now, StepReport report)
     : m_settings(std::move(settings)), m_fetcher(fetcher), m_now(now), m_report(std::move(report)) {}
@@ -89,7 +91,8 @@ Result<void> Updater::UpdateRoots() {
         auto answer = FetchMetadata("root", version, m_settings.rootMaxBytes);
         if (!answer) return answer.TakeError();
         if (answer->status == 404 || answer->status == 403) return {};
-        if (answer->status != 200) return Refused("root version " + std::to_string(version) + ": " + StatusText(answer->status));
+        if (answer->status != 200)
+            return Refused("root version " + std::to_string(version) + ": " + StatusText(answer->status));
         if (auto updated = m_trusted->UpdateRoot(answer->body); !updated) return updated.TakeError();
         if (auto stored = Store("root", answer->body); !stored) return stored.TakeError();
         Report("root version " + std::to_string(version) + " trusted");
@@ -126,7 +129,9 @@ Result<void> Updater::UpdateSnapshot() {
     if (m_trusted->GetRoot().consistentSnapshot) version = listed.version;
     auto answer = FetchMetadata("snapshot", version, listed.length.value_or(m_settings.snapshotMaxBytes));
     if (!answer) return answer.TakeError();
-    if (answer->status != 200) return Refused("snapshot version " + std::to_string(listed.version) + ": " + StatusText(answer->status));
+    if (answer->status != 200)
+        return Refused("snapshot version " + std::to_string(listed.version) + ": " +
+                       StatusText(answer->status));
     if (auto updated = m_trusted->UpdateSnapshot(answer->body, false); !updated)
         return Refused("the snapshot is refused: " + TextOf(updated));
     if (auto stored = Store("snapshot", answer->body); !stored) return stored.TakeError();
@@ -186,7 +191,8 @@ Result<std::optional<TargetFile>> Updater::FindTarget(const std::string& path) {
         if (visited.contains({role, delegator})) continue;
         if (auto loaded = LoadTargets(role, delegator); !loaded) return loaded.TakeError();
         const Targets& targets = *m_trusted->TargetsOf(role);
-        if (auto found = targets.targets.find(path); found != targets.targets.end()) return std::optional<TargetFile>(found->second);
+        if (auto found = targets.targets.find(path); found != targets.targets.end())
+            return std::optional<TargetFile>(found->second);
         visited.emplace(role, delegator);
         --budget;
         if (!targets.delegations) continue;

@@ -82,7 +82,7 @@ private:
         std::string body;
     };
     Result<Answer> FetchMetadata(const std::string& role, std::optional<std::uint64_t> version,
-                                      std::uint64_t maxBytes);
+                                 std::uint64_t maxBytes);
     Result<void> Store(const std::string& role, std::string_view bytes);
     std::optional<std::string> ReadStored(const std::string& role) const;
     Result<void> LoadRoot();

@@ -38,8 +38,8 @@ CString Reason(DWORD code) {
     switch (code) {
         case ERROR_WINHTTP_TIMEOUT:
         case WSAETIMEDOUT: return u"the server did not answer in time";
-        case ERROR_WINHTTP_NAME_NOT_RESOLVED: return u"the server's name could not be resolved";
-        case ERROR_WINHTTP_CANNOT_CONNECT: return u"no connection could be made to the server";
+        case ERROR_WINHTTP_NAME_NOT_RESOLVED: return u"server unreachable: its name could not be resolved";
+        case ERROR_WINHTTP_CANNOT_CONNECT: return u"server unreachable: no connection could be made";
         case ERROR_WINHTTP_CONNECTION_ERROR: return u"the connection was reset or broken";
         case ERROR_WINHTTP_SECURE_CHANNEL_ERROR:
         case ERROR_WINHTTP_SECURE_FAILURE: return u"the secure connection or the server's certificate failed";
@@ -256,8 +256,9 @@ Result<unsigned> WinHttpFetcher::Exchange(const FetchLimits& limits, const BodyS
     std::vector<char> buffer(kReadSize);
     std::uint64_t total = 0;
     const auto tooSlow = [&] {
-        return failed.Because(u"too slow: the download took longer than the " + Duration(limits.totalTimeout) +
-                              u" allowed, after " + DecimalText(total) + u" bytes");
+        return failed.Because(u"too slow: the download took longer than the " +
+                              Duration(limits.totalTimeout) + u" allowed, after " + DecimalText(total) +
+                              u" bytes");
     };
     for (;;) {
         const auto left =
@@ -285,14 +286,14 @@ Result<unsigned> WinHttpFetcher::Exchange(const FetchLimits& limits, const BodyS
         }
         if (error != 0) {
             if (Clock::now() - start >= limits.totalTimeout) return tooSlow();
-            return failed.Because(u"too slow: nothing came for " + Duration(limits.stallTimeout) + u", after " +
-                                      DecimalText(total) + u" bytes",
+            return failed.Because(u"too slow: nothing came for " + Duration(limits.stallTimeout) +
+                                      u", after " + DecimalText(total) + u" bytes",
                                   error);
         }
         if (read == 0) break;
         if (read > limits.maxBytes - total) {
-            return failed.Because(u"response too long: the body is longer than the " + DecimalText(limits.maxBytes) +
-                                  u" bytes allowed");
+            return failed.Because(u"response too long: the body is longer than the " +
+                                  DecimalText(limits.maxBytes) + u" bytes allowed");
         }
         total += read;
         Result<void> taken = sink(std::string_view(buffer.data(), read));

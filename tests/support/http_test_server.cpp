@@ -111,31 +111,33 @@ void HttpTestServer::Answer(std::intptr_t handle) {
     }
     std::string head = "HTTP/1.1 " + std::to_string(reply.status) + " X\r\nConnection: close\r\n";
     if (reply.fault != Reply::Fault::Endless)
-        head += "Content-Length: " + std::to_string(reply.announcedLength.value_or(reply.body.size())) + "\r\n";
+        head +=
+            "Content-Length: " + std::to_string(reply.announcedLength.value_or(reply.body.size())) + "\r\n";
     head += "\r\n";
     SendAll(connection, head.data(), head.size());
     using Fault = Reply::Fault;
     switch (reply.fault) {
-    case Fault::None:
-    case Fault::Truncated: SendAll(connection, reply.body.data(), reply.body.size()); break;
-    case Fault::Reset: {
-        SendAll(connection, reply.body.data(), reply.body.size() / 2);
-        linger abort{1, 0};  // closing now sends a reset
-        ::setsockopt(connection, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&abort), sizeof abort);
-        break;
-    }
-    case Fault::Endless: {
-        std::string block(64 * 1024, 'x');
-        while (!m_stop && SendAll(connection, block.data(), block.size())) {
+        case Fault::None:
+        case Fault::Truncated: SendAll(connection, reply.body.data(), reply.body.size()); break;
+        case Fault::Reset: {
+            SendAll(connection, reply.body.data(), reply.body.size() / 2);
+            linger abort{1, 0};  // closing now sends a reset
+            ::setsockopt(connection, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&abort),
+                         sizeof abort);
+            break;
         }
-        break;
-    }
-    case Fault::Drip:
-        for (char c : reply.body) {
-            if (m_stop || !SendAll(connection, &c, 1)) break;
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        case Fault::Endless: {
+            std::string block(64 * 1024, 'x');
+            while (!m_stop && SendAll(connection, block.data(), block.size())) {
+            }
+            break;
         }
-        break;
+        case Fault::Drip:
+            for (char c : reply.body) {
+                if (m_stop || !SendAll(connection, &c, 1)) break;
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+            break;
     }
     CloseSocket(connection);
 }

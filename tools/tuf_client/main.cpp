@@ -18,7 +18,6 @@
 
 namespace {
 
-
 namespace File = OvxUtils::SystemIO::File;
 namespace Path = OvxUtils::SystemIO::Path;
 
@@ -82,24 +81,29 @@ int Run(const Arguments& arguments) {
         auto stored = File::WriteAtomically(Path::Combine(metadataDir, u"root.json"), *root);
         return stored ? 0 : Fail(stored.ErrorText().ToUtf8());
     }
-    if (arguments.command != "refresh" && arguments.command != "download") return Fail("unknown command " + arguments.command);
+    if (arguments.command != "refresh" && arguments.command != "download")
+        return Fail("unknown command " + arguments.command);
     OvxUpdate::UpdaterSettings settings;
     settings.metadataFolder = metadataDir;
     settings.metadataUrl = WithSlash(arguments.metadataUrl);
     settings.targetsUrl = WithSlash(arguments.targetBaseUrl);
     auto fetcher = OvxUpdate::MakeSystemFetcher();
-    OvxUpdate::Updater updater(settings, *fetcher, static_cast<std::int64_t>(std::time(nullptr)),
-                               [](const std::string& step) { std::cerr << "ovx-tuf-client: " << step << "\n"; });
+    OvxUpdate::Updater updater(
+        settings, *fetcher, static_cast<std::int64_t>(std::time(nullptr)),
+        [](const std::string& step) { std::cerr << "ovx-tuf-client: " << step << "\n"; });
     if (auto refreshed = updater.Refresh(); !refreshed) return Fail(refreshed.ErrorText().ToUtf8());
     if (arguments.command == "refresh") return 0;
-    if (arguments.targetNames.empty() || arguments.targetDir.empty()) return Fail("download needs --target-name and --target-dir");
+    if (arguments.targetNames.empty() || arguments.targetDir.empty())
+        return Fail("download needs --target-name and --target-dir");
     for (const auto& name : arguments.targetNames) {
         auto target = updater.FindTarget(name);
         if (!target) return Fail(target.ErrorText().ToUtf8());
         if (!*target) return Fail("no role lists target " + OvxUpdate::Named(name));
-        CString path = Path::Combine(CString::FromUtf8(arguments.targetDir), CString::FromUtf8(OvxUpdate::PercentEncoded(name)));
+        CString path = Path::Combine(CString::FromUtf8(arguments.targetDir),
+                                     CString::FromUtf8(OvxUpdate::PercentEncoded(name)));
         if (updater.IsDownloaded(**target, path)) continue;
-        if (auto downloaded = updater.Download(**target, path); !downloaded) return Fail(downloaded.ErrorText().ToUtf8());
+        if (auto downloaded = updater.Download(**target, path); !downloaded)
+            return Fail(downloaded.ErrorText().ToUtf8());
     }
     return 0;
 }
@@ -109,7 +113,9 @@ int Run(const Arguments& arguments) {
 int main(int argc, char** argv) {
     Arguments arguments;
     if (!Parse(argc, argv, arguments))
-        return Fail("usage: ovx-tuf-client --metadata-dir DIR [--metadata-url URL] "
-                    "[--target-name PATH]... [--target-base-url URL] [--target-dir DIR] (init ROOT | refresh | download)");
+        return Fail(
+            "usage: ovx-tuf-client --metadata-dir DIR [--metadata-url URL] "
+            "[--target-name PATH]... [--target-base-url URL] [--target-dir DIR] (init ROOT | refresh | "
+            "download)");
     return Run(arguments);
 }

@@ -29,10 +29,15 @@ CString Shown(const std::string& hostile) { return Utf16(OvxUpdate::Named(hostil
 
 ChannelRefresher::ChannelRefresher(const UpdateChannelSettings& settings, OvxUpdate::IFetcher& fetcher,
                                    ExtensionLog& log, std::function<bool(const ChannelPackage&)> wants)
-    : m_settings(settings), m_fetcher(fetcher), m_log(log), m_wants(std::move(wants)),
+    : m_settings(settings),
+      m_fetcher(fetcher),
+      m_log(log),
+      m_wants(std::move(wants)),
       m_placed(Path::Combine(settings.stateFolder, u"placed_packages.json")) {}
 
-CString ChannelRefresher::MetadataFolder(const CString& stateFolder) { return Path::Combine(stateFolder, u"metadata"); }
+CString ChannelRefresher::MetadataFolder(const CString& stateFolder) {
+    return Path::Combine(stateFolder, u"metadata");
+}
 
 ChannelRefresh ChannelRefresher::Refused(const CString& reason) {
     m_log.Error(kSubject, u"Refresh refused: " + reason);
@@ -71,8 +76,8 @@ ChannelRefresh ChannelRefresher::Run() {
             continue;
         }
         if (auto [taken, added] = names.emplace(*name, target.path); !added) {
-            m_log.Warning(kSubject, u"Target " + Shown(target.path) + u" is left out: target " + Shown(taken->second) +
-                                        u" has the same file name.");
+            m_log.Warning(kSubject, u"Target " + Shown(target.path) + u" is left out: target " +
+                                        Shown(taken->second) + u" has the same file name.");
             continue;
         }
         wanted.emplace(target.path, std::pair{&target, *name});
@@ -96,24 +101,29 @@ ChannelRefresh ChannelRefresher::Run() {
     for (const auto& path : gone) Remove(path, counts);
     if (complete) m_placed.SetCompleteAt(timestampVersion);
     if (auto saved = m_placed.Save(); !saved) return Refused(saved.ErrorText());
-    if (!complete) return ChannelRefresh{false, firstFailure, LogClockNow(), counts.placed, counts.replaced, counts.removed};
+    if (!complete)
+        return ChannelRefresh{false,         firstFailure,    LogClockNow(),
+                              counts.placed, counts.replaced, counts.removed};
     m_log.Information(kSubject, u"Refresh complete: " + OvxUtils::DecimalText(counts.placed) + u" placed, " +
                                     OvxUtils::DecimalText(counts.replaced) + u" replaced, " +
                                     OvxUtils::DecimalText(counts.removed) + u" removed.");
     return ChannelRefresh{true, {}, LogClockNow(), counts.placed, counts.replaced, counts.removed};
 }
 
-OvxUtils::Result<void> ChannelRefresher::Place(OvxUpdate::Updater& updater, const OvxUpdate::TargetFile& target,
-                                               const CString& name, Counts& counts) {
+OvxUtils::Result<void> ChannelRefresher::Place(OvxUpdate::Updater& updater,
+                                               const OvxUpdate::TargetFile& target, const CString& name,
+                                               Counts& counts) {
     CString path = Path::Combine(m_settings.destination, name);
     auto& entries = m_placed.Entries();
     auto recorded = entries.find(target.path);
     auto identity = File::GetIdentity(path);
     bool ours = recorded != entries.end() && recorded->second.fileName == name;
-    if (ours && recorded->second.hashes == target.hashes && recorded->second.identity && identity == recorded->second.identity)
+    if (ours && recorded->second.hashes == target.hashes && recorded->second.identity &&
+        identity == recorded->second.identity)
         return {};  // placed before, and untouched since
     if (identity && !ours && !updater.IsDownloaded(target, path))
-        return OvxUtils::Error{u"the destination has a file " + OvxUtils::Quoted(name) + u" that the channel did not place"};
+        return OvxUtils::Error{u"the destination has a file " + OvxUtils::Quoted(name) +
+                               u" that the channel did not place"};
     bool replacing = identity.has_value();
     PlacedPackages::Entry entry{name, target.length, target.hashes, std::nullopt};
     if (!updater.IsDownloaded(target, path)) {
@@ -123,12 +133,14 @@ OvxUtils::Result<void> ChannelRefresher::Place(OvxUpdate::Updater& updater, cons
         entries.insert_or_assign(target.path, entry);
         if (auto saved = m_placed.Save(); !saved) return saved;
         if (auto downloaded = updater.Download(target, path); !downloaded) {
-            if (previous) entries.insert_or_assign(target.path, *previous);
-            else entries.erase(target.path);
+            if (previous)
+                entries.insert_or_assign(target.path, *previous);
+            else
+                entries.erase(target.path);
             return downloaded;
         }
-        m_log.Information(kSubject, (replacing ? u"Replaced " : u"Placed ") + OvxUtils::Quoted(name) + u" from target " +
-                                        Shown(target.path) + u".");
+        m_log.Information(kSubject, (replacing ? u"Replaced " : u"Placed ") + OvxUtils::Quoted(name) +
+                                        u" from target " + Shown(target.path) + u".");
         ++(replacing ? counts.replaced : counts.placed);
     }
     entry.identity = File::GetIdentity(path);
@@ -152,17 +164,20 @@ void ChannelRefresher::Remove(const std::string& targetPath, Counts& counts) {
     const PlacedPackages::Entry& entry = entries.at(targetPath);
     CString path = Path::Combine(m_settings.destination, entry.fileName);
     auto identity = File::GetIdentity(path);
-    bool asPlaced = entry.identity ? identity == entry.identity : OvxUpdate::FileMatches(path, entry.length, entry.hashes);
+    bool asPlaced = entry.identity ? identity == entry.identity
+                                   : OvxUpdate::FileMatches(path, entry.length, entry.hashes);
     if (identity && !asPlaced) {
-        m_log.Warning(kSubject, u"Left " + OvxUtils::Quoted(entry.fileName) + u" in place: it changed since the channel placed it.");
+        m_log.Warning(kSubject, u"Left " + OvxUtils::Quoted(entry.fileName) +
+                                    u" in place: it changed since the channel placed it.");
     } else if (identity) {
         if (!File::Delete(path)) {
             m_log.Error(kSubject, u"Cannot remove " + OvxUtils::Quoted(entry.fileName) + u": " +
                                       OvxUtils::SystemErrorText(OvxUtils::LastSystemError()));
             return;
         }
-        m_log.Information(kSubject, u"Removed " + OvxUtils::Quoted(entry.fileName) + u": the repository no longer lists target " +
-                                        Shown(targetPath) + u".");
+        m_log.Information(kSubject, u"Removed " + OvxUtils::Quoted(entry.fileName) +
+                                        u": the repository no longer lists target " + Shown(targetPath) +
+                                        u".");
         ++counts.removed;
     }
     entries.erase(targetPath);

@@ -28,8 +28,8 @@ private:
     struct Counts {
         int placed = 0, replaced = 0, removed = 0;
     };
-    OvxUtils::Result<void> Place(OvxUpdate::Updater& updater, const OvxUpdate::TargetFile& target, const CString& name,
-                                 Counts& counts);
+    OvxUtils::Result<void> Place(OvxUpdate::Updater& updater, const OvxUpdate::TargetFile& target,
+                                 const CString& name, Counts& counts);
     void SweepLeftovers(const std::map<CString, std::string>& names);
     void Remove(const std::string& targetPath, Counts& counts);
     ChannelRefresh Refused(const CString& reason);

@@ -41,11 +41,13 @@ bool SamePath(const CString& a, const CString& b) {
 
 // The shipped root goes into the state folder unless a root stored there by an earlier
 // run is as new or newer (the chain that run followed continues from it).
-Result<void> StoreShippedRoot(const CString& metadataFolder, const std::string& shipped, std::uint64_t shippedVersion) {
+Result<void> StoreShippedRoot(const CString& metadataFolder, const std::string& shipped,
+                              std::uint64_t shippedVersion) {
     CString stored = Path::Combine(metadataFolder, u"root.json");
     if (auto bytes = File::ReadAllBytes(stored)) {
         if (auto document = OvxUpdate::ReadSignedDocument(*bytes)) {
-            if (auto root = OvxUpdate::ReadRoot(*document); root && root->version >= shippedVersion) return {};
+            if (auto root = OvxUpdate::ReadRoot(*document); root && root->version >= shippedVersion)
+                return {};
         }
     }
     return File::WriteAtomically(stored, shipped);
@@ -72,17 +74,20 @@ struct UpdateChannel::State {
 
     explicit State(UpdateChannelSettings channelSettings)
         : settings(std::move(channelSettings)),
-          log(OvxUtils::NamedOutStream{u"orvex_channel.log", Path::Combine(settings.stateFolder, u"orvex_channel.log"), nullptr}) {}
+          log(OvxUtils::NamedOutStream{u"orvex_channel.log",
+                                       Path::Combine(settings.stateFolder, u"orvex_channel.log"), nullptr}) {}
 
     std::chrono::steady_clock::duration NextWait() {
         static thread_local std::mt19937_64 random{std::random_device{}()};
         std::uniform_real_distribution<double> spread(-settings.jitter, settings.jitter);
-        return std::chrono::duration_cast<std::chrono::steady_clock::duration>(settings.pollInterval * (1.0 + spread(random)));
+        return std::chrono::duration_cast<std::chrono::steady_clock::duration>(settings.pollInterval *
+                                                                               (1.0 + spread(random)));
     }
 
     void Run() {
-        auto wants = settings.wants ? settings.wants
-                                    : [this](const ChannelPackage& package) { return IsForThisHost(package, supported); };
+        auto wants = settings.wants ? settings.wants : [this](const ChannelPackage& package) {
+            return IsForThisHost(package, supported);
+        };
         ChannelRefresher refresher(settings, *fetcher, log, wants);
         std::unique_lock lock(mutex);
         while (true) {
@@ -105,9 +110,11 @@ struct UpdateChannel::State {
     }
 };
 
-Result<std::unique_ptr<UpdateChannel>> UpdateChannel::Start(IExtensionManager& manager, UpdateChannelSettings settings) {
+Result<std::unique_ptr<UpdateChannel>> UpdateChannel::Start(IExtensionManager& manager,
+                                                            UpdateChannelSettings settings) {
     auto refuse = [](const CString& why) { return Error{u"the update channel cannot start: " + why}; };
-    auto root = OvxUpdate::TrustedMetadata::FromRoot(settings.trustedRoot, static_cast<std::int64_t>(std::time(nullptr)));
+    auto root = OvxUpdate::TrustedMetadata::FromRoot(settings.trustedRoot,
+                                                     static_cast<std::int64_t>(std::time(nullptr)));
     if (!root) return refuse(root.ErrorText());
     if (!IsHttpUrl(settings.metadataUrl) || !IsHttpUrl(settings.targetsUrl))
         return refuse(u"the metadata and targets URLs must be http or https");
@@ -116,24 +123,29 @@ Result<std::unique_ptr<UpdateChannel>> UpdateChannel::Start(IExtensionManager& m
     if (settings.stateFolder.IsEmpty() || !Path::IsRooted(settings.stateFolder))
         return refuse(u"the state folder must be a full path");
     auto folders = manager.GetSourceFolders();
-    if (std::none_of(folders.begin(), folders.end(),
-                     [&](const ExtensionSourceFolder& source) { return SamePath(source.folder, settings.destination); }))
+    if (std::none_of(folders.begin(), folders.end(), [&](const ExtensionSourceFolder& source) {
+            return SamePath(source.folder, settings.destination);
+        }))
         return refuse(u"the destination " + OvxUtils::Quoted(settings.destination) +
                       u" is not one of the manager's source folders");
-    if (settings.pollInterval < std::chrono::seconds(1)) return refuse(u"the poll interval is shorter than a second");
-    if (!(settings.jitter >= 0.0 && settings.jitter <= 0.5)) return refuse(u"the jitter is not between 0 and 0.5");
+    if (settings.pollInterval < std::chrono::seconds(1))
+        return refuse(u"the poll interval is shorter than a second");
+    if (!(settings.jitter >= 0.0 && settings.jitter <= 0.5))
+        return refuse(u"the jitter is not between 0 and 0.5");
     CString metadataFolder = ChannelRefresher::MetadataFolder(settings.stateFolder);
     if (auto made = Folder::EnsureExists(metadataFolder); !made) return refuse(made.ErrorText());
-    if (auto stored = StoreShippedRoot(metadataFolder, settings.trustedRoot, root->GetRoot().version); !stored)
+    if (auto stored = StoreShippedRoot(metadataFolder, settings.trustedRoot, root->GetRoot().version);
+        !stored)
         return refuse(stored.ErrorText());
 
     auto state = std::make_unique<State>(std::move(settings));
-    state->fetcher = state->settings.fetcher ? state->settings.fetcher
-                                             : std::shared_ptr<OvxUpdate::IFetcher>(OvxUpdate::MakeSystemFetcher());
+    state->fetcher = state->settings.fetcher
+                         ? state->settings.fetcher
+                         : std::shared_ptr<OvxUpdate::IFetcher>(OvxUpdate::MakeSystemFetcher());
     // The host's answers are asked here, on its own thread, once.
     if (auto* impl = dynamic_cast<ExtensionManagerImpl*>(&manager)) {
-        for (auto application : {ExtensionAppSupport::Atlas, ExtensionAppSupport::Beacon, ExtensionAppSupport::Cinder,
-                                 ExtensionAppSupport::Delta})
+        for (auto application : {ExtensionAppSupport::Atlas, ExtensionAppSupport::Beacon,
+                                 ExtensionAppSupport::Cinder, ExtensionAppSupport::Delta})
             if (impl->SupportsApplication(application)) state->supported.insert(application);
     }
     state->thread = std::thread([raw = state.get()] { raw->Run(); });
@@ -167,7 +179,8 @@ std::optional<ChannelRefresh> UpdateChannel::RefreshAndWait(std::chrono::millise
     std::uint64_t target = m_state->refreshesEnded + (m_state->running ? 2 : 1);
     m_state->requested = true;
     m_state->wake.notify_all();
-    if (!m_state->ended.wait_for(lock, timeout, [&] { return m_state->refreshesEnded >= target; })) return std::nullopt;
+    if (!m_state->ended.wait_for(lock, timeout, [&] { return m_state->refreshesEnded >= target; }))
+        return std::nullopt;
     return m_state->last;
 }
 

@@ -48,7 +48,8 @@ public:
     OvxUtils::Result<unsigned> Fetch(const std::string& url, const OvxUpdate::FetchLimits& limits,
                                      const OvxUpdate::BodySink& sink) override {
         ++requests;
-        auto bytes = File::ReadAllBytes(Path::Combine(m_folder, CString::FromUtf8(url.substr(sizeof "http://repo.test/" - 1))));
+        auto bytes = File::ReadAllBytes(
+            Path::Combine(m_folder, CString::FromUtf8(url.substr(sizeof "http://repo.test/" - 1))));
         if (!bytes) return 404u;
         if (bytes->size() > limits.maxBytes) return OvxUtils::Error{u"response too long"};
         bytesRead += bytes->size();
@@ -69,8 +70,10 @@ struct Repository {
 
     // Package number as a target; platform "x64" is this host's, others are not.
     void Add(int number, int version, const char* platform = "x64") {
-        CString package = OvxTest::PackExtension(host.temp / u"made.OrvexExtension", {TestGuid(number), {version, 0}});
-        nlohmann::json fields = {{"orvex", {{"document_id", TestGuid(number).ToString().ToUtf8()}, {"platforms", {platform}}}}};
+        CString package =
+            OvxTest::PackExtension(host.temp / u"made.OrvexExtension", {TestGuid(number), {version, 0}});
+        nlohmann::json fields = {
+            {"orvex", {{"document_id", TestGuid(number).ToString().ToUtf8()}, {"platforms", {platform}}}}};
         latest[number] = *File::ReadAllBytes(package);
         made.push_back(latest[number]);
         builder.AddTarget("ext/" + std::to_string(number) + ".OrvexExtension", latest[number], fields);
@@ -81,7 +84,8 @@ struct Repository {
     }
     void Write() {
         timestamps.push_back(builder.MetadataFiles().at("timestamp.json"));
-        for (const auto& [files, folder] : {std::pair{&builder.MetadataFiles(), "metadata/"}, {&builder.TargetFiles(), "targets/"}})
+        for (const auto& [files, folder] :
+             {std::pair{&builder.MetadataFiles(), "metadata/"}, {&builder.TargetFiles(), "targets/"}})
             for (const auto& [name, bytes] : *files) Overwrite((folder + name).c_str(), bytes);
     }
     void Overwrite(const char* file, const std::string& bytes) {
@@ -91,12 +95,13 @@ struct Repository {
 
     TestHost& host;
     OvxUpdate::RepositoryBuilder builder;
-    std::map<int, std::string> latest;   // package bytes by number
+    std::map<int, std::string> latest;    // package bytes by number
     std::vector<std::string> made;        // every package's bytes
     std::vector<std::string> timestamps;  // as published, oldest first
 };
 
-UpdateChannelSettings SettingsFor(const CString& work, const std::string& root, std::shared_ptr<OvxUpdate::IFetcher> fetcher,
+UpdateChannelSettings SettingsFor(const CString& work, const std::string& root,
+                                  std::shared_ptr<OvxUpdate::IFetcher> fetcher,
                                   const std::string& base = "http://repo.test/") {
     UpdateChannelSettings settings;
     settings.trustedRoot = root;
@@ -109,7 +114,8 @@ UpdateChannelSettings SettingsFor(const CString& work, const std::string& root, 
 }
 
 std::optional<std::string> Placed(TestHost& host, int number) {
-    auto bytes = File::ReadAllBytes(Path::Combine(host.source, CString::FromUtf8(std::to_string(number) + ".OrvexExtension")));
+    auto bytes = File::ReadAllBytes(
+        Path::Combine(host.source, CString::FromUtf8(std::to_string(number) + ".OrvexExtension")));
     return bytes ? std::optional(*bytes) : std::nullopt;
 }
 
@@ -125,7 +131,8 @@ TEST(UpdateChannel, PlacesReplacesAndRemovesTheHostsPackagesAndTheManagerLoadsTh
     auto registration = manager->RegisterInstaller({OvxTest::kTestExtensionType}, installer);
     manager->StartLoading();
     manager->FinishLoading();
-    auto channel = UpdateChannel::Start(*manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(), fetcher));
+    auto channel = UpdateChannel::Start(
+        *manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(), fetcher));
     ASSERT_TRUE(channel) << channel.ErrorText().ToUtf8();
     const auto refresh = [&] {
         auto ended = (*channel)->RefreshAndWait(std::chrono::seconds(20));
@@ -158,8 +165,10 @@ TEST(UpdateChannel, PlacesReplacesAndRemovesTheHostsPackagesAndTheManagerLoadsTh
     refresh();
     EXPECT_EQ(fetcher->requests, 2);
     EXPECT_EQ(fetcher->bytesRead, repository.builder.MetadataFiles().at("timestamp.json").size());
-    EXPECT_THAT(OvxTest::Utf16ToUtf8(*File::ReadAllBytes(host.temp / u"channel/orvex_channel.log")),
-                testing::HasSubstr("Removed \"1.OrvexExtension\": the repository no longer lists target \"ext/1.OrvexExtension\"."));
+    EXPECT_THAT(
+        OvxTest::Utf16ToUtf8(*File::ReadAllBytes(host.temp / u"channel/orvex_channel.log")),
+        testing::HasSubstr(
+            "Removed \"1.OrvexExtension\": the repository no longer lists target \"ext/1.OrvexExtension\"."));
 }
 
 TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
@@ -168,29 +177,45 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
         std::function<void(Repository&)> attack;
         const char* reason;
     } cases[] = {
-        {"expired timestamp", [](Repository& r) { r.builder.SetExpiry("timestamp", Now() - kDay); r.Publish(); }, "expired"},
+        {"expired timestamp",
+         [](Repository& r) {
+             r.builder.SetExpiry("timestamp", Now() - kDay);
+             r.Publish();
+         },
+         "expired"},
         {"rolled back", [](Repository& r) { r.Overwrite("metadata/timestamp.json", r.timestamps.front()); },
          "rolled back: timestamp"},
-        {"bad signature", [](Repository& r) {
+        {"bad signature",
+         [](Repository& r) {
              r.Publish();
              std::string forged = r.builder.MetadataFiles().at("timestamp.json");
              forged.replace(forged.find("\"version\": "), 12, "\"version\": 9");
              r.Overwrite("metadata/timestamp.json", forged);
-         }, "threshold not met"},
-        {"hash mismatch", [](Repository& r) {
+         },
+         "(1 bad signature of its keys)"},
+        {"hash mismatch",
+         [](Repository& r) {
              r.Add(1, 3);
              r.Publish();
              std::string package = r.latest[1];
              package.back() ^= 1;
              for (const auto& [name, bytes] : r.builder.TargetFiles())
                  if (bytes == r.latest[1]) r.Overwrite(("targets/" + name).c_str(), package);
-         }, "hash mismatch"},
-        {"wrong version", [](Repository& r) {
+         },
+         "hash mismatch"},
+        {"wrong version",
+         [](Repository& r) {
              std::string older = r.builder.MetadataFiles().at("2.targets.json");
              r.Publish();
              r.Overwrite("metadata/3.targets.json", older);
-         }, "version mismatch"},
-        {"unreachable", [](Repository& r) { r.Publish(); File::Delete(r.host.temp / u"repo/metadata/timestamp.json"); }, "404"},
+         },
+         "version mismatch"},
+        {"unreachable",
+         [](Repository& r) {
+             r.Publish();
+             File::Delete(r.host.temp / u"repo/metadata/timestamp.json");
+         },
+         "404"},
     };
     for (const auto& row : cases) {
         TestHost host;
@@ -199,8 +224,9 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
         repository.Publish();
         repository.Publish();
         auto manager = host.MakeManager();
-        auto channel = UpdateChannel::Start(*manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(),
-                                                                  std::make_shared<FolderFetcher>(host.temp / u"repo")));
+        auto channel =
+            UpdateChannel::Start(*manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(),
+                                                       std::make_shared<FolderFetcher>(host.temp / u"repo")));
         ASSERT_TRUE(channel && (*channel)->RefreshAndWait(std::chrono::seconds(20))->succeeded) << row.name;
         const auto before = Placed(host, 1);
         row.attack(repository);
@@ -215,7 +241,8 @@ TEST(UpdateChannel, ARefusedRefreshNamesItsReasonAndTouchesNoPackage) {
 // its crashAt-th change of the disk.
 ChannelRefresh RefreshIn(const CString& work, int crashAt = 0) {
     UpdateChannelSettings settings = SettingsFor(work, {}, nullptr);
-    ExtensionLog log(OvxUtils::NamedOutStream{u"log", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
+    ExtensionLog log(
+        OvxUtils::NamedOutStream{u"log", std::nullopt, std::make_shared<OvxUtils::MemoryStream>()});
     FolderFetcher fetcher(Path::Combine(work, u"repo"));
     ChannelRefresher refresher(settings, fetcher, log, [](const ChannelPackage&) { return true; });
     if (crashAt > 0) Faults::CrashAt(crashAt);
@@ -235,7 +262,8 @@ bool RunAsChild() {
 }
 
 bool CrashedInChild(const CString& work, int crashAt) {
-    const auto process = OvxTest::StartChild(kChildVariable, std::to_wstring(crashAt) + L"|" + work.Str(), work);
+    const auto process =
+        OvxTest::StartChild(kChildVariable, std::to_wstring(crashAt) + L"|" + work.Str(), work);
     if (!process.IsValid()) return false;
     DWORD code = 0;
     ::WaitForSingleObject(process.Get(), INFINITE);
@@ -266,8 +294,9 @@ TEST(UpdateChannel, ACrashAtAnyChangeOfTheDiskLeavesWholeMetadataAndWholePackage
         repository.Add(1, 1);
         repository.Add(2, 1);
         repository.Publish();
-        ASSERT_TRUE(Folder::EnsureExists(host.temp / u"channel/metadata") &&
-                    File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
+        ASSERT_TRUE(
+            Folder::EnsureExists(host.temp / u"channel/metadata") &&
+            File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
         ASSERT_TRUE(RefreshIn(host.temp.Path()).succeeded);
         repository.Add(1, 2);
         repository.builder.RemoveTarget("ext/2.OrvexExtension");
@@ -290,9 +319,11 @@ TEST(UpdateChannel, ACrashAtAnyChangeOfTheDiskLeavesWholeMetadataAndWholePackage
         }
         auto next = RefreshIn(host.temp.Path());
         EXPECT_TRUE(next.succeeded) << next.reason.ToUtf8() << " after a crash at change " << crashAt;
-        EXPECT_TRUE(Placed(host, 1) == repository.latest[1] && !Placed(host, 2) && Placed(host, 3) == repository.latest[3])
+        EXPECT_TRUE(Placed(host, 1) == repository.latest[1] && !Placed(host, 2) &&
+                    Placed(host, 3) == repository.latest[3])
             << "after a crash at change " << crashAt;
-        EXPECT_EQ(Folder::GetFiles(host.source, false).size(), 2u) << "leftovers after a crash at change " << crashAt;
+        EXPECT_EQ(Folder::GetFiles(host.source, false).size(), 2u)
+            << "leftovers after a crash at change " << crashAt;
         if (HasFailure()) break;
     }
 }
@@ -310,8 +341,9 @@ TEST(UpdateChannel, AFullDiskFailsTheDownloadWithItsReasonAndLeavesNoPartialPack
     Repository repository(host);
     repository.Add(1, 1);
     repository.Publish();
-    ASSERT_TRUE(Folder::EnsureExists(host.temp / u"channel/metadata") &&
-                File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
+    ASSERT_TRUE(
+        Folder::EnsureExists(host.temp / u"channel/metadata") &&
+        File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
     ASSERT_TRUE(RefreshIn(host.temp.Path()).succeeded);
     repository.Add(1, 2);
     repository.Publish();
@@ -344,8 +376,9 @@ TEST(UpdateChannel, TheCInterfaceDeliversThroughARealServer) {
     const std::string root = repository.builder.FirstRoot(), metadata = server.Url("/metadata/"),
                       targets = server.Url("/targets/"), state = (host.temp / u"channel").ToUtf8();
     std::string destination = (host.temp / u"elsewhere").ToUtf8();
-    ovx_channel_config config{root.data(), root.size(), metadata.c_str(), targets.c_str(), state.c_str(),
-                              destination.c_str(), 0, nullptr, nullptr};
+    ovx_channel_config config{
+        root.data(),         root.size(), metadata.c_str(), targets.c_str(), state.c_str(),
+        destination.c_str(), 0,           nullptr,          nullptr};
     ovx_channel* channel = nullptr;
     ASSERT_EQ(ovx_channel_start(&manager, &config, &channel), OVX_E_FAILED);
     EXPECT_THAT(ovx_last_error(), testing::HasSubstr("is not one of the manager's source folders"));

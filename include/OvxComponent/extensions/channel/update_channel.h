@@ -36,14 +36,14 @@ namespace OvxComponent {
 /// ("orvex": document_id, version, applications, platforms, extension_type), before the
 /// channel decides whether the host wants it.
 struct ChannelPackage {
-    std::string targetPath;            ///< the target's path in the repository
-    std::uint64_t length = 0;          ///< its size in bytes
+    std::string targetPath;                    ///< the target's path in the repository
+    std::uint64_t length = 0;                  ///< its size in bytes
     std::optional<OvxUtils::Guid> documentId;  ///< the extension's document ID
     CString version;                           ///< the extension's version, "1.2.0.0"
-    std::vector<CString> applications;  ///< empty: any application
-    std::vector<CString> platforms;     ///< empty: any platform
-    CString extensionType;             ///< the extension type (MIME type) that picks its installer
-    bool hasExtensionFields = false;   ///< whether the target carries the "orvex" fields at all
+    std::vector<CString> applications;         ///< empty: any application
+    std::vector<CString> platforms;            ///< empty: any platform
+    CString extensionType;                     ///< the extension type (MIME type) that picks its installer
+    bool hasExtensionFields = false;           ///< whether the target carries the "orvex" fields at all
 };
 
 /// What a channel needs.
@@ -79,12 +79,12 @@ struct UpdateChannelSettings {
 
 /// What the last refresh did.
 struct ChannelRefresh {
-    bool succeeded = false;     ///< whether it read the repository and placed all it had to
-    CString reason;             ///< why it was refused; empty when it succeeded
-    std::int64_t time = 0;      ///< when it ended, in 100 ns ticks since 1970-01-01 UTC
-    int placed = 0;             ///< packages new in the destination
-    int replaced = 0;           ///< packages updated in place
-    int removed = 0;            ///< packages removed because the repository no longer lists them
+    bool succeeded = false;  ///< whether it read the repository and placed all it had to
+    CString reason;          ///< why it was refused; empty when it succeeded
+    std::int64_t time = 0;   ///< when it ended, in 100 ns ticks since 1970-01-01 UTC
+    int placed = 0;          ///< packages new in the destination
+    int replaced = 0;        ///< packages updated in place
+    int removed = 0;         ///< packages removed because the repository no longer lists them
 };
 
 /// A running channel; destroying it stops its thread (a download in progress is cut).
@@ -96,7 +96,7 @@ public:
     /// \param settings What the channel needs.
     /// \return The channel, or what is wrong with the settings.
     static OvxUtils::Result<std::unique_ptr<UpdateChannel>> Start(IExtensionManager& manager,
-                                                                 UpdateChannelSettings settings);
+                                                                  UpdateChannelSettings settings);
     ~UpdateChannel();
     UpdateChannel(const UpdateChannel&) = delete;
     UpdateChannel& operator=(const UpdateChannel&) = delete;
