@@ -10,16 +10,6 @@ struct ovx_channel {
     std::unique_ptr<OvxComponent::UpdateChannel> channel;
 };
 
-namespace OvxComponent::CInterface {
-namespace {
-
-ovx_status InvalidArgument(const char* what) {
-    return Fail(OVX_E_INVALID_ARGUMENT, std::string(what) + " is null");
-}
-
-}  // namespace
-}  // namespace OvxComponent::CInterface
-
 using namespace OvxComponent::CInterface;
 
 ovx_status ovx_channel_start(ovx_manager* manager, const ovx_channel_config* config, ovx_channel** channel) {

@@ -24,8 +24,6 @@ struct ovx_work {
 namespace OvxComponent::CInterface {
 namespace {
 
-ovx_status InvalidArgument(const char* what) { return Fail(OVX_E_INVALID_ARGUMENT, std::string(what) + " is null"); }
-
 std::optional<CString> FromUtf8(const char* text) {
     if (!text) return std::nullopt;
     return CString::FromUtf8(text);

@@ -10,6 +10,10 @@ namespace OvxComponent::CInterface {
 
 // Stores text as the calling thread's last error and returns status.
 ovx_status Fail(ovx_status status, std::string text);
+// OVX_E_INVALID_ARGUMENT, with "<what> is null" as the last error.
+inline ovx_status InvalidArgument(const char* what) {
+    return Fail(OVX_E_INVALID_ARGUMENT, std::string(what) + " is null");
+}
 void ClearLastError();
 
 // Runs body, which returns a status; an exception escaping it becomes a failure.

@@ -93,6 +93,9 @@ struct Repository {
         ASSERT_TRUE(Folder::EnsureExists(Path::GetParentFolder(path)) && File::WriteAllBytes(path, bytes));
     }
 
+    // The channel's state as Start leaves it, then a refresh without a channel's thread.
+    bool FirstRefresh();
+
     TestHost& host;
     OvxUpdate::RepositoryBuilder builder;
     std::map<int, std::string> latest;    // package bytes by number
@@ -251,6 +254,12 @@ ChannelRefresh RefreshIn(const CString& work, int crashAt = 0) {
     return refresh;
 }
 
+bool Repository::FirstRefresh() {
+    return Folder::EnsureExists(host.temp / u"channel/metadata") &&
+           File::WriteAtomically(host.temp / u"channel/metadata/root.json", builder.FirstRoot()) &&
+           RefreshIn(host.temp.Path()).succeeded;
+}
+
 #ifdef _WIN32
 constexpr wchar_t kChildVariable[] = L"OVX_CHANNEL_CRASH_CHILD";  // "N|work folder"
 
@@ -294,10 +303,7 @@ TEST(UpdateChannel, ACrashAtAnyChangeOfTheDiskLeavesWholeMetadataAndWholePackage
         repository.Add(1, 1);
         repository.Add(2, 1);
         repository.Publish();
-        ASSERT_TRUE(
-            Folder::EnsureExists(host.temp / u"channel/metadata") &&
-            File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
-        ASSERT_TRUE(RefreshIn(host.temp.Path()).succeeded);
+        ASSERT_TRUE(repository.FirstRefresh());
         repository.Add(1, 2);
         repository.builder.RemoveTarget("ext/2.OrvexExtension");
         repository.Add(3, 1);
@@ -341,10 +347,7 @@ TEST(UpdateChannel, AFullDiskFailsTheDownloadWithItsReasonAndLeavesNoPartialPack
     Repository repository(host);
     repository.Add(1, 1);
     repository.Publish();
-    ASSERT_TRUE(
-        Folder::EnsureExists(host.temp / u"channel/metadata") &&
-        File::WriteAtomically(host.temp / u"channel/metadata/root.json", repository.builder.FirstRoot()));
-    ASSERT_TRUE(RefreshIn(host.temp.Path()).succeeded);
+    ASSERT_TRUE(repository.FirstRefresh());
     repository.Add(1, 2);
     repository.Publish();
     const auto before = Placed(host, 1);
