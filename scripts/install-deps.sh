@@ -10,7 +10,7 @@ linux_packages=(
   libzip-dev zipcmp zipmerge ziptool zlib1g-dev libpugixml-dev googletest libbenchmark-dev unicode-data
   zip unzip libarchive-tools python3 nlohmann-json3-dev abigail-tools dpkg-dev file
   libsodium-dev minisign lintian doxygen man-db libjs-jquery python3-debian
-  libcurl4-openssl-dev libssl-dev python3-pytest python3-cryptography faketime
+  libcurl4-openssl-dev libssl-dev python3-pytest python3-cryptography python3-requests faketime nginx-light
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix mingw-w64-tools libz-mingw-w64-dev dpkg-dev

@@ -39,6 +39,14 @@ SigningKey SigningKey::Generate() {
     return key;
 }
 
+SigningKey SigningKey::FromSecret(const std::array<unsigned char, 64>& secret) {
+    SigningKey key;
+    key.m_secret = secret;
+    key.m_public = PublicKey{"ed25519", "ed25519", HexOf(secret.data() + 32, 32)};
+    key.m_id = KeyIdOf(key.m_public);
+    return key;
+}
+
 SigningKey::~SigningKey() { sodium_memzero(m_secret.data(), m_secret.size()); }
 
 std::string SigningKey::SignHex(std::string_view message) const {

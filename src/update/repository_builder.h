@@ -22,6 +22,8 @@ namespace OvxUpdate {
 class SigningKey {
 public:
     static SigningKey Generate();
+    // The key of a secret key as libsodium keeps it: seed, then public key.
+    static SigningKey FromSecret(const std::array<unsigned char, 64>& secret);
     ~SigningKey();
     SigningKey(const SigningKey& other) = default;
     SigningKey& operator=(const SigningKey& other) = default;

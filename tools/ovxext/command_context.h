@@ -59,6 +59,18 @@ inline std::filesystem::path NativePath(const CString& path) {
 #endif
 }
 
+// The full path of path, relative to the working folder.
+inline CString FullPath(const CString& path) {
+    std::error_code error;
+    const auto full = std::filesystem::absolute(NativePath(path), error);
+    if (error) return path;
+#if defined(_WIN32)
+    return CString(full.wstring().c_str());
+#else
+    return CString::FromUtf8(full.string());
+#endif
+}
+
 // Writes a line that says what long work is under way ("packing 2000 files, 35 MB ...")
 // on err, only when err is the terminal: scripts and logs get the result lines alone.
 void ReportProgress(const CommandContext& context, const std::string& line);

@@ -27,6 +27,7 @@ int RunKeygen(const CommandContext& context);
 int RunSign(const CommandContext& context);
 int RunVerify(const CommandContext& context);
 int RunQuarantine(const CommandContext& context);
+int RunRepo(const CommandContext& context);
 
 // True when args ask for the command's help ("--help" or "-h" anywhere).
 bool WantsHelp(const std::vector<std::string>& args);

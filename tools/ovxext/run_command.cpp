@@ -34,6 +34,8 @@ constexpr const char* kUsage =
     "                                   run a host over real folders until interrupted\n"
     "  quarantine list|release --data DIR [ID]\n"
     "                                   the extensions a host keeps off after dying in them\n"
+    "  repo init|add|remove|publish|timestamp|rotate DIR ...\n"
+    "                                   keep a TUF repository of packages for hosts' update channels\n"
     "  help                             show this text (also --help)\n"
     "  version                          show the component version (also --version)\n"
     "\n"
@@ -107,6 +109,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& rawOut, std::
         {"init", &RunInit}, {"pack", &RunPack}, {"info", &RunInfo}, {"check", &RunCheck}, {"unpack", &RunUnpack},
         {"lint", &RunLint}, {"ls", &RunLs},     {"demo", &RunDemo},   {"host", &RunHost},
         {"keygen", &RunKeygen}, {"sign", &RunSign}, {"verify", &RunVerify}, {"quarantine", &RunQuarantine},
+        {"repo", &RunRepo},
     };
     const auto found = commands.find(command);
     if (found == commands.end()) {
