@@ -135,6 +135,20 @@ expect "channel refresh refused: the timestamp is refused: expired" "the frozen 
 expect "host loads $a_id 2.0" "A was not kept after the refusal"
 cmp -s "$work/host/source/a.OrvexExtension" "$work/packages/2.0/a.OrvexExtension" || fail "A's package changed"
 
+step "a repository with author keys refuses a package their signatures do not cover"
+ovxext keygen -s "$(native "$work/author.key")" -p "$(native "$work/author.pub")" --no-password >/dev/null
+signed_repo=$work/signed-repo
+ovxext repo init "$(native "$signed_repo")" --no-password --author-key "$(native "$work/author.pub")" >/dev/null
+set +e
+ovxext repo add "$(native "$signed_repo")" "$(native "$work/packages/1.0/b.OrvexExtension")" >"$work/add.out" 2>&1
+add_status=$?
+set -e
+[[ $add_status == 1 ]] && grep -qF "author signature does not hold" "$work/add.out" ||
+  fail "an unsigned package was not refused: $(cat "$work/add.out")"
+ovxext sign "$(native "$work/packages/1.0/b.OrvexExtension")" -s "$(native "$work/author.key")" >/dev/null
+ovxext repo add "$(native "$signed_repo")" "$(native "$work/packages/1.0/b.OrvexExtension")" >/dev/null ||
+  fail "a package signed by the author key was refused"
+
 step "python-tuf's client reads the repository of ovxext repo"
 suite=${OVX_TUF_CONFORMANCE:-$repo_root/../shared/tuf-conformance}
 [[ -d $suite/vendor ]] || suite=/work/shared/tuf-conformance

@@ -54,6 +54,8 @@ public:
         curl_easy_setopt(m_handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(limits.maxBytes));
         curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, &Transfer::OnBody);
         curl_easy_setopt(m_handle, CURLOPT_WRITEDATA, &transfer);
+        // Large parts: fewer writes and hash calls for a package of many megabytes.
+        curl_easy_setopt(m_handle, CURLOPT_BUFFERSIZE, 512L * 1024);
         // libcurl asks about once a second, also while it waits for a byte.
         curl_easy_setopt(m_handle, CURLOPT_NOPROGRESS, 0L);
         curl_easy_setopt(m_handle, CURLOPT_XFERINFOFUNCTION, &CurlFetcher::OnProgress);

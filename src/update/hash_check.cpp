@@ -3,30 +3,18 @@
 #include "platform/system_io/file.h"
 #include "update/update_error.h"
 
-#include <array>
+#include <sodium.h>
 
 namespace OvxUpdate {
 
-namespace {
-
-template <std::size_t N>
-bool HexMatches(const std::array<unsigned char, N>& digest, const std::string& expectedHex) {
-    std::array<char, N * 2 + 1> hex{};
-    sodium_bin2hex(hex.data(), hex.size(), digest.data(), digest.size());
-    return expectedHex.size() == N * 2 && sodium_memcmp(hex.data(), expectedHex.data(), N * 2) == 0;
-}
-
-}  // namespace
-
 HashCheck::HashCheck(const std::map<std::string, std::string>& hashes) : m_hashes(hashes) {
-    crypto_hash_sha256_init(&m_sha256);
-    crypto_hash_sha512_init(&m_sha512);
+    for (const auto& [algorithm, expected] : hashes) {
+        if (auto digest = Digest::Make(algorithm)) m_digests.emplace(algorithm, std::move(digest));
+    }
 }
 
 void HashCheck::Add(std::string_view part) {
-    auto bytes = reinterpret_cast<const unsigned char*>(part.data());
-    if (m_hashes.contains("sha256")) crypto_hash_sha256_update(&m_sha256, bytes, part.size());
-    if (m_hashes.contains("sha512")) crypto_hash_sha512_update(&m_sha512, bytes, part.size());
+    for (auto& [algorithm, digest] : m_digests) digest->Add(part);
     m_length += part.size();
 }
 
@@ -35,24 +23,72 @@ OvxUtils::Result<void> HashCheck::Finish(const std::optional<std::uint64_t>& len
         return Refused("length mismatch: " + std::string(what) + " has " + std::to_string(m_length) +
                        " bytes, not the " + std::to_string(*length) + " its metadata lists");
     for (const auto& [algorithm, expected] : m_hashes) {
-        bool matches = false;
-        if (algorithm == "sha256") {
-            std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-            crypto_hash_sha256_final(&m_sha256, digest.data());
-            matches = HexMatches(digest, expected);
-        } else if (algorithm == "sha512") {
-            std::array<unsigned char, crypto_hash_sha512_BYTES> digest{};
-            crypto_hash_sha512_final(&m_sha512, digest.data());
-            matches = HexMatches(digest, expected);
-        } else {
+        auto digest = m_digests.find(algorithm);
+        if (digest == m_digests.end())
             return Refused("hash mismatch: " + std::string(what) + " is listed with hash algorithm " +
                            Named(algorithm) + ", which this client cannot check");
-        }
-        if (!matches)
+        std::string actual = digest->second->FinishHex();
+        if (actual.size() != expected.size() || sodium_memcmp(actual.data(), expected.data(), actual.size()) != 0)
             return Refused("hash mismatch: the " + algorithm + " hash of " + std::string(what) +
                            " is not the one its metadata lists");
     }
     return {};
+}
+
+namespace {
+constexpr std::size_t kBatchBytes = 1 << 20;
+constexpr std::size_t kBatchesInFlight = 16;
+}  // namespace
+
+BackgroundHashCheck::BackgroundHashCheck(const std::map<std::string, std::string>& hashes)
+    : m_check(hashes), m_thread([this] { Run(); }) {}
+
+BackgroundHashCheck::~BackgroundHashCheck() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+void BackgroundHashCheck::Add(std::string_view part) {
+    m_filling.append(part);
+    if (m_filling.size() >= kBatchBytes) Hand();
+}
+
+void BackgroundHashCheck::Hand() {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [&] { return m_queue.size() < kBatchesInFlight; });
+    m_queue.push_back(std::move(m_filling));
+    m_filling.clear();
+    m_changed.notify_all();
+}
+
+void BackgroundHashCheck::Run() {
+    std::unique_lock lock(m_mutex);
+    while (true) {
+        m_changed.wait(lock, [&] { return m_stopping || !m_queue.empty(); });
+        if (m_queue.empty()) return;
+        std::string batch = std::move(m_queue.front());
+        m_queue.pop_front();
+        m_changed.notify_all();
+        lock.unlock();
+        m_check.Add(batch);
+        lock.lock();
+    }
+}
+
+OvxUtils::Result<void> BackgroundHashCheck::Finish(const std::optional<std::uint64_t>& length, std::string_view what) {
+    if (!m_filling.empty()) Hand();
+    {
+        std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+    m_thread = std::thread([] {});  // the destructor joins again
+    return m_check.Finish(length, what);
 }
 
 bool FileMatches(const ::CString& path, std::uint64_t length,

@@ -4,14 +4,18 @@
 
 #include "OvxComponent/platform/cstring.h"
 #include "OvxComponent/platform/result.h"
+#include "update/digest.h"
 
-#include <sodium.h>
-
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace OvxUpdate {
 
@@ -27,19 +31,43 @@ public:
 
 private:
     const std::map<std::string, std::string>& m_hashes;
-    crypto_hash_sha256_state m_sha256{};
-    crypto_hash_sha512_state m_sha512{};
+    std::map<std::string, std::unique_ptr<Digest>> m_digests;
     std::uint64_t m_length = 0;
+};
+
+// The same check on a thread of its own, so that hashing a package overlaps its download
+// on a machine with a second core: Add copies the bytes into batches of a megabyte, at most
+// sixteen in flight.
+class BackgroundHashCheck {
+public:
+    explicit BackgroundHashCheck(const std::map<std::string, std::string>& hashes);
+    ~BackgroundHashCheck();
+    BackgroundHashCheck(const BackgroundHashCheck&) = delete;
+    BackgroundHashCheck& operator=(const BackgroundHashCheck&) = delete;
+
+    void Add(std::string_view part);
+    // Waits for the bytes added so far, then checks them.
+    OvxUtils::Result<void> Finish(const std::optional<std::uint64_t>& length, std::string_view what);
+
+private:
+    void Hand();
+    void Run();
+
+    HashCheck m_check;
+    std::string m_filling;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::string> m_queue;
+    bool m_stopping = false;
+    std::thread m_thread;
 };
 
 // Whether the file at path has the length and every listed hash; false also when it
 // cannot be read.
-bool FileMatches(const ::CString& path, std::uint64_t length,
-                 const std::map<std::string, std::string>& hashes);
+bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std::string, std::string>& hashes);
 
 // The same check for bytes held whole.
-OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes,
-                                            const std::optional<std::uint64_t>& length,
+OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes, const std::optional<std::uint64_t>& length,
                                             const std::map<std::string, std::string>& hashes,
                                             std::string_view what);
 

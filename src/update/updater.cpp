@@ -275,7 +275,7 @@ Result<void> Updater::Download(const TargetFile& target, const CString& path) {
     return File::ReplaceAtomically(path, [&](const CString& temporary) -> Result<void> {
         auto stream = OvxUtils::FileStream::Make(temporary);
         if (!stream) return OvxUtils::SystemError(u"cannot create " + OvxUtils::Quoted(temporary));
-        HashCheck check(target.hashes);
+        BackgroundHashCheck check(target.hashes);
         auto status = m_fetcher.Fetch(url, limits, [&](std::string_view part) -> Result<void> {
             if (!stream->Write(part.data(), part.size()))
                 return OvxUtils::SystemError(u"cannot write " + OvxUtils::Quoted(temporary));

@@ -9,6 +9,7 @@ using Socket = SOCKET;
 constexpr Socket kNoSocket = INVALID_SOCKET;
 void CloseSocket(Socket s) { ::closesocket(s); }
 int Poll(pollfd* fds, int timeoutMs) { return ::WSAPoll(fds, 1, timeoutMs); }
+constexpr int kSendFlags = 0;
 #else
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -19,6 +20,7 @@ using Socket = int;
 constexpr Socket kNoSocket = -1;
 void CloseSocket(Socket s) { ::close(s); }
 int Poll(pollfd* fds, int timeoutMs) { return ::poll(fds, 1, timeoutMs); }
+constexpr int kSendFlags = MSG_NOSIGNAL;  // a client that hangs up is no reason to die
 #endif
 
 namespace OvxTest {
@@ -46,7 +48,7 @@ Socket Listen(unsigned& port) {
 
 bool SendAll(Socket s, const char* data, std::size_t size) {
     while (size > 0) {
-        int sent = ::send(s, data, static_cast<int>(size), 0);
+        int sent = ::send(s, data, static_cast<int>(size), kSendFlags);
         if (sent <= 0) return false;
         data += sent;
         size -= static_cast<std::size_t>(sent);
