@@ -42,17 +42,18 @@ _ovxext() {
 
     local IFS=$'\n'
     case $previous in
-    -o | --output | -s | --secret | -p | --public | --trust | --metadata)
+    -o | --output | -s | --secret | -p | --public | --trust | --metadata | --channel-root | --author-key)
         compopt -o filenames
         COMPREPLY=($(compgen -f -- "$current"))
         return ;;
-    --data | --source | --keep)
+    --data | --source | --keep | --keys)
         compopt -o filenames
         COMPREPLY=($(compgen -d -- "$current"))
         return ;;
     --app) COMPREPLY=($(compgen -W $'Atlas\nBeacon\nCinder\nDelta' -- "$current")); return ;;
     --platform) COMPREPLY=($(compgen -W $'x64\nx32\nx32,x64' -- "$current")); return ;;
     --trust-mode) COMPREPLY=($(compgen -W $'warn\nrequire' -- "$current")); return ;;
+    --channel | --channel-targets | --channel-every | --expires | --expires-in | --threshold) return ;;
     --type | --id | --version | --title | --description | --notes | --feature | --keyword | \
         --suite-min | --suite-max | --windows-min | --windows-max | --creator-tool)
         return ;;
