@@ -19,9 +19,10 @@ base_dir=/tmp
 [[ -d /dev/shm && -w /dev/shm ]] && base_dir=/dev/shm
 work=$(mktemp -d "$base_dir/ovx-channel-bench.XXXXXX")
 chmod 755 "$work"  # nginx's workers read it as another user
-trap 'kill $nginx_pid 2>/dev/null; [[ -n ${OVX_KEEP_BENCH:-} ]] || rm -rf "$work"' EXIT
+nginx_pid=
+trap 'kill $nginx_pid 2>/dev/null; rm -rf "$work"' EXIT
 
-mkdir -p "$work/www" "$work/nginx" "$work/package"
+mkdir -p "$work/www" "$work/package"
 head -c $((50 * 1024 * 1024)) /dev/urandom >"$work/package/payload.bin"
 "$bin/ovxext" pack "$work/package" -o "$work/big.OrvexExtension" --id "{5A1D1A52-0C33-4E61-8E0B-6C1E3B1D7A11}" \
   --type application/x-vnd.ovx.demo-tool --app Atlas >/dev/null
@@ -30,27 +31,10 @@ head -c $((50 * 1024 * 1024)) /dev/urandom >"$work/package/payload.bin"
 "$bin/ovxext" repo publish "$work/www/repo" >/dev/null
 target=$(cd "$work/www/repo/public/targets" && ls)
 
-port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
-cat >"$work/nginx/nginx.conf" <<CONF
-daemon off;
-pid $work/nginx/nginx.pid;
-error_log $work/nginx/error.log;
-events {}
-http {
-  access_log off;
-  client_body_temp_path $work/nginx/body;
-  proxy_temp_path $work/nginx/proxy;
-  fastcgi_temp_path $work/nginx/fastcgi;
-  uwsgi_temp_path $work/nginx/uwsgi;
-  scgi_temp_path $work/nginx/scgi;
-  sendfile on;
-  server { listen 127.0.0.1:$port; root $work/www; }
-}
-CONF
-/usr/sbin/nginx -c "$work/nginx/nginx.conf" -e "$work/nginx/error.log" &
-nginx_pid=$!
-for _ in $(seq 100); do curl -s -o /dev/null "http://127.0.0.1:$port/" && break; sleep 0.1; done
-base=http://127.0.0.1:$port/repo/public
+fail() { echo "channel-vs-curl: $*" >&2; exit 1; }
+source scripts/lib/nginx.sh
+start_nginx "$work/nginx" "$work/www"
+base=http://127.0.0.1:$nginx_port/repo/public
 
 milliseconds() { local start end; start=$(date +%s%N); "$@" >/dev/null 2>&1; end=$(date +%s%N); echo $(((end - start) / 1000000)); }
 refresh_only() {  # a fresh client: start, init, start, the first refresh

@@ -15,7 +15,7 @@ cd "$(dirname "$0")/.."
 repo_root=$PWD
 platform=${1:?usage: $0 linux|windows}
 work=$repo_root/build/channel-e2e/$platform
-rm -rf "$work" && mkdir -p "$work/www" "$work/nginx"
+rm -rf "$work" && mkdir -p "$work/www"
 
 fail() { echo "channel-e2e ($platform): FAILED: $*" >&2; exit 1; }
 step() { echo "== channel-e2e ($platform): $*"; }
@@ -36,36 +36,11 @@ native() { if [[ -n $exe ]]; then local p=${1//\//\\}; echo "Z:$p"; else echo "$
 ovxext() { "${run[@]}" "$bin/ovxext$exe" "$@"; }
 
 # nginx, on a free port, as this run's own server.
-port=$(/usr/bin/python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
-cat >"$work/nginx/nginx.conf" <<CONF
-daemon off;
-pid $work/nginx/nginx.pid;
-error_log $work/nginx/error.log;
-events {}
-http {
-  access_log $work/nginx/access.log;
-  client_body_temp_path $work/nginx/body;
-  proxy_temp_path $work/nginx/proxy;
-  fastcgi_temp_path $work/nginx/fastcgi;
-  uwsgi_temp_path $work/nginx/uwsgi;
-  scgi_temp_path $work/nginx/scgi;
-  types { application/json json; }
-  default_type application/octet-stream;
-  server {
-    listen 127.0.0.1:$port;
-    root $work/www;
-  }
-}
-CONF
-/usr/sbin/nginx -c "$work/nginx/nginx.conf" -e "$work/nginx/error.log" &
-nginx_pid=$!
+source scripts/lib/nginx.sh
+nginx_pid=
 trap 'kill $nginx_pid 2>/dev/null; [[ $platform == windows ]] && cmake/wine-session.sh stop' EXIT
-for _ in $(seq 100); do
-  curl -s -o /dev/null "http://127.0.0.1:$port/" && break
-  kill -0 $nginx_pid 2>/dev/null || fail "nginx did not start: $(cat "$work/nginx/error.log")"
-  sleep 0.1
-done
-base=http://127.0.0.1:$port
+start_nginx "$work/nginx" "$work/www"
+base=http://127.0.0.1:$nginx_port
 
 # Two extensions, A in versions 1 and 2, and B.
 pack() {  # pack ID VERSION NAME

@@ -37,10 +37,22 @@ case $platform in
     ;;
   windows)
     export WINEPREFIX=$repo/build/windows/wineprefix
+    # Wine now and then fails to start a process (see cmake/wine-run.sh): the client then
+    # ends at once with a failure and no output, where it always says something. Such a
+    # start ran nothing, so it is tried again.
     cat >"$entry_folder/ovx-tuf-client" <<WRAPPER
 #!/usr/bin/env bash
 . "$repo/cmake/wine-env.sh"
-exec wine "$repo/build/windows/bin/ovx-tuf-client.exe" "\$@"
+output=\$(mktemp)
+trap 'rm -f "\$output"' EXIT
+for attempt in 1 2 3; do
+  wine "$repo/build/windows/bin/ovx-tuf-client.exe" "\$@" >"\$output" 2>&1
+  status=\$?
+  ((status == 0)) || [[ -s \$output ]] && break
+  echo "ovx-tuf-client: Wine could not start the client (attempt \$attempt)" >&2
+done
+cat "\$output" >&2
+exit "\$status"
 WRAPPER
     chmod +x "$entry_folder/ovx-tuf-client"
     cmake/wine-session.sh start

@@ -19,4 +19,11 @@ public:
     virtual std::string FinishHex() = 0;
 };
 
+// The SHA-256 of bytes held whole, in lowercase hex.
+inline std::string Sha256Hex(std::string_view bytes) {
+    auto digest = Digest::Make("sha256");
+    digest->Add(bytes);
+    return digest->FinishHex();
+}
+
 }  // namespace OvxUpdate

@@ -1,6 +1,7 @@
 #include "update/metadata.h"
 
 #include "update/canonical_json.h"
+#include "update/digest.h"
 #include "update/update_error.h"
 
 #include <sodium.h>
@@ -208,14 +209,6 @@ Result<Delegations> ReadDelegations(const json& object) {
         delegations.roles.push_back(std::move(delegated));
     }
     return delegations;
-}
-
-std::string Sha256Hex(std::string_view bytes) {
-    std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-    crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-    std::array<char, crypto_hash_sha256_BYTES * 2 + 1> hex{};
-    sodium_bin2hex(hex.data(), hex.size(), digest.data(), digest.size());
-    return std::string(hex.data(), crypto_hash_sha256_BYTES * 2);
 }
 
 // fnmatch's rules for one path part, case-sensitive: '*' any run, '?' one character,

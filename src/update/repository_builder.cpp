@@ -1,3 +1,4 @@
+#include "update/digest.h"
 #include "update/repository_builder.h"
 
 #include "update/canonical_json.h"
@@ -20,12 +21,6 @@ std::string HexOf(const unsigned char* bytes, std::size_t size) {
     sodium_bin2hex(hex.data(), hex.size(), bytes, size);
     hex.pop_back();
     return hex;
-}
-
-std::string Sha256Hex(std::string_view bytes) {
-    std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-    crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-    return HexOf(digest.data(), digest.size());
 }
 
 }  // namespace
@@ -123,9 +118,7 @@ Result<std::string> RepositoryBuilder::PublishRoot(const std::vector<SigningKey>
 }
 
 void RepositoryBuilder::AddTarget(const std::string& path, std::string_view bytes, json custom) {
-    std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-    crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-    std::string hash = HexOf(digest.data(), digest.size());
+    std::string hash = Sha256Hex(bytes);
     json target = {{"length", bytes.size()}, {"hashes", {{"sha256", hash}}}};
     if (!custom.is_null()) target["custom"] = std::move(custom);
     m_targets[path] = std::move(target);

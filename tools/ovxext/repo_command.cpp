@@ -100,10 +100,25 @@ void Report(const CommandContext& context, bool json, const RepositoryStore& sto
                 << "\n";
 }
 
+int RunRepoCommand(const CommandContext& context);
+
 }  // namespace
 
 int RunRepo(const CommandContext& context) {
     if (WantsHelp(context.args)) return ShowHelp(context, kHelp);
+    // repository.json is read field by field; a field of the wrong kind means the file was
+    // damaged or edited by hand.
+    try {
+        return RunRepoCommand(context);
+    } catch (const nlohmann::json::exception& error) {
+        const std::string dir = context.args.size() > 1 ? context.args[1] : "repo";
+        return ReportError(context, "repo", dir, std::string("repository.json is damaged: ") + error.what(), kExitFailure);
+    }
+}
+
+namespace {
+
+int RunRepoCommand(const CommandContext& context) {
     ArgumentParser parser;
     for (const char* flag : {"--json", "--no-password", "--no-consistent-snapshots"}) parser.AddFlag(flag);
     for (const char* option : {"--keys", "--expires-in", "--threshold"}) parser.AddOption(option);
@@ -194,5 +209,7 @@ int RunRepo(const CommandContext& context) {
     Report(context, json, *store, subcommand == "rotate" ? "rotated" : "published");
     return kExitOk;
 }
+
+}  // namespace
 
 }  // namespace Ovxext

@@ -9,9 +9,7 @@
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
 #include "platform/system_io/path.h"
-#include "update/hash_check.h"
-
-#include <sodium.h>
+#include "update/digest.h"
 
 #include <ctime>
 
@@ -25,20 +23,13 @@ namespace Path = OvxUtils::SystemIO::Path;
 namespace Minisign = OvxComponent::Minisign;
 using json = nlohmann::json;
 using OvxUtils::Error;
+using OvxUpdate::Sha256Hex;
 
 constexpr const char* kStateFile = "repository.json";
 constexpr const char* kTopLevel[] = {"root", "targets", "snapshot", "timestamp"};
 
 CString Under(const CString& folder, const std::string& relative) {
     return Path::Combine(folder, FromUtf8(relative));
-}
-
-std::string Sha256Hex(std::string_view bytes) {
-    std::array<unsigned char, crypto_hash_sha256_BYTES> digest{};
-    crypto_hash_sha256(digest.data(), reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
-    std::array<char, crypto_hash_sha256_BYTES * 2 + 1> hex{};
-    sodium_bin2hex(hex.data(), hex.size(), digest.data(), digest.size());
-    return std::string(hex.data(), crypto_hash_sha256_BYTES * 2);
 }
 
 std::int64_t Now() { return static_cast<std::int64_t>(std::time(nullptr)); }

@@ -4,7 +4,8 @@
 //   ovx-tuf-client --metadata-dir DIR --metadata-url URL refresh
 //   ovx-tuf-client --metadata-dir DIR --metadata-url URL --target-name PATH...
 //                  --target-base-url URL --target-dir DIR download
-// Exit code 0 when everything asked for succeeded, 1 otherwise; each step on stderr.
+// Exit code 0 when everything asked for succeeded, 1 otherwise; each step on stderr, and
+// every run says at least one line.
 #include "OvxComponent/update/fetcher.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/path.h"
@@ -79,7 +80,9 @@ int Run(const Arguments& arguments) {
         auto root = File::ReadAllBytes(CString::FromUtf8(arguments.trustedRoot));
         if (!root) return Fail(root.ErrorText().ToUtf8());
         auto stored = File::WriteAtomically(Path::Combine(metadataDir, u"root.json"), *root);
-        return stored ? 0 : Fail(stored.ErrorText().ToUtf8());
+        if (!stored) return Fail(stored.ErrorText().ToUtf8());
+        std::cerr << "ovx-tuf-client: trusting the root in " << arguments.trustedRoot << "\n";
+        return 0;
     }
     if (arguments.command != "refresh" && arguments.command != "download")
         return Fail("unknown command " + arguments.command);

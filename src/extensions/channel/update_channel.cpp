@@ -5,6 +5,7 @@
 #include "extensions/channel/channel_package.h"
 #include "extensions/channel/channel_refresh.h"
 #include "extensions/log/extension_log.h"
+#include "extensions/log/log_timestamp.h"
 #include "extensions/manager/extension_manager_impl.h"
 #include "platform/system_io/file.h"
 #include "platform/system_io/folder.h"
@@ -84,6 +85,21 @@ struct UpdateChannel::State {
                                                                                (1.0 + spread(random)));
     }
 
+    // A refresh that throws (out of memory, say) is a refused refresh: an exception must
+    // not escape the channel's thread and end the host.
+    ChannelRefresh RunGuarded(ChannelRefresher& refresher) {
+        CString reason;
+        try {
+            return refresher.Run();
+        } catch (const std::exception& error) {
+            reason = u"the refresh failed: " + CString::FromUtf8(error.what());
+        } catch (...) {
+            reason = u"the refresh failed";
+        }
+        log.Error(u"channel", reason);
+        return ChannelRefresh{false, reason, LogClockNow(), 0, 0, 0};
+    }
+
     void Run() {
         auto wants = settings.wants ? settings.wants : [this](const ChannelPackage& package) {
             return IsForThisHost(package, supported);
@@ -97,7 +113,7 @@ struct UpdateChannel::State {
             requested = false;
             running = true;
             lock.unlock();
-            ChannelRefresh refresh = refresher.Run();
+            ChannelRefresh refresh = RunGuarded(refresher);
             auto logged = log.EntriesFor(u"channel");
             if (settings.onRefresh) settings.onRefresh(refresh.succeeded, refresh.reason);
             lock.lock();
