@@ -169,11 +169,12 @@ int RunRepoCommand(const CommandContext& context) {
     const KeyAccess keys = AccessTo(keysFolder, dir, false);
     if (subcommand == "add" || subcommand == "remove") {
         if (rest.empty()) return ReportUsage(context, "repo", subcommand + " needs at least one package or target");
-        Json added = Json::array();
+        Json added = Json::array(), removed = Json::array();
         for (const std::string& item : rest) {
             if (subcommand == "remove") {
-                if (auto removed = store->Remove(item); !removed)
-                    return ReportError(context, "repo", item, Utf8(removed.ErrorText()), kExitProblems);
+                if (auto gone = store->Remove(item); !gone)
+                    return ReportError(context, "repo", item, Utf8(gone.ErrorText()), kExitProblems);
+                removed.push_back(item);
                 if (!json) context.out << "removed " << Shown(item) << " (publish to make it public)\n";
                 continue;
             }
@@ -183,7 +184,7 @@ int RunRepoCommand(const CommandContext& context) {
                              {"custom", Json::parse(target->custom.dump())}});
             if (!json) context.out << "added " << Shown(target->path) << " (publish to make it public)\n";
         }
-        if (json) WriteJson(context, {{"targets", added}});
+        if (json) WriteJson(context, subcommand == "add" ? Json{{"targets", added}} : Json{{"removed", removed}});
         return kExitOk;
     }
     if (!rest.empty() && subcommand != "rotate") return ReportUsage(context, "repo", subcommand + " takes DIR only");
