@@ -196,7 +196,9 @@ int RunHost(const CommandContext& context) {
         if (!started) return ReportError(context, "host", "--channel", Utf8(started.ErrorText()), kExitFailure);
         channel = std::move(*started);
         if (parser.Has("--once")) {
-            auto refresh = channel->RefreshAndWait(std::chrono::minutes(5));
+            // The channel refreshes at once when it starts: that refresh is the one to wait for.
+            session.Loop().RunUntil([&] { return channel->LastRefresh().has_value(); }, std::chrono::minutes(5));
+            auto refresh = channel->LastRefresh();
             if (refresh) ShowRefresh(context.out, *refresh);
             refused = !refresh || !refresh->succeeded;
             session.Settle();

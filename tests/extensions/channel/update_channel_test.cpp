@@ -14,6 +14,7 @@
 #include "support/child_process.h"
 #include "support/fault_injection.h"
 #include "support/http_test_server.h"
+#include "support/wait_until.h"
 #include "test_host.h"
 #include "update/repository_builder.h"
 #include "update/trusted_metadata.h"
@@ -22,6 +23,7 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
+#include <utility>
 
 #ifndef _WIN32
 #include <sys/wait.h>
@@ -137,8 +139,15 @@ TEST(UpdateChannel, PlacesReplacesAndRemovesTheHostsPackagesAndTheManagerLoadsTh
     auto channel = UpdateChannel::Start(
         *manager, SettingsFor(host.temp.Path(), repository.builder.FirstRoot(), fetcher));
     ASSERT_TRUE(channel) << channel.ErrorText().ToUtf8();
-    const auto refresh = [&] {
-        auto ended = (*channel)->RefreshAndWait(std::chrono::seconds(20));
+    // The first refresh is the one the channel runs as it starts; later ones are asked for.
+    auto refresh = [&, first = true]() mutable {
+        std::optional<ChannelRefresh> ended;
+        if (std::exchange(first, false)) {
+            EXPECT_TRUE(OvxTest::WaitUntil([&] { return (*channel)->LastRefresh().has_value(); }));
+            ended = (*channel)->LastRefresh();
+        } else {
+            ended = (*channel)->RefreshAndWait(std::chrono::seconds(20));
+        }
         EXPECT_TRUE(ended && ended->succeeded) << (ended ? ended->reason.ToUtf8() : "no refresh");
         manager->Rescan(host.source);
         while (host.RunMainThread() > 0) {

@@ -103,7 +103,9 @@ public:
 
     /// Asks for a refresh now; returns at once.
     void Refresh();
-    /// Asks for a refresh now and waits for it to end, at most timeout.
+    /// Asks for a refresh now and waits for it to end, at most timeout. A refresh that is
+    /// already running may have read the repository before the call: the one after it is
+    /// waited for. (The refresh a channel runs as it starts is seen through LastRefresh.)
     /// \param timeout The longest wait.
     /// \return The refresh, or nothing when it did not end in time.
     std::optional<ChannelRefresh> RefreshAndWait(std::chrono::milliseconds timeout);
