@@ -28,7 +28,8 @@ OvxUtils::Result<void> HashCheck::Finish(const std::optional<std::uint64_t>& len
             return Refused("hash mismatch: " + std::string(what) + " is listed with hash algorithm " +
                            Named(algorithm) + ", which this client cannot check");
         std::string actual = digest->second->FinishHex();
-        if (actual.size() != expected.size() || sodium_memcmp(actual.data(), expected.data(), actual.size()) != 0)
+        if (actual.size() != expected.size() ||
+            sodium_memcmp(actual.data(), expected.data(), actual.size()) != 0)
             return Refused("hash mismatch: the " + algorithm + " hash of " + std::string(what) +
                            " is not the one its metadata lists");
     }
@@ -43,7 +44,10 @@ constexpr std::size_t kBatchesInFlight = 16;
 BackgroundHashCheck::BackgroundHashCheck(const std::map<std::string, std::string>& hashes)
     : m_check(hashes), m_thread([this] { Run(); }) {}
 
-BackgroundHashCheck::~BackgroundHashCheck() {
+BackgroundHashCheck::~BackgroundHashCheck() { Stop(); }
+
+void BackgroundHashCheck::Stop() {
+    if (!m_thread.joinable()) return;
     {
         std::lock_guard lock(m_mutex);
         m_stopping = true;
@@ -79,15 +83,10 @@ void BackgroundHashCheck::Run() {
     }
 }
 
-OvxUtils::Result<void> BackgroundHashCheck::Finish(const std::optional<std::uint64_t>& length, std::string_view what) {
+OvxUtils::Result<void> BackgroundHashCheck::Finish(const std::optional<std::uint64_t>& length,
+                                                   std::string_view what) {
     if (!m_filling.empty()) Hand();
-    {
-        std::lock_guard lock(m_mutex);
-        m_stopping = true;
-    }
-    m_changed.notify_all();
-    m_thread.join();
-    m_thread = std::thread([] {});  // the destructor joins again
+    Stop();  // the worker hashes what is queued before it ends
     return m_check.Finish(length, what);
 }
 

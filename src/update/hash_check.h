@@ -52,6 +52,7 @@ public:
 private:
     void Hand();
     void Run();
+    void Stop();
 
     HashCheck m_check;
     std::string m_filling;
@@ -64,10 +65,12 @@ private:
 
 // Whether the file at path has the length and every listed hash; false also when it
 // cannot be read.
-bool FileMatches(const ::CString& path, std::uint64_t length, const std::map<std::string, std::string>& hashes);
+bool FileMatches(const ::CString& path, std::uint64_t length,
+                 const std::map<std::string, std::string>& hashes);
 
 // The same check for bytes held whole.
-OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes, const std::optional<std::uint64_t>& length,
+OvxUtils::Result<void> CheckLengthAndHashes(std::string_view bytes,
+                                            const std::optional<std::uint64_t>& length,
                                             const std::map<std::string, std::string>& hashes,
                                             std::string_view what);
 

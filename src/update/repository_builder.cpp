@@ -79,6 +79,43 @@ std::string ExpiryText(std::int64_t secondsSince1970) {
     return text;
 }
 
+json HeaderJson(const std::string& type, std::uint64_t version, std::int64_t expires) {
+    return {
+        {"_type", type}, {"spec_version", "1.0.31"}, {"version", version}, {"expires", ExpiryText(expires)}};
+}
+
+json RootJson(bool consistentSnapshot, const std::map<std::string, RoleKeyList>& roles) {
+    json body = {
+        {"consistent_snapshot", consistentSnapshot}, {"keys", json::object()}, {"roles", json::object()}};
+    for (const auto& [name, role] : roles) {
+        json ids = json::array();
+        for (const auto& key : role.keys) {
+            std::string id = KeyIdOf(key);
+            body["keys"][id] = KeyJson(key);
+            ids.push_back(id);
+        }
+        body["roles"][name] = {{"keyids", ids}, {"threshold", role.threshold}};
+    }
+    return body;
+}
+
+json MetaFileJson(std::uint64_t version, std::string_view bytes) {
+    return {{"version", version}, {"length", bytes.size()}, {"hashes", {{"sha256", Sha256Hex(bytes)}}}};
+}
+
+json TargetJson(std::uint64_t length, const std::string& sha256, const json& custom) {
+    json target = {{"length", length}, {"hashes", {{"sha256", sha256}}}};
+    if (!custom.is_null()) target["custom"] = custom;
+    return target;
+}
+
+std::string ServedTargetName(const std::string& path, const std::string& sha256, bool consistentSnapshot) {
+    if (!consistentSnapshot) return path;
+    auto slash = path.rfind('/');
+    return slash == std::string::npos ? sha256 + "." + path
+                                      : path.substr(0, slash + 1) + sha256 + "." + path.substr(slash + 1);
+}
+
 RepositoryBuilder::RepositoryBuilder(std::int64_t now, std::int64_t lifetimeSeconds, bool consistentSnapshot)
     : m_consistent(consistentSnapshot) {
     for (const char* name : kTopLevel)
@@ -86,28 +123,15 @@ RepositoryBuilder::RepositoryBuilder(std::int64_t now, std::int64_t lifetimeSeco
     (void)PublishRoot({});
 }
 
-json RepositoryBuilder::Header(const std::string& type, const Role& role) const {
-    return {{"_type", type},
-            {"spec_version", "1.0.31"},
-            {"version", role.version},
-            {"expires", ExpiryText(role.expires)}};
-}
-
 Result<std::string> RepositoryBuilder::PublishRoot(const std::vector<SigningKey>& extraSigners) {
     Role& root = m_roles["root"];
     ++root.version;
-    json signedPart = Header("root", root);
-    signedPart["consistent_snapshot"] = m_consistent;
-    signedPart["keys"] = json::object();
-    signedPart["roles"] = json::object();
+    std::map<std::string, RoleKeyList> roles;
     for (const char* name : kTopLevel) {
-        json ids = json::array();
-        for (const auto& key : m_roles[name].keys) {
-            signedPart["keys"][key.Id()] = KeyJson(key.Public());
-            ids.push_back(key.Id());
-        }
-        signedPart["roles"][name] = {{"keyids", ids}, {"threshold", 1}};
+        for (const auto& key : m_roles[name].keys) roles[name].keys.push_back(key.Public());
     }
+    json signedPart = HeaderJson("root", root.version, root.expires);
+    signedPart.update(RootJson(m_consistent, roles));
     std::vector<SigningKey> signers = root.keys;
     signers.insert(signers.end(), extraSigners.begin(), extraSigners.end());
     auto bytes = SignDocument(signedPart, signers);
@@ -119,13 +143,8 @@ Result<std::string> RepositoryBuilder::PublishRoot(const std::vector<SigningKey>
 
 void RepositoryBuilder::AddTarget(const std::string& path, std::string_view bytes, json custom) {
     std::string hash = Sha256Hex(bytes);
-    json target = {{"length", bytes.size()}, {"hashes", {{"sha256", hash}}}};
-    if (!custom.is_null()) target["custom"] = std::move(custom);
-    m_targets[path] = std::move(target);
-    auto slash = path.rfind('/');
-    std::string folder = slash == std::string::npos ? "" : path.substr(0, slash + 1);
-    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    m_targetFiles[m_consistent ? folder + hash + "." + name : path] = std::string(bytes);
+    m_targets[path] = TargetJson(bytes.size(), hash, custom);
+    m_targetFiles[ServedTargetName(path, hash, m_consistent)] = std::string(bytes);
 }
 
 void RepositoryBuilder::RemoveTarget(const std::string& path) { m_targets.erase(path); }
@@ -150,7 +169,7 @@ Result<void> RepositoryBuilder::Publish() {
     }
     Role& targets = m_roles["targets"];
     ++targets.version;
-    json targetsPart = Header("targets", targets);
+    json targetsPart = HeaderJson("targets", targets.version, targets.expires);
     targetsPart["targets"] = m_targets;
     auto targetsBytes = SignDocument(targetsPart, targets.keys);
     if (!targetsBytes) return targetsBytes.TakeError();
@@ -159,7 +178,7 @@ Result<void> RepositoryBuilder::Publish() {
 
     Role& snapshot = m_roles["snapshot"];
     ++snapshot.version;
-    json snapshotPart = Header("snapshot", snapshot);
+    json snapshotPart = HeaderJson("snapshot", snapshot.version, snapshot.expires);
     snapshotPart["meta"] = {{"targets.json", {{"version", targets.version}}}};
     auto snapshotBytes = SignDocument(snapshotPart, snapshot.keys);
     if (!snapshotBytes) return snapshotBytes.TakeError();
@@ -174,11 +193,8 @@ Result<void> RepositoryBuilder::PublishTimestamp() { return PublishTimestampFor(
 Result<void> RepositoryBuilder::PublishTimestampFor(const std::string& snapshotBytes) {
     Role& timestamp = m_roles["timestamp"];
     ++timestamp.version;
-    json part = Header("timestamp", timestamp);
-    part["meta"] = {{"snapshot.json",
-                     {{"version", m_roles["snapshot"].version},
-                      {"length", snapshotBytes.size()},
-                      {"hashes", {{"sha256", Sha256Hex(snapshotBytes)}}}}}};
+    json part = HeaderJson("timestamp", timestamp.version, timestamp.expires);
+    part["meta"] = {{"snapshot.json", MetaFileJson(m_roles["snapshot"].version, snapshotBytes)}};
     auto bytes = SignDocument(part, timestamp.keys);
     if (!bytes) return bytes.TakeError();
     m_metadataFiles["timestamp.json"] = *bytes;

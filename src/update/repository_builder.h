@@ -48,6 +48,24 @@ Result<std::string> SignDocument(const nlohmann::json& signedPart, const std::ve
 // "2030-01-01T00:00:00Z" for seconds since 1970.
 std::string ExpiryText(std::int64_t secondsSince1970);
 
+// The signed parts a publisher writes, shared by the builder below and ovxext repo.
+// What every role's signed part begins with.
+nlohmann::json HeaderJson(const std::string& type, std::uint64_t version, std::int64_t expires);
+// The keys of each top-level role, by role name, and how many must sign.
+struct RoleKeyList {
+    std::vector<PublicKey> keys;
+    std::uint64_t threshold = 1;
+};
+// The root's body beside its header: the keys and roles, consistent snapshots or not.
+nlohmann::json RootJson(bool consistentSnapshot, const std::map<std::string, RoleKeyList>& roles);
+// A document as the role above lists it: version, length and SHA-256.
+nlohmann::json MetaFileJson(std::uint64_t version, std::string_view bytes);
+// A target as the targets role lists it.
+nlohmann::json TargetJson(std::uint64_t length, const std::string& sha256, const nlohmann::json& custom);
+// The name a target is served under below the targets URL: hash-prefixed when snapshots
+// are consistent.
+std::string ServedTargetName(const std::string& path, const std::string& sha256, bool consistentSnapshot);
+
 class RepositoryBuilder {
 public:
     // One key for each top-level role, every role expiring lifetimeSeconds after now;
@@ -79,7 +97,6 @@ private:
         std::uint64_t version = 0;
         std::int64_t expires = 0;
     };
-    nlohmann::json Header(const std::string& type, const Role& role) const;
     Result<std::string> PublishRoot(const std::vector<SigningKey>& extraSigners);
     Result<void> PublishTimestampFor(const std::string& snapshotBytes);
 

@@ -77,7 +77,8 @@ KeyAccess AccessTo(const CString& folder, const std::string& shownPath, bool con
                 if (!*cached) {
                     auto given = KeyPassword(shownPath, confirm);
                     if (!given) return given.TakeError();
-                    if (given->IsEmpty()) return OvxUtils::Error{u"an empty password: use --no-password for none"};
+                    if (given->IsEmpty())
+                        return OvxUtils::Error{u"an empty password: use --no-password for none"};
                     cached->emplace(std::move(*given));
                 }
                 return Minisign::SecretString((*cached)->View());
@@ -86,7 +87,8 @@ KeyAccess AccessTo(const CString& folder, const std::string& shownPath, bool con
 
 Json VersionsJson(const RepositoryStore& store) {
     Json versions = Json::object();
-    for (const char* role : {"root", "targets", "snapshot", "timestamp"}) versions[role] = store.VersionOf(role);
+    for (const char* role : {"root", "targets", "snapshot", "timestamp"})
+        versions[role] = store.VersionOf(role);
     return versions;
 }
 
@@ -96,8 +98,8 @@ void Report(const CommandContext& context, bool json, const RepositoryStore& sto
         return;
     }
     context.out << what << ": root " << store.VersionOf("root") << ", targets " << store.VersionOf("targets")
-                << ", snapshot " << store.VersionOf("snapshot") << ", timestamp " << store.VersionOf("timestamp")
-                << "\n";
+                << ", snapshot " << store.VersionOf("snapshot") << ", timestamp "
+                << store.VersionOf("timestamp") << "\n";
 }
 
 int RunRepoCommand(const CommandContext& context);
@@ -112,7 +114,8 @@ int RunRepo(const CommandContext& context) {
         return RunRepoCommand(context);
     } catch (const nlohmann::json::exception& error) {
         const std::string dir = context.args.size() > 1 ? context.args[1] : "repo";
-        return ReportError(context, "repo", dir, std::string("repository.json is damaged: ") + error.what(), kExitFailure);
+        return ReportError(context, "repo", dir, std::string("repository.json is damaged: ") + error.what(),
+                           kExitFailure);
     }
 }
 
@@ -131,9 +134,11 @@ int RunRepoCommand(const CommandContext& context) {
     const std::string& dir = positional[1];
     const std::vector<std::string> rest(positional.begin() + 2, positional.end());
     const CString folder = FromUtf8(dir);
-    const CString keysFolder = parser.Value("--keys") ? FromUtf8(*parser.Value("--keys")) : Path::Combine(folder, u"keys");
+    const CString keysFolder =
+        parser.Value("--keys") ? FromUtf8(*parser.Value("--keys")) : Path::Combine(folder, u"keys");
     const bool json = parser.Has("--json");
-    if (!Minisign::StartSodium()) return ReportError(context, "repo", dir, "libsodium does not start", kExitFailure);
+    if (!Minisign::StartSodium())
+        return ReportError(context, "repo", dir, "libsodium does not start", kExitFailure);
 
     if (subcommand == "init") {
         if (!rest.empty()) return ReportUsage(context, "repo", "init takes DIR only");
@@ -168,7 +173,8 @@ int RunRepoCommand(const CommandContext& context) {
     if (!store) return ReportError(context, "repo", dir, Utf8(store.ErrorText()), kExitFailure);
     const KeyAccess keys = AccessTo(keysFolder, dir, false);
     if (subcommand == "add" || subcommand == "remove") {
-        if (rest.empty()) return ReportUsage(context, "repo", subcommand + " needs at least one package or target");
+        if (rest.empty())
+            return ReportUsage(context, "repo", subcommand + " needs at least one package or target");
         Json added = Json::array(), removed = Json::array();
         for (const std::string& item : rest) {
             if (subcommand == "remove") {
@@ -180,14 +186,18 @@ int RunRepoCommand(const CommandContext& context) {
             }
             auto target = store->Add(FromUtf8(item));
             if (!target) return ReportError(context, "repo", item, Utf8(target.ErrorText()), kExitProblems);
-            added.push_back({{"path", target->path}, {"length", target->length}, {"sha256", target->sha256},
+            added.push_back({{"path", target->path},
+                             {"length", target->length},
+                             {"sha256", target->sha256},
                              {"custom", Json::parse(target->custom.dump())}});
             if (!json) context.out << "added " << Shown(target->path) << " (publish to make it public)\n";
         }
-        if (json) WriteJson(context, subcommand == "add" ? Json{{"targets", added}} : Json{{"removed", removed}});
+        if (json)
+            WriteJson(context, subcommand == "add" ? Json{{"targets", added}} : Json{{"removed", removed}});
         return kExitOk;
     }
-    if (!rest.empty() && subcommand != "rotate") return ReportUsage(context, "repo", subcommand + " takes DIR only");
+    if (!rest.empty() && subcommand != "rotate")
+        return ReportUsage(context, "repo", subcommand + " takes DIR only");
     OvxUtils::Result<void> done;
     if (subcommand == "publish") {
         done = store->Publish(keys);
@@ -200,7 +210,8 @@ int RunRepoCommand(const CommandContext& context) {
         done = store->RefreshTimestamp(keys, expiresIn);
     } else if (subcommand == "rotate") {
         if (rest.size() != 1) return ReportUsage(context, "repo", "rotate takes DIR and ROLE");
-        auto threshold = parser.Value("--threshold") ? Number(*parser.Value("--threshold")) : std::optional<std::int64_t>(1);
+        auto threshold = parser.Value("--threshold") ? Number(*parser.Value("--threshold"))
+                                                     : std::optional<std::int64_t>(1);
         if (!threshold) return ReportUsage(context, "repo", "--threshold takes a number");
         done = store->Rotate(rest[0], static_cast<std::uint64_t>(*threshold), keys);
     } else {

@@ -22,8 +22,8 @@ namespace Folder = OvxUtils::SystemIO::Folder;
 namespace Path = OvxUtils::SystemIO::Path;
 namespace Minisign = OvxComponent::Minisign;
 using json = nlohmann::json;
-using OvxUtils::Error;
 using OvxUpdate::Sha256Hex;
+using OvxUtils::Error;
 
 constexpr const char* kStateFile = "repository.json";
 constexpr const char* kTopLevel[] = {"root", "targets", "snapshot", "timestamp"};
@@ -51,7 +51,9 @@ Result<RepositoryStore> RepositoryStore::Create(const CString& folder, const Rep
                      {"roles", json::object()},
                      {"targets", json::object()}};
     for (const char* role : kTopLevel) {
-        store.m_state["roles"][role] = {{"threshold", 1}, {"version", 0}, {"keys", json::object()},
+        store.m_state["roles"][role] = {{"threshold", 1},
+                                        {"version", 0},
+                                        {"keys", json::object()},
                                         {"lifetime_days", options.lifetimeDays.at(role)}};
     }
     std::vector<OvxUpdate::SigningKey> rootKeys;
@@ -67,10 +69,12 @@ Result<RepositoryStore> RepositoryStore::Create(const CString& folder, const Rep
 
 Result<RepositoryStore> RepositoryStore::Open(const CString& folder) {
     auto bytes = File::ReadAllBytes(Under(folder, kStateFile));
-    if (!bytes) return Error{OvxUtils::Quoted(folder) + u" is not a repository of ovxext repo: " + bytes.ErrorText()};
+    if (!bytes)
+        return Error{OvxUtils::Quoted(folder) + u" is not a repository of ovxext repo: " + bytes.ErrorText()};
     RepositoryStore store(folder);
     store.m_state = json::parse(*bytes, nullptr, false);
-    if (!store.m_state.is_object() || store.m_state.value("format", 0) != 1 || !store.m_state.contains("roles"))
+    if (!store.m_state.is_object() || store.m_state.value("format", 0) != 1 ||
+        !store.m_state.contains("roles"))
         return Error{Under(folder, kStateFile) + u" is damaged or of another format"};
     return store;
 }
@@ -83,7 +87,8 @@ std::uint64_t RepositoryStore::VersionOf(const std::string& role) const {
     return m_state["roles"][role]["version"].get<std::uint64_t>();
 }
 
-Result<std::vector<OvxUpdate::SigningKey>> RepositoryStore::NewKeys(const std::string& role, std::uint64_t count,
+Result<std::vector<OvxUpdate::SigningKey>> RepositoryStore::NewKeys(const std::string& role,
+                                                                    std::uint64_t count,
                                                                     const KeyAccess& keys) {
     Minisign::SecretString password;
     if (m_state.value("encrypted_keys", true)) {
@@ -118,13 +123,14 @@ Result<std::vector<OvxUpdate::SigningKey>> RepositoryStore::KeysOf(const std::st
         CString file = Path::Combine(keys.folder, FromUtf8(entry["file"].get<std::string>()));
         auto bytes = File::ReadAllBytes(file);
         if (!bytes)
-            return Error{u"the secret key of role \"" + FromUtf8(role) + u"\" is not at " + OvxUtils::Quoted(file) +
-                         u" (name its folder with --keys)"};
+            return Error{u"the secret key of role \"" + FromUtf8(role) + u"\" is not at " +
+                         OvxUtils::Quoted(file) + u" (name its folder with --keys)"};
         const auto text = Minisign::SecretString::TakeFrom(*bytes);
         auto secret = Minisign::ParseSecretKeyFile(text.View(), keys.password);
         if (!secret) return Error{OvxUtils::Quoted(file) + u": " + secret.ErrorText()};
         auto key = OvxUpdate::SigningKey::FromSecret(secret->key);
-        if (key.Id() != id) return Error{OvxUtils::Quoted(file) + u" holds another key than role's key " + FromUtf8(id)};
+        if (key.Id() != id)
+            return Error{OvxUtils::Quoted(file) + u" holds another key than role's key " + FromUtf8(id)};
         found.push_back(std::move(key));
     }
     return found;
@@ -133,10 +139,7 @@ Result<std::vector<OvxUpdate::SigningKey>> RepositoryStore::KeysOf(const std::st
 json RepositoryStore::Header(const std::string& role, std::optional<std::int64_t> expiresInSeconds) const {
     const json& state = m_state["roles"][role];
     std::int64_t lifetime = expiresInSeconds.value_or(state["lifetime_days"].get<std::int64_t>() * 86'400);
-    return {{"_type", role},
-            {"spec_version", "1.0.31"},
-            {"version", state["version"].get<std::uint64_t>()},
-            {"expires", OvxUpdate::ExpiryText(Now() + lifetime)}};
+    return OvxUpdate::HeaderJson(role, state["version"].get<std::uint64_t>(), Now() + lifetime);
 }
 
 Result<void> RepositoryStore::WritePublic(const std::string& relative, std::string_view bytes) const {
@@ -148,18 +151,15 @@ Result<void> RepositoryStore::WritePublic(const std::string& relative, std::stri
 Result<void> RepositoryStore::PublishRoot(const std::vector<OvxUpdate::SigningKey>& signers) {
     json& root = m_state["roles"]["root"];
     root["version"] = root["version"].get<std::uint64_t>() + 1;
-    json body = Header("root", std::nullopt);
-    body["consistent_snapshot"] = m_state["consistent_snapshot"];
-    body["keys"] = json::object();
-    body["roles"] = json::object();
+    std::map<std::string, OvxUpdate::RoleKeyList> roles;
     for (const char* role : kTopLevel) {
-        json ids = json::array();
-        for (const auto& [id, entry] : m_state["roles"][role]["keys"].items()) {
-            body["keys"][id] = OvxUpdate::KeyJson({"ed25519", "ed25519", entry["public"].get<std::string>()});
-            ids.push_back(id);
-        }
-        body["roles"][role] = {{"keyids", ids}, {"threshold", m_state["roles"][role]["threshold"]}};
+        const json& state = m_state["roles"][role];
+        roles[role].threshold = state["threshold"].get<std::uint64_t>();
+        for (const auto& [id, entry] : state["keys"].items())
+            roles[role].keys.push_back({"ed25519", "ed25519", entry["public"].get<std::string>()});
     }
+    json body = Header("root", std::nullopt);
+    body.update(OvxUpdate::RootJson(m_state["consistent_snapshot"].get<bool>(), roles));
     auto bytes = OvxUpdate::SignDocument(body, signers);
     if (!bytes) return bytes.TakeError();
     std::string version = std::to_string(root["version"].get<std::uint64_t>());
@@ -180,12 +180,11 @@ Result<void> RepositoryStore::PublishRole(const std::string& role, const json& c
     if (!bytes) return bytes.TakeError();
     std::string version = std::to_string(state["version"].get<std::uint64_t>());
     bool prefixed = m_state["consistent_snapshot"].get<bool>() && role != "timestamp";
-    if (auto written = WritePublic("metadata/" + (prefixed ? version + "." : "") + role + ".json", *bytes); !written)
+    if (auto written = WritePublic("metadata/" + (prefixed ? version + "." : "") + role + ".json", *bytes);
+        !written)
         return written;
     if (role == "snapshot")
-        m_state["snapshot_meta"] = {{"version", state["version"]},
-                                    {"length", bytes->size()},
-                                    {"hashes", {{"sha256", Sha256Hex(*bytes)}}}};
+        m_state["snapshot_meta"] = OvxUpdate::MetaFileJson(state["version"].get<std::uint64_t>(), *bytes);
     return Save();
 }
 
@@ -213,17 +212,18 @@ Result<AddedTarget> RepositoryStore::Add(const CString& package) {
     const auto& requirements = info->data().requirements;
     json applications = json::array(), platforms = json::array();
     for (auto app : requirements.AppList) applications.push_back(ToString(app).ToUtf8());
-    for (auto platform : requirements.PlatformSupport) platforms.push_back(OvxUtils::ToString(platform).ToUtf8());
-    AddedTarget target{name, bytes->size(), Sha256Hex(*bytes),
+    for (auto platform : requirements.PlatformSupport)
+        platforms.push_back(OvxUtils::ToString(platform).ToUtf8());
+    AddedTarget target{name,
+                       bytes->size(),
+                       Sha256Hex(*bytes),
                        {{"orvex",
                          {{"document_id", info->GetDocumentID().ToString().ToUtf8()},
                           {"version", info->GetVersionAsString().ToUtf8()},
                           {"applications", applications},
                           {"platforms", platforms},
                           {"extension_type", info->GetSubformatAsString().ToUtf8()}}}}};
-    m_state["targets"][name] = {{"length", target.length},
-                                {"hashes", {{"sha256", target.sha256}}},
-                                {"custom", target.custom}};
+    m_state["targets"][name] = OvxUpdate::TargetJson(target.length, target.sha256, target.custom);
     if (auto saved = Save(); !saved) return saved.TakeError();
     return target;
 }
@@ -240,9 +240,10 @@ Result<void> RepositoryStore::Publish(const KeyAccess& keys) {
     json targets = json::object();
     for (const auto& [path, target] : m_state["targets"].items()) {
         std::string hash = target["hashes"]["sha256"].get<std::string>();
-        std::string served = "targets/" + (consistent ? hash + "." : "") + path;
+        std::string served = "targets/" + OvxUpdate::ServedTargetName(path, hash, consistent);
         if (!consistent || !File::Exists(Under(m_folder, "public/" + served))) {
-            if (auto copied = File::CopyAtomically(Under(m_folder, "packages/" + path), Under(m_folder, "public/" + served));
+            if (auto copied = File::CopyAtomically(Under(m_folder, "packages/" + path),
+                                                   Under(m_folder, "public/" + served));
                 !copied)
                 return copied;
         }
@@ -254,12 +255,16 @@ Result<void> RepositoryStore::Publish(const KeyAccess& keys) {
     return RefreshTimestamp(keys);
 }
 
-Result<void> RepositoryStore::RefreshTimestamp(const KeyAccess& keys, std::optional<std::int64_t> expiresInSeconds) {
-    if (!m_state.contains("snapshot_meta")) return Error{u"nothing is published yet: run ovxext repo publish"};
-    return PublishRole("timestamp", {{"meta", {{"snapshot.json", m_state["snapshot_meta"]}}}}, keys, expiresInSeconds);
+Result<void> RepositoryStore::RefreshTimestamp(const KeyAccess& keys,
+                                               std::optional<std::int64_t> expiresInSeconds) {
+    if (!m_state.contains("snapshot_meta"))
+        return Error{u"nothing is published yet: run ovxext repo publish"};
+    return PublishRole("timestamp", {{"meta", {{"snapshot.json", m_state["snapshot_meta"]}}}}, keys,
+                       expiresInSeconds);
 }
 
-Result<void> RepositoryStore::Rotate(const std::string& role, std::uint64_t threshold, const KeyAccess& keys) {
+Result<void> RepositoryStore::Rotate(const std::string& role, std::uint64_t threshold,
+                                     const KeyAccess& keys) {
     if (!m_state["roles"].contains(role)) return Error{u"no top-level role " + OvxUtils::Quoted(role)};
     if (threshold < 1 || threshold > 16) return Error{u"the threshold must be between 1 and 16"};
     auto rootSigners = KeysOf("root", keys);
@@ -276,7 +281,8 @@ Result<void> RepositoryStore::Rotate(const std::string& role, std::uint64_t thre
     Result<void> republished;
     if (role == "targets") republished = Publish(keys);
     if (role == "snapshot")
-        republished = PublishRole("snapshot", {{"meta", {{"targets.json", {{"version", VersionOf("targets")}}}}}}, keys);
+        republished = PublishRole("snapshot",
+                                  {{"meta", {{"targets.json", {{"version", VersionOf("targets")}}}}}}, keys);
     if ((role == "snapshot" && republished) || role == "timestamp") republished = RefreshTimestamp(keys);
     if (!republished) return republished;
     // The retired secret keys sign nothing any more.

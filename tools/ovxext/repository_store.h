@@ -34,14 +34,15 @@ using OvxUtils::Result;
 
 // Where secret keys are found and how their password is had.
 struct KeyAccess {
-    CString folder;  // the keys folder
+    CString folder;                                                          // the keys folder
     std::function<Result<OvxComponent::Minisign::SecretString>()> password;  // asked at most once
 };
 
 struct RepositoryOptions {
     bool consistentSnapshot = true;
     std::vector<std::string> authorKeys;  // minisign public key files' text
-    std::map<std::string, std::int64_t> lifetimeDays{{"root", 365}, {"targets", 90}, {"snapshot", 7}, {"timestamp", 1}};
+    std::map<std::string, std::int64_t> lifetimeDays{
+        {"root", 365}, {"targets", 90}, {"snapshot", 7}, {"timestamp", 1}};
     bool encryptKeys = true;
 };
 

@@ -121,12 +121,15 @@ OvxUtils::Result<void> ChannelRefresher::Place(OvxUpdate::Updater& updater,
     if (ours && recorded->second.hashes == target.hashes && recorded->second.identity &&
         identity == recorded->second.identity)
         return {};  // placed before, and untouched since
-    if (identity && !ours && !updater.IsDownloaded(target, path))
+    // A file there already that is the target (a crash before the record was written, or
+    // the same bytes put there by hand) is adopted without a download.
+    const bool alreadyThere = identity && updater.IsDownloaded(target, path);
+    if (identity && !ours && !alreadyThere)
         return OvxUtils::Error{u"the destination has a file " + OvxUtils::Quoted(name) +
                                u" that the channel did not place"};
     bool replacing = identity.has_value();
     PlacedPackages::Entry entry{name, target.length, target.hashes, std::nullopt};
-    if (!updater.IsDownloaded(target, path)) {
+    if (!alreadyThere) {
         // The entry goes first: a crash after the rename leaves no file the record lacks.
         std::optional<PlacedPackages::Entry> previous;
         if (recorded != entries.end()) previous = recorded->second;
